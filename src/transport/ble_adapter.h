@@ -1,0 +1,109 @@
+#pragma once
+
+#include <QBluetoothUuid>
+#include <QByteArray>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QUuid>
+#include <QVariant>
+#include <optional>
+
+// The few Bluetooth LE central-role calls the link needs, in the shape of a
+// central manager and one peripheral: the link talks to this surface only, so
+// its whole state machine runs against a fake in the tests. QtBleAdapter is the
+// real one. All calls and reports happen on the main thread; every report comes
+// later than the call that caused it, never from inside that call.
+//
+// One peripheral at a time: connectToPeripheral() replaces whatever connection
+// the adapter held before, and the reports that follow belong to the newest one.
+class BleAdapter : public QObject {
+    Q_OBJECT
+public:
+    enum class PowerState {
+        unknown, // not reported yet
+        poweredOn,
+        poweredOff,
+        unauthorized, // the user may not use Bluetooth
+        unavailable,  // no adapter, or none the system lets us reach
+    };
+    Q_ENUM(PowerState)
+
+    enum class ErrorKind {
+        // The four kinds after which the link tries again by itself.
+        connectionTimeout,
+        connectionFailed,
+        connectionLimitReached,
+        peerRemovedPairingInformation,
+        operationCancelled,
+        other,
+    };
+    Q_ENUM(ErrorKind)
+
+    struct Error {
+        ErrorKind kind = ErrorKind::other;
+        // The platform's localized description.
+        QString text;
+    };
+
+    // One advertisement of a peripheral that offers the scanned service.
+    struct Advertisement {
+        // Stable for one radio across advertisements and scans.
+        QUuid id;
+        // The advertised local name; empty when the advertisement holds none.
+        QString localName;
+        // The name the platform keeps for the peripheral; empty when unknown.
+        QString platformName;
+        int rssi = 0;
+        QList<QBluetoothUuid> serviceUuids;
+        // Passed back to connectToPeripheral().
+        QVariant handle;
+    };
+
+    struct Characteristic {
+        QBluetoothUuid uuid;
+        bool canWrite = false;
+        bool canWriteWithoutResponse = false;
+        bool canNotify = false;
+    };
+
+    using QObject::QObject;
+
+    virtual PowerState powerState() const = 0;
+
+    // Reports every advertisement of peripherals that advertise `service`,
+    // the same peripheral again with each one.
+    virtual void startScan(const QBluetoothUuid& service) = 0;
+    virtual void stopScan() = 0;
+
+    virtual void connectToPeripheral(const QVariant& handle) = 0;
+    // Cancels a pending or established connection; the platform then reports
+    // the drop (peripheralDisconnected without an error).
+    virtual void cancelConnection() = 0;
+
+    // On the connected peripheral.
+    virtual void discoverServices(const QList<QBluetoothUuid>& services) = 0;
+    virtual void discoverCharacteristics(const QBluetoothUuid& service,
+                                         const QList<QBluetoothUuid>& characteristics) = 0;
+    virtual void setNotify(const QBluetoothUuid& characteristic, bool enabled) = 0;
+    virtual void write(const QBluetoothUuid& characteristic, const QByteArray& value,
+                       bool withResponse) = 0;
+
+Q_SIGNALS:
+    void powerStateChanged(BleAdapter::PowerState state);
+    void discovered(const BleAdapter::Advertisement& advertisement);
+
+    void peripheralConnected();
+    // No error when the platform gave none.
+    void failedToConnect(const std::optional<BleAdapter::Error>& error);
+    void peripheralDisconnected(const std::optional<BleAdapter::Error>& error);
+
+    // The services of the peripheral, in the platform's order.
+    void servicesDiscovered(const QList<QBluetoothUuid>& services);
+    void characteristicsDiscovered(const QBluetoothUuid& service,
+                                   const QList<BleAdapter::Characteristic>& characteristics);
+    // `error` is empty when switching succeeded.
+    void notificationStateChanged(const QBluetoothUuid& characteristic, bool isNotifying,
+                                  const QString& error);
+    void valueUpdated(const QBluetoothUuid& characteristic, const QByteArray& value);
+};

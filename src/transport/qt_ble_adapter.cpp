@@ -1,0 +1,433 @@
+#include "transport/qt_ble_adapter.h"
+
+#include "transport/link_log.h"
+
+#include <QLowEnergyCharacteristic>
+#include <QLowEnergyDescriptor>
+#include <QMetaEnum>
+
+namespace {
+
+// Namespace of the name-based ids of radios seen through BlueZ.
+const QUuid radioIdNamespace(QStringLiteral("{3f0d6b0e-5b8e-4f57-9d0c-2a7c1e4d6a15}"));
+
+// Client characteristic configuration values, little-endian.
+const QByteArray notificationsOn = QByteArray::fromHex("0100");
+const QByteArray notificationsOff = QByteArray::fromHex("0000");
+
+const QBluetoothUuid cccdUuid(QBluetoothUuid::DescriptorType::ClientCharacteristicConfiguration);
+
+template <typename Enum>
+QString enumKey(Enum value) {
+    return QString::fromLatin1(QMetaEnum::fromType<Enum>().valueToKey(int(value)));
+}
+
+} // namespace
+
+QtBleAdapter::QtBleAdapter(QObject* parent)
+    : BleAdapter(parent)
+    , m_localDevice(new QBluetoothLocalDevice(this)) {
+    connect(m_localDevice, &QBluetoothLocalDevice::hostModeStateChanged, this,
+            &QtBleAdapter::onHostModeChanged);
+    connect(m_localDevice, &QBluetoothLocalDevice::errorOccurred, this,
+            [this](QBluetoothLocalDevice::Error error) {
+                qCDebug(lcLink) << "local adapter error" << error;
+                if (error == QBluetoothLocalDevice::MissingPermissionsError)
+                    setPowerState(PowerState::unauthorized);
+            });
+    // Like a central manager, the first power report comes after construction,
+    // once whoever made the adapter has connected to it.
+    QMetaObject::invokeMethod(
+        this, [this] { setPowerState(currentPowerState()); }, Qt::QueuedConnection);
+}
+
+QtBleAdapter::~QtBleAdapter() {
+    if (m_agent)
+        m_agent->stop();
+    dropController();
+}
+
+BleAdapter::PowerState QtBleAdapter::currentPowerState() const {
+    // No adapter at all, or no system bus to reach BlueZ through.
+    if (!m_localDevice->isValid() || QBluetoothLocalDevice::allDevices().isEmpty())
+        return PowerState::unavailable;
+    if (m_localDevice->hostMode() == QBluetoothLocalDevice::HostPoweredOff)
+        return PowerState::poweredOff;
+    return PowerState::poweredOn;
+}
+
+void QtBleAdapter::setPowerState(PowerState power) {
+    // Qt also reports changes between connectable and discoverable; the link
+    // only hears of real changes.
+    if (power == m_power)
+        return;
+    qCDebug(lcLink) << "adapter power" << m_power << "->" << power;
+    m_power = power;
+    if (power != PowerState::poweredOn) {
+        // Like a central manager that lost its radio: scans and connections
+        // end without reports of their own; the power report says it all.
+        if (m_agent)
+            m_agent->stop();
+        dropController();
+    }
+    Q_EMIT powerStateChanged(power);
+}
+
+void QtBleAdapter::onHostModeChanged() {
+    setPowerState(currentPowerState());
+}
+
+void QtBleAdapter::startScan(const QBluetoothUuid& service) {
+    m_scanService = service;
+    if (!m_agent) {
+        m_agent = new QBluetoothDeviceDiscoveryAgent(this);
+        // Zero: scan until stopped, not for Qt's default 40 seconds.
+        m_agent->setLowEnergyDiscoveryTimeout(0);
+        connect(m_agent, &QBluetoothDeviceDiscoveryAgent::deviceDiscovered, this,
+                &QtBleAdapter::onDeviceSeen);
+        // Every later advertisement of a known radio (new signal strength,
+        // name or services) arrives here.
+        connect(m_agent, &QBluetoothDeviceDiscoveryAgent::deviceUpdated, this,
+                [this](const QBluetoothDeviceInfo& info, QBluetoothDeviceInfo::Fields) {
+                    onDeviceSeen(info);
+                });
+        connect(m_agent, &QBluetoothDeviceDiscoveryAgent::errorOccurred, this,
+                &QtBleAdapter::onScanError);
+    }
+    if (m_agent->isActive())
+        return;
+    qCDebug(lcLink) << "discovery agent starting";
+    m_agent->start(QBluetoothDeviceDiscoveryAgent::LowEnergyMethod);
+}
+
+void QtBleAdapter::stopScan() {
+    if (m_agent && m_agent->isActive()) {
+        qCDebug(lcLink) << "discovery agent stopping";
+        m_agent->stop();
+    }
+}
+
+void QtBleAdapter::onDeviceSeen(const QBluetoothDeviceInfo& info) {
+    // The agent reports every device around; the scan asked for radios with
+    // the serial service only.
+    if (!info.serviceUuids().contains(m_scanService))
+        return;
+
+    Advertisement advertisement;
+    advertisement.id = stableId(info);
+    // Qt merges the advertised local name into the device's name and has no
+    // separate field for it. BlueZ falls back to the address written with
+    // dashes when a device has no name: that is no name.
+    QString name = info.name();
+    if (name == info.address().toString().replace(QLatin1Char(':'), QLatin1Char('-')))
+        name.clear();
+    advertisement.platformName = name;
+    advertisement.rssi = info.rssi();
+    advertisement.serviceUuids = info.serviceUuids();
+    advertisement.handle = QVariant::fromValue(info);
+    Q_EMIT discovered(advertisement);
+}
+
+void QtBleAdapter::onScanError(QBluetoothDeviceDiscoveryAgent::Error error) {
+    qCDebug(lcLink) << "discovery failed:" << error << m_agent->errorString();
+    switch (error) {
+    case QBluetoothDeviceDiscoveryAgent::PoweredOffError:
+        setPowerState(PowerState::poweredOff);
+        break;
+    case QBluetoothDeviceDiscoveryAgent::MissingPermissionsError:
+        setPowerState(PowerState::unauthorized);
+        break;
+    case QBluetoothDeviceDiscoveryAgent::InvalidBluetoothAdapterError:
+        setPowerState(PowerState::unavailable);
+        break;
+    default:
+        // Input/output errors and the like: the scan just finds nothing.
+        break;
+    }
+}
+
+QUuid QtBleAdapter::stableId(const QBluetoothDeviceInfo& info) {
+    if (!info.deviceUuid().isNull())
+        return info.deviceUuid();
+    return QUuid::createUuidV5(radioIdNamespace, info.address().toString());
+}
+
+// Qt reports far fewer connection errors than the platforms below it. How each
+// counts for the link (the first four kinds are retried by the link):
+//
+//   ConnectionError              -> connectionFailed. BlueZ's Connect() failed
+//                                   (page timeout, le-connection-abort-by-local,
+//                                   ...); Qt does not tell a timeout from other
+//                                   failures, and both are worth retrying.
+//   RemoteHostClosedError        -> connectionFailed before connected(): the radio
+//                                   dropped the half-made connection. After
+//                                   connected(): other, an established link that the
+//                                   radio closed, which is not retried.
+//   NetworkError                 -> as RemoteHostClosedError: connectionFailed
+//                                   before connected(), other after.
+//   AuthorizationError           -> peerRemovedPairingInformation: the link's
+//                                   security failed, in practice a bond that the
+//                                   radio no longer has; the user is told to pair
+//                                   again.
+//   UnknownRemoteDeviceError     -> other: BlueZ no longer knows the device (it
+//                                   stopped advertising); another attempt within a
+//                                   second would not find it either.
+//   InvalidBluetoothAdapterError -> other: nothing to connect with.
+//   MissingPermissionsError      -> other.
+//   UnknownError, AdvertisingError, NoError -> other.
+//
+// connectionTimeout, connectionLimitReached and operationCancelled never come
+// from here: Qt has no report that matches them.
+BleAdapter::Error QtBleAdapter::mapControllerError(QLowEnergyController::Error error, bool linkUp,
+                                                   const QString& text) {
+    Error mapped;
+    mapped.text = text.isEmpty() ? enumKey(error) : text;
+    switch (error) {
+    case QLowEnergyController::ConnectionError:
+        mapped.kind = ErrorKind::connectionFailed;
+        break;
+    case QLowEnergyController::RemoteHostClosedError:
+    case QLowEnergyController::NetworkError:
+        mapped.kind = linkUp ? ErrorKind::other : ErrorKind::connectionFailed;
+        break;
+    case QLowEnergyController::AuthorizationError:
+        mapped.kind = ErrorKind::peerRemovedPairingInformation;
+        break;
+    case QLowEnergyController::UnknownRemoteDeviceError:
+    case QLowEnergyController::InvalidBluetoothAdapterError:
+    case QLowEnergyController::MissingPermissionsError:
+    case QLowEnergyController::UnknownError:
+    case QLowEnergyController::AdvertisingError:
+    case QLowEnergyController::NoError:
+        mapped.kind = ErrorKind::other;
+        break;
+    }
+    return mapped;
+}
+
+void QtBleAdapter::reportLater(std::function<void()> report) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, generation = m_generation, report = std::move(report)] {
+            if (generation == m_generation)
+                report();
+        },
+        Qt::QueuedConnection);
+}
+
+void QtBleAdapter::connectToPeripheral(const QVariant& handle) {
+    dropController();
+    ++m_generation;
+
+    const auto info = handle.value<QBluetoothDeviceInfo>();
+    if (!info.isValid()) {
+        qCDebug(lcLink) << "no device to connect to in" << handle;
+        reportLater([this] {
+            Q_EMIT failedToConnect(Error{ErrorKind::other, QStringLiteral("Unknown device")});
+        });
+        return;
+    }
+
+    qCDebug(lcLink) << "controller connecting to" << info.address() << info.name();
+    m_controller = QLowEnergyController::createCentral(info, this);
+    connect(m_controller, &QLowEnergyController::connected, this,
+            &QtBleAdapter::onControllerConnected);
+    connect(m_controller, &QLowEnergyController::errorOccurred, this,
+            &QtBleAdapter::onControllerError);
+    connect(m_controller, &QLowEnergyController::disconnected, this,
+            &QtBleAdapter::onControllerDisconnected);
+    connect(m_controller, &QLowEnergyController::discoveryFinished, this, [this] {
+        if (!m_discoveringServices)
+            return;
+        m_discoveringServices = false;
+        QList<QBluetoothUuid> services = m_controller->services();
+        if (!m_wantedServices.isEmpty())
+            services.removeIf(
+                [this](const QBluetoothUuid& uuid) { return !m_wantedServices.contains(uuid); });
+        qCDebug(lcLink) << "services" << services;
+        Q_EMIT servicesDiscovered(services);
+    });
+    m_controller->connectToDevice();
+}
+
+void QtBleAdapter::onControllerConnected() {
+    qCDebug(lcLink) << "controller connected";
+    m_linkUp = true;
+    Q_EMIT peripheralConnected();
+}
+
+void QtBleAdapter::onControllerError(QLowEnergyController::Error error) {
+    const Error mapped = mapControllerError(error, m_linkUp, m_controller->errorString());
+    qCDebug(lcLink) << "controller error" << error << "->" << mapped.kind << mapped.text;
+    if (!m_linkUp) {
+        dropController();
+        Q_EMIT failedToConnect(mapped);
+        return;
+    }
+    // With the link up, the error explains the disconnected() that follows.
+    m_lastError = mapped;
+}
+
+void QtBleAdapter::onControllerDisconnected() {
+    const bool wasUp = m_linkUp;
+    std::optional<Error> error = m_lastError;
+    dropController();
+    qCDebug(lcLink) << "controller disconnected, link was up:" << wasUp;
+    if (!wasUp) {
+        // Closed before it ever connected, without an error of its own.
+        Q_EMIT failedToConnect(error.value_or(
+            Error{ErrorKind::connectionFailed, QStringLiteral("Connection failed")}));
+        return;
+    }
+    Q_EMIT peripheralDisconnected(error);
+}
+
+void QtBleAdapter::cancelConnection() {
+    const bool hadConnection = m_controller != nullptr;
+    dropController();
+    if (hadConnection)
+        reportLater([this] { Q_EMIT peripheralDisconnected(std::nullopt); });
+}
+
+void QtBleAdapter::dropController() {
+    if (m_service) {
+        m_service->disconnect(this);
+        m_service->deleteLater();
+        m_service = nullptr;
+    }
+    if (m_controller) {
+        m_controller->disconnect(this);
+        if (m_controller->state() != QLowEnergyController::UnconnectedState)
+            m_controller->disconnectFromDevice();
+        // Possibly inside one of its own signals.
+        m_controller->deleteLater();
+        m_controller = nullptr;
+    }
+    m_linkUp = false;
+    m_lastError.reset();
+    m_discoveringServices = false;
+    m_discoveringDetails = false;
+    m_pendingNotify = QBluetoothUuid();
+}
+
+void QtBleAdapter::discoverServices(const QList<QBluetoothUuid>& services) {
+    if (!m_controller || !m_linkUp)
+        return;
+    m_wantedServices = services;
+    m_discoveringServices = true;
+    m_controller->discoverServices();
+}
+
+void QtBleAdapter::discoverCharacteristics(const QBluetoothUuid& service,
+                                           const QList<QBluetoothUuid>& characteristics) {
+    if (m_service) {
+        m_service->disconnect(this);
+        m_service->deleteLater();
+        m_service = nullptr;
+    }
+    m_wantedCharacteristics = characteristics;
+    if (m_controller)
+        m_service = m_controller->createServiceObject(service, this);
+    if (!m_service) {
+        qCDebug(lcLink) << "no service object for" << service;
+        reportLater([this, service] { Q_EMIT characteristicsDiscovered(service, {}); });
+        return;
+    }
+    connect(m_service, &QLowEnergyService::stateChanged, this,
+            &QtBleAdapter::onServiceStateChanged);
+    connect(m_service, &QLowEnergyService::errorOccurred, this, &QtBleAdapter::onServiceError);
+    connect(m_service, &QLowEnergyService::descriptorWritten, this,
+            &QtBleAdapter::onDescriptorWritten);
+    connect(m_service, &QLowEnergyService::characteristicChanged, this,
+            [this](const QLowEnergyCharacteristic& characteristic, const QByteArray& value) {
+                Q_EMIT valueUpdated(characteristic.uuid(), value);
+            });
+    m_discoveringDetails = true;
+    if (m_service->state() == QLowEnergyService::RemoteServiceDiscovered) {
+        const quint64 generation = m_generation;
+        QMetaObject::invokeMethod(
+            this,
+            [this, generation] {
+                if (generation == m_generation && m_service && m_discoveringDetails)
+                    reportCharacteristics();
+            },
+            Qt::QueuedConnection);
+        return;
+    }
+    m_service->discoverDetails();
+}
+
+void QtBleAdapter::onServiceStateChanged(QLowEnergyService::ServiceState state) {
+    if (state == QLowEnergyService::RemoteServiceDiscovered && m_discoveringDetails)
+        reportCharacteristics();
+}
+
+void QtBleAdapter::reportCharacteristics() {
+    m_discoveringDetails = false;
+    QList<Characteristic> found;
+    const auto characteristics = m_service->characteristics();
+    for (const QLowEnergyCharacteristic& characteristic : characteristics) {
+        if (!m_wantedCharacteristics.isEmpty() &&
+            !m_wantedCharacteristics.contains(characteristic.uuid()))
+            continue;
+        const auto properties = characteristic.properties();
+        found.append({characteristic.uuid(), properties.testFlag(QLowEnergyCharacteristic::Write),
+                      properties.testFlag(QLowEnergyCharacteristic::WriteNoResponse),
+                      properties.testFlag(QLowEnergyCharacteristic::Notify)});
+    }
+    qCDebug(lcLink) << "characteristics of" << m_service->serviceUuid() << ":" << found.size();
+    Q_EMIT characteristicsDiscovered(m_service->serviceUuid(), found);
+}
+
+void QtBleAdapter::onServiceError(QLowEnergyService::ServiceError error) {
+    qCDebug(lcLink) << "service error" << error;
+    if (error == QLowEnergyService::DescriptorWriteError && !m_pendingNotify.isNull()) {
+        const QBluetoothUuid characteristic = m_pendingNotify;
+        m_pendingNotify = QBluetoothUuid();
+        // QLowEnergyService has no error text of its own.
+        Q_EMIT notificationStateChanged(characteristic, false,
+                                        QStringLiteral("Could not turn on notifications"));
+        return;
+    }
+    // A detail discovery that failed ends with what was found so far.
+    if (m_discoveringDetails && error != QLowEnergyService::CharacteristicWriteError)
+        reportCharacteristics();
+}
+
+void QtBleAdapter::setNotify(const QBluetoothUuid& characteristic, bool enabled) {
+    QLowEnergyDescriptor descriptor;
+    if (m_service)
+        descriptor = m_service->characteristic(characteristic).descriptor(cccdUuid);
+    if (!descriptor.isValid()) {
+        qCDebug(lcLink) << "no notification switch on" << characteristic;
+        reportLater([this, characteristic] {
+            Q_EMIT notificationStateChanged(characteristic, false,
+                                            QStringLiteral("Could not turn on notifications"));
+        });
+        return;
+    }
+    m_pendingNotify = characteristic;
+    m_service->writeDescriptor(descriptor, enabled ? notificationsOn : notificationsOff);
+}
+
+void QtBleAdapter::onDescriptorWritten(const QLowEnergyDescriptor& descriptor,
+                                       const QByteArray& value) {
+    if (descriptor.uuid() != cccdUuid || m_pendingNotify.isNull())
+        return;
+    const QBluetoothUuid characteristic = m_pendingNotify;
+    m_pendingNotify = QBluetoothUuid();
+    Q_EMIT notificationStateChanged(characteristic, value == notificationsOn, QString());
+}
+
+void QtBleAdapter::write(const QBluetoothUuid& characteristic, const QByteArray& value,
+                         bool withResponse) {
+    const QLowEnergyCharacteristic target =
+        m_service ? m_service->characteristic(characteristic) : QLowEnergyCharacteristic();
+    if (!target.isValid()) {
+        qCDebug(lcLink) << "write to unknown characteristic" << characteristic << "dropped";
+        return;
+    }
+    m_service->writeCharacteristic(target, value,
+                                   withResponse ? QLowEnergyService::WriteWithResponse
+                                                : QLowEnergyService::WriteWithoutResponse);
+}

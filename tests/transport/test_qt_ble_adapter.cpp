@@ -1,0 +1,95 @@
+#include "time/clock.h"
+#include "transport/bluetooth_transport.h"
+#include "transport/qt_ble_adapter.h"
+
+#include <QBluetoothAddress>
+#include <QBluetoothLocalDevice>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using PowerState = BleAdapter::PowerState;
+using ErrorKind = BleAdapter::ErrorKind;
+
+// The real adapter can only be exercised this far without a Bluetooth radio:
+// it must come up, say that there is nothing to use, and not hang.
+class TestQtBleAdapter : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void withoutAdapterTheLinkReportsDisconnected() {
+        if (!QBluetoothLocalDevice::allDevices().isEmpty())
+            QSKIP("this machine has a Bluetooth adapter");
+        QElapsedTimer elapsed;
+        elapsed.start();
+        ManualClock clock;
+        QtBleAdapter adapter;
+        BluetoothTransport link(&adapter, &clock);
+        QSignalSpy states(&link, &MeshLink::transportStateChanged);
+        QCOMPARE(adapter.powerState(), PowerState::unknown); // reported later, not yet
+
+        QVERIFY(states.wait(5000));
+        QCOMPARE(states.count(), 1);
+        QCOMPARE(states.at(0).at(0).value<TransportState>(), TransportState::disconnected);
+        QCOMPARE(adapter.powerState(), PowerState::unavailable);
+
+        // Nothing to scan with: the state stays.
+        link.startScan();
+        link.stopScan();
+        QCOMPARE(link.state(), TransportState::disconnected);
+        QCOMPARE(states.count(), 1);
+        QVERIFY2(elapsed.elapsed() < 5000, "construction took too long");
+    }
+
+    void connectingToAnUnknownHandleFailsLater() {
+        ManualClock clock;
+        QtBleAdapter adapter;
+        BluetoothTransport link(&adapter, &clock);
+        QSignalSpy failed(&link, &MeshLink::transportFailed);
+        DiscoveredDevice nothing;
+        nothing.id = QUuid::createUuid();
+        link.connectToDevice(nothing);
+        QCOMPARE(failed.count(), 0); // never from inside the call
+        QVERIFY(failed.wait(2000));
+        QCOMPARE(link.state(), TransportState::disconnected);
+    }
+
+    void radioIdIsStableAndPerAddress() {
+        const QBluetoothDeviceInfo a(QBluetoothAddress(QStringLiteral("C0:FF:EE:00:00:01")),
+                                     QStringLiteral("Talvenne"), 0);
+        const QBluetoothDeviceInfo aAgain(QBluetoothAddress(QStringLiteral("C0:FF:EE:00:00:01")),
+                                          QStringLiteral("Renamed"), 0);
+        const QBluetoothDeviceInfo b(QBluetoothAddress(QStringLiteral("C0:FF:EE:00:00:02")),
+                                     QStringLiteral("Talvenne"), 0);
+        QVERIFY(!QtBleAdapter::stableId(a).isNull());
+        QCOMPARE(QtBleAdapter::stableId(aAgain), QtBleAdapter::stableId(a));
+        QVERIFY(QtBleAdapter::stableId(b) != QtBleAdapter::stableId(a));
+    }
+
+    void controllerErrorMapping_data() {
+        QTest::addColumn<QLowEnergyController::Error>("error");
+        QTest::addColumn<bool>("linkUp");
+        QTest::addColumn<ErrorKind>("kind");
+        QTest::newRow("connection error")
+            << QLowEnergyController::ConnectionError << false << ErrorKind::connectionFailed;
+        QTest::newRow("closed while connecting")
+            << QLowEnergyController::RemoteHostClosedError << false << ErrorKind::connectionFailed;
+        QTest::newRow("closed once connected")
+            << QLowEnergyController::RemoteHostClosedError << true << ErrorKind::other;
+        QTest::newRow("authorization") << QLowEnergyController::AuthorizationError << false
+                                       << ErrorKind::peerRemovedPairingInformation;
+        QTest::newRow("unknown device")
+            << QLowEnergyController::UnknownRemoteDeviceError << false << ErrorKind::other;
+    }
+    void controllerErrorMapping() {
+        QFETCH(QLowEnergyController::Error, error);
+        QFETCH(bool, linkUp);
+        QFETCH(ErrorKind, kind);
+        const auto mapped = QtBleAdapter::mapControllerError(error, linkUp, QString());
+        QCOMPARE(mapped.kind, kind);
+        QVERIFY(!mapped.text.isEmpty()); // a text even when Qt gave none
+    }
+};
+
+QTEST_GUILESS_MAIN(TestQtBleAdapter)
+#include "test_qt_ble_adapter.moc"
