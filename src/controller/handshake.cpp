@@ -1,0 +1,170 @@
+// Introducing the application to a freshly connected radio and loading what
+// the user sees from it.
+
+#include "controller/mesh_controller.h"
+#include "protocol/mesh_protocol.h"
+#include "time/clock.h"
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int appStartAttempts = 3;
+constexpr auto appStartPause = 400ms;
+constexpr auto appStartTimeout = 6s;
+constexpr std::uint8_t deviceQueryVersion = 3;
+constexpr auto commandTimeout = 5s;
+constexpr auto contactListTimeout = 8s;
+constexpr auto channelTimeout = 3s;
+constexpr auto nextMessageTimeout = 4s;
+constexpr int maxMessagesPerDrain = 256;
+
+// A slot is in use when it has a name or a secret with a non-zero byte.
+bool channelInUse(const Channel& channel) {
+    if (!channel.name.isEmpty())
+        return true;
+    const auto secret = MeshProtocol::bytesFromHex(channel.secretHex);
+    return secret && std::any_of(secret->begin(), secret->end(), [](char b) { return b != 0; });
+}
+
+} // namespace
+
+// Never fails outward: each step swallows its error and leaves its field as it
+// was. After every co_await the controller may be shutting down (m_closing);
+// then nothing more is touched.
+QCoro::Task<void> MeshController::performHandshake() {
+    setIsSyncing(true);
+
+    const QByteArray appStart =
+        MeshProtocol::appStart(QString::fromLatin1(MeshProtocol::applicationName));
+    for (int attempt = 0; attempt < appStartAttempts; ++attempt) {
+        std::optional<SelfInfo> answer;
+        try {
+            const MeshEvent event =
+                co_await request(appStart, ExpectedResponse::selfInfo, appStartTimeout);
+            if (const auto* info = std::get_if<Events::SelfInfo>(&event))
+                answer = info->selfInfo;
+        } catch (const MeshError&) {
+        }
+        if (m_closing)
+            co_return;
+        if (answer) {
+            setSelfInfo(std::move(answer));
+            break;
+        }
+        if (attempt + 1 < appStartAttempts) {
+            co_await pause(appStartPause);
+            if (m_closing)
+                co_return;
+        } else {
+            setConnectionError(QLatin1String(handshakeFailureText));
+        }
+    }
+
+    try {
+        const MeshEvent event = co_await request(MeshProtocol::deviceQuery(deviceQueryVersion),
+                                                 ExpectedResponse::deviceInfo, commandTimeout);
+        if (!m_closing) {
+            if (const auto* info = std::get_if<Events::DeviceInfo>(&event))
+                setDeviceInfo(info->deviceInfo);
+        }
+    } catch (const MeshError&) {
+    }
+    if (m_closing)
+        co_return;
+
+    try {
+        co_await request(MeshProtocol::setDeviceTime(m_clock->secondsSince1970()),
+                         ExpectedResponse::ok, commandTimeout);
+    } catch (const MeshError&) {
+    }
+    if (m_closing)
+        co_return;
+
+    try {
+        const MeshEvent event = co_await request(MeshProtocol::getBatteryAndStorage(),
+                                                 ExpectedResponse::batteryVoltage, commandTimeout);
+        if (!m_closing) {
+            if (const auto* info = std::get_if<Events::Battery>(&event))
+                setBattery(info->battery);
+        }
+    } catch (const MeshError&) {
+    }
+    if (m_closing)
+        co_return;
+
+    try {
+        co_await syncContacts();
+    } catch (const MeshError&) {
+    }
+    if (m_closing)
+        co_return;
+
+    co_await syncChannels();
+    if (m_closing)
+        co_return;
+    co_await syncMessages();
+    if (m_closing)
+        co_return;
+
+    setIsSyncing(false);
+}
+
+QCoro::Task<void> MeshController::syncContacts() {
+    setContacts({});
+    // The radio streams one contact event per stored contact before its
+    // end-of-contacts answer; the event dispatch upserts them as they come.
+    co_await request(MeshProtocol::getContacts(), ExpectedResponse::endOfContacts,
+                     contactListTimeout);
+    if (m_closing)
+        co_return;
+
+    QList<Contact> sorted = m_contacts;
+    std::stable_sort(sorted.begin(), sorted.end(), [](const Contact& a, const Contact& b) {
+        return a.lastAdvert > b.lastAdvert;
+    });
+    setContacts(std::move(sorted));
+    ensureContactConversations();
+}
+
+void MeshController::ensureContactConversations() {
+    for (const Contact& contact : std::as_const(m_contacts))
+        ensureConversation(ConversationID::contact(contact.publicKey));
+}
+
+QCoro::Task<void> MeshController::syncChannels() {
+    setChannels({});
+    for (int index = 0; index < maxChannels; ++index) {
+        std::optional<Channel> slot;
+        try {
+            const MeshEvent event = co_await request(MeshProtocol::getChannel(std::uint8_t(index)),
+                                                     ExpectedResponse::channelInfo, channelTimeout);
+            if (const auto* info = std::get_if<Events::ChannelInfo>(&event))
+                slot = info->channelInfo;
+        } catch (const MeshError&) {
+        }
+        if (m_closing || !slot)
+            co_return;
+        appendChannel(*slot);
+        if (channelInUse(*slot))
+            ensureConversation(ConversationID::channel(index));
+    }
+}
+
+QCoro::Task<void> MeshController::syncMessages() {
+    for (int fetched = 0; fetched < maxMessagesPerDrain; ++fetched) {
+        if (m_closing || m_transportState != TransportState::connected)
+            co_return;
+        std::optional<MeshEvent> answer;
+        try {
+            answer = co_await request(MeshProtocol::syncNextMessage(), ExpectedResponse::anyMessage,
+                                      nextMessageTimeout);
+        } catch (const MeshError&) {
+        }
+        if (m_closing || !answer || std::holds_alternative<Events::NoMoreMessages>(*answer))
+            co_return;
+        handleIncomingMessage(*answer);
+    }
+}

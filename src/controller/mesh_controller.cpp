@@ -1,0 +1,280 @@
+#include "controller/mesh_controller.h"
+
+#include "controller/conversation_store.h"
+#include "notifications/notifier.h"
+#include "protocol/mesh_protocol.h"
+#include "time/clock.h"
+#include "transport/mesh_link.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSettings>
+
+namespace {
+
+template <typename... Fs>
+struct Overloaded : Fs... {
+    using Fs::operator()...;
+};
+
+} // namespace
+
+MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
+                               ConversationStore* store, QSettings* settings, QObject* parent)
+    : QObject(parent)
+    , m_link(link)
+    , m_clock(clock)
+    , m_notifier(notifier)
+    , m_store(store)
+    , m_settings(settings) {
+    Q_ASSERT(link && clock);
+    connect(link, &MeshLink::transportStateChanged, this, &MeshController::onTransportStateChanged);
+    connect(link, &MeshLink::transportDiscovered, this, &MeshController::onTransportDiscovered);
+    connect(link, &MeshLink::transportConnected, this, &MeshController::onTransportConnected);
+    connect(link, &MeshLink::transportFailed, this, &MeshController::onTransportFailed);
+    connect(link, &MeshLink::transportReceived, this, &MeshController::onTransportReceived);
+
+    loadPreferences();
+    loadConversations();
+}
+
+MeshController::~MeshController() {
+    // Coroutines of this controller are suspended only in `pending` and in
+    // `m_pauses`. Settle them all now, while every member is still alive; each
+    // sees m_closing after its co_await and ends without touching anything.
+    m_closing = true;
+    while (!m_pending.isEmpty() || !m_pauses.isEmpty()) {
+        failAllPending(MeshError::notConnected());
+        const QList<Pause> pauses = std::exchange(m_pauses, {});
+        for (const Pause& pause : pauses) {
+            if (m_clock)
+                m_clock->cancel(pause.timer);
+            pause.continuation->resolve(false);
+        }
+    }
+}
+
+// --- construction
+
+void MeshController::loadPreferences() {
+    if (!m_settings)
+        return;
+    const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
+    m_favorites = QSet<QString>(favorites.begin(), favorites.end());
+
+    // A JSON object of text to text; anything else leaves the map empty.
+    const QByteArray json = m_settings->value(QLatin1String(verifiedKeysKey)).toByteArray();
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    if (!document.isObject())
+        return;
+    VerifiedKeyMap keys;
+    const QJsonObject object = document.object();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!it.value().isString())
+            return;
+        keys.insert(it.key(), it.value().toString());
+    }
+    m_verifiedKeys = std::move(keys);
+}
+
+void MeshController::loadConversations() {
+    if (!m_store)
+        return;
+    ConversationMap loaded;
+    for (const Conversation& conversation : m_store->load())
+        loaded.insert(conversation.target.conversationKey(), conversation);
+    m_conversations = std::move(loaded);
+    refreshTotalUnreadCount();
+}
+
+// --- state writers
+
+void MeshController::setTransportState(TransportState state) {
+    assign(m_transportState, state, &MeshController::transportStateChanged);
+}
+
+void MeshController::setConnectionError(const QString& text) {
+    assign(m_connectionError, text, &MeshController::connectionErrorChanged);
+}
+
+void MeshController::setIsSyncing(bool syncing) {
+    assign(m_isSyncing, syncing, &MeshController::isSyncingChanged);
+}
+
+void MeshController::setSelfInfo(std::optional<SelfInfo> info) {
+    assign(m_selfInfo, std::move(info), &MeshController::selfInfoChanged);
+}
+
+void MeshController::setDeviceInfo(std::optional<DeviceInfo> info) {
+    assign(m_deviceInfo, std::move(info), &MeshController::deviceInfoChanged);
+}
+
+void MeshController::setBattery(std::optional<BatteryInfo> info) {
+    assign(m_battery, std::move(info), &MeshController::batteryChanged);
+}
+
+void MeshController::setDeviceTime(std::optional<QDateTime> time) {
+    assign(m_deviceTime, std::move(time), &MeshController::deviceTimeChanged);
+}
+
+void MeshController::setDiscoveredDevices(QList<DiscoveredDevice> devices) {
+    if (m_discoveredDevices == devices)
+        return;
+    m_discoveredDevices = std::move(devices);
+    Q_EMIT discoveredDevicesReset();
+    Q_EMIT discoveredDevicesChanged();
+}
+
+void MeshController::setContacts(QList<Contact> contacts) {
+    if (m_contacts == contacts)
+        return;
+    m_contacts = std::move(contacts);
+    Q_EMIT contactsReset();
+    Q_EMIT contactsChanged();
+}
+
+void MeshController::setChannels(QList<Channel> channels) {
+    if (m_channels == channels)
+        return;
+    m_channels = std::move(channels);
+    Q_EMIT channelsReset();
+    Q_EMIT channelsChanged();
+}
+
+void MeshController::appendChannel(const Channel& channel) {
+    m_channels.append(channel);
+    Q_EMIT channelInserted(int(m_channels.size()) - 1);
+    Q_EMIT channelsChanged();
+}
+
+// The first contact with exactly this key is replaced where it stands;
+// otherwise the contact goes to the end.
+void MeshController::upsertContact(const Contact& contact) {
+    for (qsizetype row = 0; row < m_contacts.size(); ++row) {
+        if (m_contacts[row].publicKey != contact.publicKey)
+            continue;
+        if (m_contacts[row] == contact)
+            return;
+        m_contacts[row] = contact;
+        Q_EMIT contactChanged(int(row));
+        Q_EMIT contactsChanged();
+        return;
+    }
+    m_contacts.append(contact);
+    Q_EMIT contactInserted(int(m_contacts.size()) - 1);
+    Q_EMIT contactsChanged();
+}
+
+void MeshController::setSelectedConversation(std::optional<ConversationID> target) {
+    assign(m_selectedConversation, std::move(target), &MeshController::selectedConversationChanged);
+}
+
+void MeshController::setApplicationActive(bool active) {
+    m_applicationActive = active;
+}
+
+// --- link reports
+
+void MeshController::onTransportStateChanged(TransportState state) {
+    setTransportState(state);
+    if (state == TransportState::disconnected)
+        resetAfterDisconnect();
+}
+
+void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
+    for (qsizetype row = 0; row < m_discoveredDevices.size(); ++row) {
+        if (m_discoveredDevices[row].id != device.id)
+            continue;
+        // The platform handle is kept fresh, but only a visible change notifies.
+        const bool changed = !(m_discoveredDevices[row] == device);
+        m_discoveredDevices[row] = device;
+        if (!changed)
+            return;
+        Q_EMIT discoveredDeviceChanged(int(row));
+        Q_EMIT discoveredDevicesChanged();
+        return;
+    }
+    m_discoveredDevices.append(device);
+    Q_EMIT discoveredDeviceInserted(int(m_discoveredDevices.size()) - 1);
+    Q_EMIT discoveredDevicesChanged();
+}
+
+void MeshController::onTransportConnected() {
+    performHandshake(); // runs on by itself; the task handle is not needed
+}
+
+void MeshController::onTransportFailed(const QString& text) {
+    setConnectionError(text);
+}
+
+void MeshController::onTransportReceived(const QByteArray& frame) {
+    handleEvent(MeshProtocol::decode(frame));
+}
+
+// --- link operations
+
+void MeshController::startScan() {
+    setDiscoveredDevices({});
+    setConnectionError({});
+    if (m_link)
+        m_link->startScan();
+}
+
+void MeshController::stopScan() {
+    if (m_link)
+        m_link->stopScan();
+}
+
+void MeshController::connectToDevice(const DiscoveredDevice& device) {
+    if (m_link)
+        m_link->connectToDevice(device);
+}
+
+void MeshController::disconnectFromDevice() {
+    if (m_link)
+        m_link->disconnectFromDevice();
+    resetAfterDisconnect();
+}
+
+void MeshController::resetAfterDisconnect() {
+    setSelfInfo(std::nullopt);
+    setDeviceInfo(std::nullopt);
+    setBattery(std::nullopt);
+    setContacts({});
+    setChannels({});
+    setSelectedConversation(std::nullopt);
+    failAllPending(MeshError::notConnected());
+}
+
+// --- events
+
+void MeshController::handleEvent(const MeshEvent& event) {
+    if (!resolvePending(event))
+        applyEvent(event);
+}
+
+// An event no request took. Answers that come too late are dropped.
+void MeshController::applyEvent(const MeshEvent& event) {
+    std::visit(Overloaded{
+                   [this](const Events::Battery& e) { setBattery(e.battery); },
+                   [this](const Events::CurrentTime& e) { setDeviceTime(e.time); },
+                   [this](const Events::Contact& e) { upsertContact(e.contact); },
+                   [this](const Events::NewAdvert& e) {
+                       // A node we already know keeps its stored record.
+                       if (contactForKey(e.newAdvert.publicKey))
+                           return;
+                       upsertContact(e.newAdvert);
+                       ensureConversation(ConversationID::contact(e.newAdvert.publicKey));
+                   },
+                   [this, &event](const Events::ContactMessage&) { handleIncomingMessage(event); },
+                   [this, &event](const Events::ChannelMessage&) { handleIncomingMessage(event); },
+                   [this](const Events::SendConfirmed& e) {
+                       confirmDelivery(e.ackCode, e.roundTripMillis);
+                   },
+                   [this](const Events::MessagesWaiting&) {
+                       syncMessages(); // its own task; ends by itself
+                   },
+                   [](const auto&) {},
+               },
+               event);
+}

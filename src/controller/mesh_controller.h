@@ -1,0 +1,307 @@
+#pragma once
+
+#include "controller/expected_response.h"
+#include "controller/mesh_error.h"
+#include "controller/pending_request.h"
+#include "model/conversation.h"
+#include "model/device_records.h"
+#include "protocol/mesh_event.h"
+#include "transport/transport_state.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QString>
+#include <QUuid>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <qcoro/qcorotask.h>
+
+class Clock;
+class ConversationStore;
+class MeshLink;
+class Notifier;
+class QSettings;
+
+// The one object that owns the link to the radio, every piece of radio-side
+// state, all conversations and the user's small preferences. Everything it
+// works with is handed in; it owns none of it. Main thread only.
+//
+// Every property notifies through its NOTIFY signal, emitted after the change
+// and only when the stored value really changed. The lists also carry
+// fine-grained signals for list models, each emitted once per change, after
+// the change and before the property's NOTIFY signal:
+//   - discoveredDeviceInserted(row) / discoveredDeviceChanged(row) /
+//     discoveredDevicesReset() (the whole list replaced, e.g. cleared by startScan);
+//   - contactInserted(row) / contactChanged(row) / contactRemoved(row) /
+//     contactsReset() (cleared on disconnect, reloaded and sorted by the sync);
+//   - channelInserted(row) / channelChanged(row) / channelRemoved(row) / channelsReset();
+//   - conversationAdded(key) / conversationRemoved(key) / conversationsReset(),
+//     messageAppended(key, row) / messageChanged(key, row) for the messages of
+//     one conversation, and conversationChanged(key) when its lastActivity or
+//     unreadCount changed. `key` is the conversation key ("contact:<key>",
+//     "channel:<index>").
+class MeshController : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(TransportState transportState READ transportState NOTIFY transportStateChanged)
+    Q_PROPERTY(QList<DiscoveredDevice> discoveredDevices READ discoveredDevices NOTIFY
+                   discoveredDevicesChanged)
+    Q_PROPERTY(QString connectionError READ connectionError NOTIFY connectionErrorChanged)
+    Q_PROPERTY(bool isSyncing READ isSyncing NOTIFY isSyncingChanged)
+    Q_PROPERTY(std::optional<SelfInfo> selfInfo READ selfInfo NOTIFY selfInfoChanged)
+    Q_PROPERTY(std::optional<DeviceInfo> deviceInfo READ deviceInfo NOTIFY deviceInfoChanged)
+    Q_PROPERTY(std::optional<BatteryInfo> battery READ battery NOTIFY batteryChanged)
+    Q_PROPERTY(DeviceStats coreStats READ coreStats NOTIFY coreStatsChanged)
+    Q_PROPERTY(DeviceStats radioStats READ radioStats NOTIFY radioStatsChanged)
+    Q_PROPERTY(DeviceStats packetStats READ packetStats NOTIFY packetStatsChanged)
+    Q_PROPERTY(std::optional<QDateTime> deviceTime READ deviceTime NOTIFY deviceTimeChanged)
+    Q_PROPERTY(QList<Contact> contacts READ contacts NOTIFY contactsChanged)
+    Q_PROPERTY(QList<Channel> channels READ channels NOTIFY channelsChanged)
+    Q_PROPERTY(ConversationMap conversations READ conversations NOTIFY conversationsChanged)
+    Q_PROPERTY(std::optional<ConversationID> selectedConversation READ selectedConversation WRITE
+                   setSelectedConversation NOTIFY selectedConversationChanged)
+    Q_PROPERTY(QSet<QString> favorites READ favorites NOTIFY favoritesChanged)
+    Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
+    Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
+
+public:
+    using ConversationMap = QHash<QString, Conversation>;
+    using VerifiedKeyMap = QHash<QString, QString>; // public key -> name
+
+    // Channel slots read by the handshake: 0 to maxChannels - 1.
+    static constexpr int maxChannels = 8;
+    static constexpr auto favoritesKey = "favoriteNodeKeys";
+    static constexpr auto verifiedKeysKey = "verifiedContactKeys";
+    static constexpr auto handshakeFailureText = "The device didn't respond to the handshake.";
+
+    // Loads favourites and verified keys from `settings` and the history from
+    // `store`, and listens to `link`. Any of the pointers may be null in tests
+    // that do not need them, except `link` and `clock`.
+    MeshController(MeshLink* link, Clock* clock, Notifier* notifier, ConversationStore* store,
+                   QSettings* settings, QObject* parent = nullptr);
+    // Fails every waiting request with notConnected and cuts pauses short, so
+    // no coroutine of this controller is left suspended.
+    ~MeshController() override;
+
+    // --- observed state
+    TransportState transportState() const { return m_transportState; }
+    const QList<DiscoveredDevice>& discoveredDevices() const { return m_discoveredDevices; }
+    // Empty when there is none.
+    const QString& connectionError() const { return m_connectionError; }
+    bool isSyncing() const { return m_isSyncing; }
+    const std::optional<SelfInfo>& selfInfo() const { return m_selfInfo; }
+    const std::optional<DeviceInfo>& deviceInfo() const { return m_deviceInfo; }
+    const std::optional<BatteryInfo>& battery() const { return m_battery; }
+    const DeviceStats& coreStats() const { return m_coreStats; }
+    const DeviceStats& radioStats() const { return m_radioStats; }
+    const DeviceStats& packetStats() const { return m_packetStats; }
+    const std::optional<QDateTime>& deviceTime() const { return m_deviceTime; }
+    const QList<Contact>& contacts() const { return m_contacts; }
+    const QList<Channel>& channels() const { return m_channels; }
+    const ConversationMap& conversations() const { return m_conversations; }
+    const std::optional<ConversationID>& selectedConversation() const {
+        return m_selectedConversation;
+    }
+    const QSet<QString>& favorites() const { return m_favorites; }
+    const VerifiedKeyMap& verifiedKeys() const { return m_verifiedKeys; }
+    // Sum of the unread counts of all conversations.
+    qint64 totalUnreadCount() const { return m_totalUnreadCount; }
+
+    void setSelectedConversation(std::optional<ConversationID> target);
+    // Whether the application is the active one; the app wires this to the
+    // GUI application's state. Messages in the selected conversation count as
+    // read only while it is active. Defaults to true.
+    void setApplicationActive(bool active);
+    bool isApplicationActive() const { return m_applicationActive; }
+
+    // --- link operations
+    // Clears the scan results and the connection error, then scans.
+    Q_INVOKABLE void startScan();
+    Q_INVOKABLE void stopScan();
+    void connectToDevice(const DiscoveredDevice& device);
+    // Asks the link to disconnect and clears the radio-side state at once.
+    // (Not named disconnect(): that would hide QObject::disconnect.)
+    Q_INVOKABLE void disconnectFromDevice();
+    // Forgets the radio-side state (self and device info, battery, contacts,
+    // channels, selection) and fails every waiting request with notConnected.
+    // Conversations and preferences stay.
+    void resetAfterDisconnect();
+
+    // --- request correlation
+    // Writes `frame` and waits for the first event that `expect` accepts. Throws
+    // MeshError: notConnected (at once when there is no link), timeout, or
+    // device when the radio answers with an error while this is the oldest
+    // waiting request.
+    QCoro::Task<MeshEvent> request(QByteArray frame, ExpectedResponse expect,
+                                   std::chrono::milliseconds timeout);
+    // Offers the event to the waiting requests, then applies it to the state.
+    void handleEvent(const MeshEvent& event);
+
+    // --- handshake and synchronisation; none of these throws except syncContacts
+    QCoro::Task<void> performHandshake();
+    QCoro::Task<void> syncContacts();
+    QCoro::Task<void> syncChannels();
+    QCoro::Task<void> syncMessages();
+
+    // --- messaging
+    // Stores the trimmed text as an outgoing message and sends it in the
+    // background; a blank text does nothing.
+    Q_INVOKABLE void sendMessage(const QString& text, const ConversationID& target);
+    // Clears the unread count; does nothing (no save) when it is already 0.
+    Q_INVOKABLE void markConversationRead(const ConversationID& target);
+    // The conversation of `target`, created empty (and not saved) when missing.
+    Conversation ensureConversation(const ConversationID& target);
+    // The one way a message enters a conversation: stores, saves, counts it as
+    // unread and notifies unless the user is viewing the conversation.
+    void appendMessage(const ChatMessage& message, const ConversationID& target);
+    QString conversationTitle(const ConversationID& target) const;
+
+    std::optional<Contact> contactForPrefix(const QString& prefix) const;
+    std::optional<Contact> contactForKey(const QString& key) const;
+    std::optional<Channel> channelForIndex(int index) const;
+
+    // Change one message, found by id in the target's conversation; nothing
+    // happens when either is missing. A real change is saved.
+    void setDeliveryState(const QUuid& id, const ConversationID& target,
+                          ChatMessage::DeliveryState state);
+    void markSent(const QUuid& id, const ConversationID& target, std::uint32_t expectedAck,
+                  std::uint32_t estimatedTimeoutMillis);
+    void markDelivered(const QUuid& id, const ConversationID& target,
+                       std::uint32_t roundTripMillis);
+    void updateMessage(const QUuid& id, const ConversationID& target,
+                       const std::function<void(ChatMessage&)>& change);
+
+Q_SIGNALS:
+    void transportStateChanged();
+    void discoveredDevicesChanged();
+    void discoveredDeviceInserted(int row);
+    void discoveredDeviceChanged(int row);
+    void discoveredDevicesReset();
+    void connectionErrorChanged();
+    void isSyncingChanged();
+    void selfInfoChanged();
+    void deviceInfoChanged();
+    void batteryChanged();
+    void coreStatsChanged();
+    void radioStatsChanged();
+    void packetStatsChanged();
+    void deviceTimeChanged();
+    void contactsChanged();
+    void contactInserted(int row);
+    void contactChanged(int row);
+    void contactRemoved(int row);
+    void contactsReset();
+    void channelsChanged();
+    void channelInserted(int row);
+    void channelChanged(int row);
+    void channelRemoved(int row);
+    void channelsReset();
+    void conversationsChanged();
+    void conversationAdded(const QString& key);
+    void conversationRemoved(const QString& key);
+    void conversationChanged(const QString& key);
+    void conversationsReset();
+    void messageAppended(const QString& key, int row);
+    void messageChanged(const QString& key, int row);
+    void selectedConversationChanged();
+    void favoritesChanged();
+    void verifiedKeysChanged();
+    void totalUnreadCountChanged();
+
+private:
+    // Link reports.
+    void onTransportStateChanged(TransportState state);
+    void onTransportDiscovered(const DiscoveredDevice& device);
+    void onTransportConnected();
+    void onTransportFailed(const QString& text);
+    void onTransportReceived(const QByteArray& frame);
+
+    // Request correlation.
+    bool resolvePending(const MeshEvent& event);
+    void expireRequest(std::uint64_t id);
+    void failAllPending(const MeshError& error);
+    // Waits `delay` on the clock; comes back early (false) when the controller
+    // is going away.
+    OneShot<bool>::Awaiter pause(std::chrono::milliseconds delay);
+    void endPause(std::uint64_t id, bool completed);
+    void applyEvent(const MeshEvent& event);
+
+    // Handshake pieces.
+    void ensureContactConversations();
+
+    // Messaging pieces.
+    QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
+    void handleIncomingMessage(const MeshEvent& event);
+    void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
+    void saveConversations();
+    void refreshTotalUnreadCount();
+    void updateBadge();
+
+    // State writers that notify only on change.
+    template <typename T>
+    bool assign(T& field, T value, void (MeshController::*changed)());
+    void setTransportState(TransportState state);
+    void setConnectionError(const QString& text);
+    void setIsSyncing(bool syncing);
+    void setSelfInfo(std::optional<SelfInfo> info);
+    void setDeviceInfo(std::optional<DeviceInfo> info);
+    void setBattery(std::optional<BatteryInfo> info);
+    void setDeviceTime(std::optional<QDateTime> time);
+    void setDiscoveredDevices(QList<DiscoveredDevice> devices);
+    void setContacts(QList<Contact> contacts);
+    void setChannels(QList<Channel> channels);
+    void appendChannel(const Channel& channel);
+    void upsertContact(const Contact& contact);
+
+    void loadPreferences();
+    void loadConversations();
+
+    QPointer<MeshLink> m_link;
+    QPointer<Clock> m_clock;
+    QPointer<Notifier> m_notifier;
+    ConversationStore* m_store = nullptr;
+    QPointer<QSettings> m_settings;
+
+    TransportState m_transportState = TransportState::disconnected;
+    QList<DiscoveredDevice> m_discoveredDevices;
+    QString m_connectionError;
+    bool m_isSyncing = false;
+    std::optional<SelfInfo> m_selfInfo;
+    std::optional<DeviceInfo> m_deviceInfo;
+    std::optional<BatteryInfo> m_battery;
+    DeviceStats m_coreStats;
+    DeviceStats m_radioStats;
+    DeviceStats m_packetStats;
+    std::optional<QDateTime> m_deviceTime;
+    QList<Contact> m_contacts;
+    QList<Channel> m_channels;
+    ConversationMap m_conversations;
+    std::optional<ConversationID> m_selectedConversation;
+    QSet<QString> m_favorites;
+    VerifiedKeyMap m_verifiedKeys;
+    qint64 m_totalUnreadCount = 0;
+    bool m_applicationActive = true;
+
+    QList<PendingRequest> m_pending; // oldest first
+    QList<Pause> m_pauses;
+    std::uint64_t m_nextWaitId = 1;
+    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
+    QHash<QString, QUuid> m_lastSentMessageID;
+    // Set by the destructor: coroutines resumed from there end at once.
+    bool m_closing = false;
+};
+
+template <typename T>
+bool MeshController::assign(T& field, T value, void (MeshController::*changed)()) {
+    if (field == value)
+        return false;
+    field = std::move(value);
+    Q_EMIT(this->*changed)();
+    return true;
+}
