@@ -1,0 +1,671 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en">
+<context>
+    <name></name>
+    <message id="contact.type.unknown">
+        <source>Unknown</source>
+        <translation>Unknown</translation>
+    </message>
+    <message id="contact.type.companion">
+        <source>Companion</source>
+        <translation>Companion</translation>
+    </message>
+    <message id="contact.type.repeater">
+        <source>Repeater</source>
+        <translation>Repeater</translation>
+    </message>
+    <message id="contact.type.room">
+        <source>Room Server</source>
+        <translation>Room Server</translation>
+    </message>
+    <message id="contact.type.sensor">
+        <source>Sensor</source>
+        <translation>Sensor</translation>
+    </message>
+    <message id="channel.default.name">
+        <source>Channel %1</source>
+        <translation>Channel %1</translation>
+    </message>
+    <message id="channel.default.name.public">
+        <source>Public</source>
+        <translation>Public</translation>
+    </message>
+    <message id="main.empty.conversation.title">
+        <source>No Conversation Selected</source>
+        <translation>No Conversation Selected</translation>
+    </message>
+    <message id="main.empty.conversation.message">
+        <source>Choose a channel or a contact in the sidebar to start chatting.</source>
+        <translation>Choose a channel or a contact in the sidebar to start chatting.</translation>
+    </message>
+    <message id="main.empty.node.title">
+        <source>No Node Selected</source>
+        <translation>No Node Selected</translation>
+    </message>
+    <message id="main.empty.node.message">
+        <source>Choose a repeater, room or sensor in the sidebar to see its details.</source>
+        <translation>Choose a repeater, room or sensor in the sidebar to see its details.</translation>
+    </message>
+    <message id="main.toolbar.add">
+        <source>Add</source>
+        <translation>Add</translation>
+    </message>
+    <message id="main.toolbar.add.help">
+        <source>Add a contact or a channel</source>
+        <translation>Add a contact or a channel</translation>
+    </message>
+    <message id="main.toolbar.add.contact">
+        <source>Add Contact…</source>
+        <translation>Add Contact…</translation>
+    </message>
+    <message id="main.toolbar.add.channel">
+        <source>Add Channel…</source>
+        <translation>Add Channel…</translation>
+    </message>
+    <message id="main.toolbar.advertise">
+        <source>Advertise</source>
+        <translation>Advertise</translation>
+    </message>
+    <message id="main.toolbar.advertise.sent">
+        <source>Advert Sent</source>
+        <translation>Advert Sent</translation>
+    </message>
+    <message id="main.toolbar.advertise.help">
+        <source>Announce this radio to the whole mesh</source>
+        <translation>Announce this radio to the whole mesh</translation>
+    </message>
+    <message id="main.toolbar.conversation.info">
+        <source>Info</source>
+        <translation>Info</translation>
+    </message>
+    <message id="main.toolbar.conversation.info.help">
+        <source>Show details about this contact</source>
+        <translation>Show details about this contact</translation>
+    </message>
+    <message id="main.toolbar.device">
+        <source>Device</source>
+        <translation>Device</translation>
+    </message>
+    <message id="main.toolbar.device.help">
+        <source>Show the connected radio</source>
+        <translation>Show the connected radio</translation>
+    </message>
+    <message id="main.connection.syncing">
+        <source>Syncing…</source>
+        <translation>Syncing…</translation>
+    </message>
+    <message id="main.mode.messages">
+        <source>Messages</source>
+        <translation>Messages</translation>
+    </message>
+    <message id="main.mode.nodes">
+        <source>Nodes</source>
+        <translation>Nodes</translation>
+    </message>
+    <message id="sidebar.search.conversations">
+        <source>Search conversations</source>
+        <translation>Search conversations</translation>
+    </message>
+    <message id="sidebar.search.nodes">
+        <source>Search nodes</source>
+        <translation>Search nodes</translation>
+    </message>
+    <message id="sidebar.section.channels">
+        <source>Channels</source>
+        <translation>Channels</translation>
+    </message>
+    <message id="sidebar.section.contacts">
+        <source>Contacts</source>
+        <translation>Contacts</translation>
+    </message>
+    <message id="sidebar.section.favorites">
+        <source>Favourites</source>
+        <translation>Favourites</translation>
+    </message>
+    <message id="sidebar.section.all.nodes">
+        <source>All Nodes</source>
+        <translation>All Nodes</translation>
+    </message>
+    <message id="sidebar.section.nodes">
+        <source>Nodes</source>
+        <translation>Nodes</translation>
+    </message>
+    <message id="sidebar.channel.group">
+        <source>Group channel</source>
+        <translation>Group channel</translation>
+    </message>
+    <message id="sidebar.channel.remove">
+        <source>Remove Channel</source>
+        <translation>Remove Channel</translation>
+    </message>
+    <message id="sidebar.favorite.add">
+        <source>Add to Favourites</source>
+        <translation>Add to Favourites</translation>
+    </message>
+    <message id="sidebar.favorite.remove">
+        <source>Remove from Favourites</source>
+        <translation>Remove from Favourites</translation>
+    </message>
+    <message id="sidebar.empty.conversations.title">
+        <source>No Conversations</source>
+        <translation>No Conversations</translation>
+    </message>
+    <message id="sidebar.empty.conversations.message">
+        <source>Contacts and channels from your radio will appear here.</source>
+        <translation>Contacts and channels from your radio will appear here.</translation>
+    </message>
+    <message id="sidebar.empty.nodes.title">
+        <source>No Nodes</source>
+        <translation>No Nodes</translation>
+    </message>
+    <message id="sidebar.empty.nodes.message">
+        <source>Repeaters, room servers and sensors your radio hears will appear here.</source>
+        <translation>Repeaters, room servers and sensors your radio hears will appear here.</translation>
+    </message>
+    <message id="chat.subtitle.routed.typed">
+        <source>%1 · flood routed</source>
+        <translation>%1 · flood routed</translation>
+    </message>
+    <message id="chat.subtitle.direct.typed">
+        <source>%1 · direct route</source>
+        <translation>%1 · direct route</translation>
+    </message>
+    <message id="chat.subtitle.direct">
+        <source>Direct message</source>
+        <translation>Direct message</translation>
+    </message>
+    <message id="chat.subtitle.channel">
+        <source>Channel</source>
+        <translation>Channel</translation>
+    </message>
+    <message id="chat.verify.verified.help">
+        <source>You have verified this contact's key</source>
+        <translation>You have verified this contact's key</translation>
+    </message>
+    <message id="chat.verify.unverified.help">
+        <source>This contact's key is not verified</source>
+        <translation>This contact's key is not verified</translation>
+    </message>
+    <message id="chat.verify.remove">
+        <source>Remove Verification</source>
+        <translation>Remove Verification</translation>
+    </message>
+    <message id="chat.verify.mark">
+        <source>Mark as Verified</source>
+        <translation>Mark as Verified</translation>
+    </message>
+    <message id="chat.conflict.message">
+        <source>Another verified contact is named “%1”. This key may belong to someone else.</source>
+        <translation>Another verified contact is named “%1”. This key may belong to someone else.</translation>
+    </message>
+    <message id="chat.conflict.verify.anyway">
+        <source>Verify Anyway</source>
+        <translation>Verify Anyway</translation>
+    </message>
+    <message id="chat.empty.title">
+        <source>No Messages Yet</source>
+        <translation>No Messages Yet</translation>
+    </message>
+    <message id="chat.empty.message">
+        <source>Messages you send and receive here will appear in this conversation.</source>
+        <translation>Messages you send and receive here will appear in this conversation.</translation>
+    </message>
+    <message id="chat.composer.placeholder">
+        <source>Message</source>
+        <translation>Message</translation>
+    </message>
+    <message id="chat.composer.limit">
+        <source>Up to %1 characters</source>
+        <translation>Up to %1 characters</translation>
+    </message>
+    <message id="chat.message.delivery.show.report">
+        <source>Show delivery report</source>
+        <translation>Show delivery report</translation>
+    </message>
+    <message id="chat.message.delivery.sending">
+        <source>Sending…</source>
+        <translation>Sending…</translation>
+    </message>
+    <message id="chat.message.delivery.sent">
+        <source>Sent, waiting for confirmation</source>
+        <translation>Sent, waiting for confirmation</translation>
+    </message>
+    <message id="chat.message.delivery.delivered">
+        <source>Delivered</source>
+        <translation>Delivered</translation>
+    </message>
+    <message id="chat.message.delivery.failed">
+        <source>Failed to send</source>
+        <translation>Failed to send</translation>
+    </message>
+    <message id="chat.message.delivery.direct">
+        <source>Direct, no hops</source>
+        <translation>Direct, no hops</translation>
+    </message>
+    <message id="chat.message.delivery.relayed">
+        <source>Relayed over %1 hop</source>
+        <translation>Relayed over %1 hop</translation>
+    </message>
+    <message id="chat.message.delivery.relayed.plural">
+        <source>Relayed over %1 hops</source>
+        <translation>Relayed over %1 hops</translation>
+    </message>
+    <message id="chat.message.delivery.roundtrip">
+        <source>Round trip %1 s</source>
+        <translation>Round trip %1 s</translation>
+    </message>
+    <message id="chat.message.delivery.snr">
+        <source>Signal-to-noise %1 dB</source>
+        <translation>Signal-to-noise %1 dB</translation>
+    </message>
+    <message id="chat.message.delivery.timeout">
+        <source>Expected within %1 s</source>
+        <translation>Expected within %1 s</translation>
+    </message>
+    <message id="connection.title">
+        <source>Talvenne</source>
+        <translation>Talvenne</translation>
+    </message>
+    <message id="connection.subtitle">
+        <source>Connect to your mesh radio over Bluetooth</source>
+        <translation>Connect to your mesh radio over Bluetooth</translation>
+    </message>
+    <message id="connection.nearby.devices">
+        <source>Nearby Radios</source>
+        <translation>Nearby Radios</translation>
+    </message>
+    <message id="connection.empty.powered.off">
+        <source>Bluetooth is turned off.</source>
+        <translation>Bluetooth is turned off.</translation>
+    </message>
+    <message id="connection.empty.unauthorized">
+        <source>Talvenne is not allowed to use Bluetooth.</source>
+        <translation>Talvenne is not allowed to use Bluetooth.</translation>
+    </message>
+    <message id="connection.empty.scanning">
+        <source>Looking for radios…</source>
+        <translation>Looking for radios…</translation>
+    </message>
+    <message id="connection.empty.connecting">
+        <source>Connecting…</source>
+        <translation>Connecting…</translation>
+    </message>
+    <message id="connection.empty.preparing">
+        <source>Getting Bluetooth ready…</source>
+        <translation>Getting Bluetooth ready…</translation>
+    </message>
+    <message id="connection.button.scan">
+        <source>Scan</source>
+        <translation>Scan</translation>
+    </message>
+    <message id="connection.button.stop">
+        <source>Stop</source>
+        <translation>Stop</translation>
+    </message>
+    <message id="add.contact.title">
+        <source>Add Contact</source>
+        <translation>Add Contact</translation>
+    </message>
+    <message id="add.contact.subtitle">
+        <source>Add a node by its name and public key.</source>
+        <translation>Add a node by its name and public key.</translation>
+    </message>
+    <message id="add.contact.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="add.contact.field.name.placeholder">
+        <source>Contact name</source>
+        <translation>Contact name</translation>
+    </message>
+    <message id="add.contact.field.public.key">
+        <source>Public Key</source>
+        <translation>Public Key</translation>
+    </message>
+    <message id="add.contact.field.public.key.placeholder">
+        <source>64 hexadecimal digits</source>
+        <translation>64 hexadecimal digits</translation>
+    </message>
+    <message id="add.contact.button.add">
+        <source>Add</source>
+        <translation>Add</translation>
+    </message>
+    <message id="add.contact.button.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="add.channel.title">
+        <source>Add Channel</source>
+        <translation>Add Channel</translation>
+    </message>
+    <message id="add.channel.subtitle">
+        <source>Create a channel or join an existing one.</source>
+        <translation>Create a channel or join an existing one.</translation>
+    </message>
+    <message id="add.channel.type">
+        <source>Type</source>
+        <translation>Type</translation>
+    </message>
+    <message id="add.channel.mode.create.private">
+        <source>Create Private</source>
+        <translation>Create Private</translation>
+    </message>
+    <message id="add.channel.mode.join.private">
+        <source>Join Private</source>
+        <translation>Join Private</translation>
+    </message>
+    <message id="add.channel.mode.join.public">
+        <source>Join Public</source>
+        <translation>Join Public</translation>
+    </message>
+    <message id="add.channel.mode.join.hashtag">
+        <source>Join Hashtag</source>
+        <translation>Join Hashtag</translation>
+    </message>
+    <message id="add.channel.button.create">
+        <source>Create</source>
+        <translation>Create</translation>
+    </message>
+    <message id="add.channel.button.join">
+        <source>Join</source>
+        <translation>Join</translation>
+    </message>
+    <message id="add.channel.button.done">
+        <source>Done</source>
+        <translation>Done</translation>
+    </message>
+    <message id="add.channel.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="add.channel.field.name.placeholder">
+        <source>Channel name</source>
+        <translation>Channel name</translation>
+    </message>
+    <message id="add.channel.field.key">
+        <source>Secret Key</source>
+        <translation>Secret Key</translation>
+    </message>
+    <message id="add.channel.field.key.placeholder">
+        <source>32 hexadecimal digits</source>
+        <translation>32 hexadecimal digits</translation>
+    </message>
+    <message id="add.channel.field.hashtag">
+        <source>Hashtag</source>
+        <translation>Hashtag</translation>
+    </message>
+    <message id="add.channel.field.hashtag.placeholder">
+        <source>#channel</source>
+        <translation>#channel</translation>
+    </message>
+    <message id="add.channel.create.message">
+        <source>A new random secret is created for this channel. Share it with the people who should join.</source>
+        <translation>A new random secret is created for this channel. Share it with the people who should join.</translation>
+    </message>
+    <message id="add.channel.join.public.message">
+        <source>Joins the public channel that every radio can read.</source>
+        <translation>Joins the public channel that every radio can read.</translation>
+    </message>
+    <message id="add.channel.join.hashtag.message">
+        <source>Everyone who joins the same hashtag shares this channel; its secret comes from the name.</source>
+        <translation>Everyone who joins the same hashtag shares this channel; its secret comes from the name.</translation>
+    </message>
+    <message id="add.channel.share.title">
+        <source>Share This Secret</source>
+        <translation>Share This Secret</translation>
+    </message>
+    <message id="add.channel.copy.help">
+        <source>Copy the secret</source>
+        <translation>Copy the secret</translation>
+    </message>
+    <message id="%lld/64">
+        <source>%1/64</source>
+        <translation>%1/64</translation>
+    </message>
+    <message id="%lld/32">
+        <source>%1/32</source>
+        <translation>%1/32</translation>
+    </message>
+    <message id="device.title">
+        <source>Device</source>
+        <translation>Device</translation>
+    </message>
+    <message id="device.loading">
+        <source>Loading…</source>
+        <translation>Loading…</translation>
+    </message>
+    <message id="device.section.identity">
+        <source>Identity</source>
+        <translation>Identity</translation>
+    </message>
+    <message id="device.section.radio">
+        <source>Radio</source>
+        <translation>Radio</translation>
+    </message>
+    <message id="device.section.statistics">
+        <source>Statistics</source>
+        <translation>Statistics</translation>
+    </message>
+    <message id="device.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="device.field.name.placeholder">
+        <source>Radio name</source>
+        <translation>Radio name</translation>
+    </message>
+    <message id="device.field.type">
+        <source>Type</source>
+        <translation>Type</translation>
+    </message>
+    <message id="device.field.public.key">
+        <source>Public Key</source>
+        <translation>Public Key</translation>
+    </message>
+    <message id="device.field.model">
+        <source>Model</source>
+        <translation>Model</translation>
+    </message>
+    <message id="device.field.firmware">
+        <source>Firmware</source>
+        <translation>Firmware</translation>
+    </message>
+    <message id="device.field.battery">
+        <source>Battery</source>
+        <translation>Battery</translation>
+    </message>
+    <message id="device.field.frequency">
+        <source>Frequency</source>
+        <translation>Frequency</translation>
+    </message>
+    <message id="device.field.bandwidth">
+        <source>Bandwidth</source>
+        <translation>Bandwidth</translation>
+    </message>
+    <message id="device.field.spreading.factor">
+        <source>Spreading Factor</source>
+        <translation>Spreading Factor</translation>
+    </message>
+    <message id="device.field.coding.rate">
+        <source>Coding Rate</source>
+        <translation>Coding Rate</translation>
+    </message>
+    <message id="device.field.tx.power">
+        <source>Transmit Power</source>
+        <translation>Transmit Power</translation>
+    </message>
+    <message id="device.field.last.rssi">
+        <source>Last RSSI</source>
+        <translation>Last RSSI</translation>
+    </message>
+    <message id="device.field.last.snr">
+        <source>Last SNR</source>
+        <translation>Last SNR</translation>
+    </message>
+    <message id="device.field.noise.floor">
+        <source>Noise Floor</source>
+        <translation>Noise Floor</translation>
+    </message>
+    <message id="device.field.packets.sent">
+        <source>Packets Sent</source>
+        <translation>Packets Sent</translation>
+    </message>
+    <message id="device.field.packets.received">
+        <source>Packets Received</source>
+        <translation>Packets Received</translation>
+    </message>
+    <message id="device.field.uptime">
+        <source>Uptime</source>
+        <translation>Uptime</translation>
+    </message>
+    <message id="device.button.save">
+        <source>Save</source>
+        <translation>Save</translation>
+    </message>
+    <message id="device.button.advertise.zero">
+        <source>Advertise to Neighbours</source>
+        <translation>Advertise to Neighbours</translation>
+    </message>
+    <message id="device.button.advertise.zero.sent">
+        <source>Sent to Neighbours</source>
+        <translation>Sent to Neighbours</translation>
+    </message>
+    <message id="device.button.advertise.flood">
+        <source>Advertise to Mesh</source>
+        <translation>Advertise to Mesh</translation>
+    </message>
+    <message id="device.button.advertise.flood.sent">
+        <source>Sent to Mesh</source>
+        <translation>Sent to Mesh</translation>
+    </message>
+    <message id="device.button.reboot">
+        <source>Reboot</source>
+        <translation>Reboot</translation>
+    </message>
+    <message id="device.button.disconnect">
+        <source>Disconnect</source>
+        <translation>Disconnect</translation>
+    </message>
+    <message id="device.reboot.title">
+        <source>Reboot the radio?</source>
+        <translation>Reboot the radio?</translation>
+    </message>
+    <message id="device.reboot.message">
+        <source>The radio restarts and the connection is lost until it is back.</source>
+        <translation>The radio restarts and the connection is lost until it is back.</translation>
+    </message>
+    <message id="device.reboot.confirm">
+        <source>Reboot</source>
+        <translation>Reboot</translation>
+    </message>
+    <message id="device.reboot.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="%lld dBm">
+        <source>%1 dBm</source>
+        <translation>%1 dBm</translation>
+    </message>
+    <message id="node.detail.unnamed">
+        <source>Unnamed Node</source>
+        <translation>Unnamed Node</translation>
+    </message>
+    <message id="node.detail.marker.node">
+        <source>Node</source>
+        <translation>Node</translation>
+    </message>
+    <message id="node.detail.routing">
+        <source>Routing</source>
+        <translation>Routing</translation>
+    </message>
+    <message id="node.detail.routing.flood">
+        <source>Flood</source>
+        <translation>Flood</translation>
+    </message>
+    <message id="node.detail.routing.direct">
+        <source>Direct</source>
+        <translation>Direct</translation>
+    </message>
+    <message id="node.detail.path.length">
+        <source>Path Length</source>
+        <translation>Path Length</translation>
+    </message>
+    <message id="node.detail.path.length.value">
+        <source>%1 hop</source>
+        <translation>%1 hop</translation>
+    </message>
+    <message id="node.detail.path.length.value.plural">
+        <source>%1 hops</source>
+        <translation>%1 hops</translation>
+    </message>
+    <message id="node.detail.last.seen">
+        <source>Last Seen</source>
+        <translation>Last Seen</translation>
+    </message>
+    <message id="node.detail.button.message">
+        <source>Message</source>
+        <translation>Message</translation>
+    </message>
+    <message id="node.detail.button.reset.path">
+        <source>Reset Path</source>
+        <translation>Reset Path</translation>
+    </message>
+    <message id="node.detail.button.share">
+        <source>Share</source>
+        <translation>Share</translation>
+    </message>
+    <message id="node.detail.button.favorite.add">
+        <source>Add to Favourites</source>
+        <translation>Add to Favourites</translation>
+    </message>
+    <message id="node.detail.button.favorite.remove">
+        <source>Remove from Favourites</source>
+        <translation>Remove from Favourites</translation>
+    </message>
+    <message id="node.detail.button.remove">
+        <source>Remove</source>
+        <translation>Remove</translation>
+    </message>
+    <message id="Public key">
+        <source>Public key</source>
+        <translation>Public key</translation>
+    </message>
+    <message id="inspector.chat.info.unnamed">
+        <source>Unnamed Contact</source>
+        <translation>Unnamed Contact</translation>
+    </message>
+    <message id="inspector.chat.info.verified">
+        <source>Verified</source>
+        <translation>Verified</translation>
+    </message>
+    <message id="inspector.chat.info.verified.message">
+        <source>You have confirmed that this key belongs to this contact.</source>
+        <translation>You have confirmed that this key belongs to this contact.</translation>
+    </message>
+    <message id="inspector.chat.info.mismatch">
+        <source>Key Mismatch</source>
+        <translation>Key Mismatch</translation>
+    </message>
+    <message id="inspector.chat.info.mismatch.message">
+        <source>A different key is verified under this name. Check with the contact before trusting it.</source>
+        <translation>A different key is verified under this name. Check with the contact before trusting it.</translation>
+    </message>
+    <message id="inspector.chat.info.not.verified">
+        <source>Not Verified</source>
+        <translation>Not Verified</translation>
+    </message>
+    <message id="inspector.chat.info.not.verified.message">
+        <source>Compare the key with the contact in person, then mark it as verified.</source>
+        <translation>Compare the key with the contact in person, then mark it as verified.</translation>
+    </message>
+    <message id="inspector.chat.info.verify">
+        <source>Verify</source>
+        <translation>Verify</translation>
+    </message>
+    <message id="inspector.chat.info.unverify">
+        <source>Remove Verification</source>
+        <translation>Remove Verification</translation>
+    </message>
+</context>
+</TS>

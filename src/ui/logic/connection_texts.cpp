@@ -1,0 +1,66 @@
+#include "ui/logic/connection_texts.h"
+
+namespace ViewLogic {
+
+QString pillTitle(const std::optional<SelfInfo>& selfInfo) {
+    return selfInfo ? selfInfo->name : QStringLiteral("Talvenne");
+}
+
+std::optional<QString> batteryLine(const std::optional<BatteryInfo>& battery) {
+    if (!battery)
+        return std::nullopt;
+    const std::optional<int> percent = battery->percentage();
+    if (!percent)
+        return std::nullopt;
+    return QString::number(*percent) + QStringLiteral("% \u00B7 ") +
+           QString::asprintf("%.2fV", battery->milliVolts / 1000.0);
+}
+
+std::optional<LocalizedText> pillSecondLine(bool syncing,
+                                            const std::optional<BatteryInfo>& battery) {
+    if (syncing)
+        return LocalizedText::fromKey("main.connection.syncing");
+    if (const std::optional<QString> line = batteryLine(battery))
+        return LocalizedText::literal(*line);
+    return std::nullopt;
+}
+
+Tint pillDotTint(TransportState state) {
+    return state == TransportState::connected ? Tint::green : Tint::orange;
+}
+
+const char* connectionStatusKey(TransportState state) {
+    switch (state) {
+    case TransportState::poweredOff:
+        return "connection.empty.powered.off";
+    case TransportState::unauthorized:
+        return "connection.empty.unauthorized";
+    case TransportState::scanning:
+        return "connection.empty.scanning";
+    case TransportState::connecting:
+        return "connection.empty.connecting";
+    case TransportState::ready:
+    case TransportState::connected:
+    case TransportState::disconnected:
+        break;
+    }
+    return "connection.empty.preparing";
+}
+
+bool scanButtonStops(TransportState state) {
+    return state == TransportState::scanning;
+}
+
+bool scanButtonEnabled(TransportState state) {
+    return state != TransportState::poweredOff && state != TransportState::unauthorized;
+}
+
+bool shouldStartScan(TransportState state, qsizetype discoveredCount) {
+    return state == TransportState::ready && discoveredCount == 0;
+}
+
+QString rssiText(int rssi) {
+    return QString::number(rssi) + QStringLiteral(" dBm");
+}
+
+} // namespace ViewLogic

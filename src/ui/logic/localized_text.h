@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+namespace ViewLogic {
+
+// A text the view shows: a string-table key plus the already formatted values
+// of its %1, %2, ... placeholders. A literal (a text that is not looked up)
+// has an empty key and its text as the only argument.
+struct LocalizedText {
+    QByteArray key;
+    QStringList args;
+
+    static LocalizedText fromKey(const char* key, QStringList args = {}) {
+        return {QByteArray(key), std::move(args)};
+    }
+    static LocalizedText literal(const QString& text) { return {{}, {text}}; }
+
+    bool isLiteral() const { return key.isEmpty(); }
+    // The string-table text with its arguments filled in.
+    QString text() const;
+
+    bool operator==(const LocalizedText&) const = default;
+};
+
+} // namespace ViewLogic

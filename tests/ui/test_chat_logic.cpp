@@ -1,0 +1,256 @@
+#include "ui/logic/chat_header.h"
+#include "ui/logic/composer.h"
+#include "ui/translations.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+using namespace ViewLogic;
+using MeshProtocol::AdvertType;
+
+Q_DECLARE_METATYPE(ViewLogic::Tint)
+Q_DECLARE_METATYPE(ViewLogic::VerificationState)
+Q_DECLARE_METATYPE(std::optional<QString>)
+
+namespace {
+
+const QString key = QStringLiteral("0123456789abcdef") + QString(48, QLatin1Char('e'));
+const QString otherKey = QString(64, QLatin1Char('f'));
+
+Contact contact(const QString& name, AdvertType type, int outPathLength = -1) {
+    Contact c;
+    c.publicKey = key;
+    c.name = name;
+    c.type = type;
+    c.outPathLength = static_cast<std::int8_t>(outPathLength);
+    return c;
+}
+
+QString repeat(const QString& piece, int times) {
+    QString result;
+    for (int i = 0; i < times; ++i)
+        result += piece;
+    return result;
+}
+
+} // namespace
+
+class TestChatLogic : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(installTranslations(*QCoreApplication::instance())); }
+
+    void targetSymbol_data() {
+        QTest::addColumn<ConversationID>("target");
+        QTest::addColumn<std::optional<Contact>>("person");
+        QTest::addColumn<std::optional<Channel>>("slot");
+        QTest::addColumn<std::optional<QString>>("symbol");
+        const auto contactTarget = ConversationID::contact(key);
+        const std::optional<Channel> noChannel;
+        QTest::newRow("contact missing")
+            << contactTarget << std::optional<Contact>() << noChannel << std::optional<QString>();
+        QTest::newRow("unknown type")
+            << contactTarget << std::optional(contact({}, AdvertType::none)) << noChannel
+            << std::optional<QString>(QStringLiteral("questionmark.circle"));
+        QTest::newRow("companion") << contactTarget << std::optional(contact({}, AdvertType::chat))
+                                   << noChannel << std::optional<QString>();
+        QTest::newRow("repeater") << contactTarget
+                                  << std::optional(contact({}, AdvertType::repeaterNode))
+                                  << noChannel
+                                  << std::optional<QString>(
+                                         QStringLiteral("antenna.radiowaves.left.and.right"));
+        QTest::newRow("room") << contactTarget << std::optional(contact({}, AdvertType::room))
+                              << noChannel
+                              << std::optional<QString>(
+                                     QStringLiteral("bubble.left.and.bubble.right.fill"));
+        QTest::newRow("sensor") << contactTarget << std::optional(contact({}, AdvertType::sensor))
+                                << noChannel
+                                << std::optional<QString>(QStringLiteral("sensor.fill"));
+        QTest::newRow("public channel, upper case")
+            << ConversationID::channel(0) << std::optional<Contact>()
+            << std::optional(Channel{0, {}, QStringLiteral("5D0C2A7F91E4B8365FA0C7D21E9B4A83")})
+            << std::optional<QString>(QStringLiteral("globe"));
+        QTest::newRow("other channel")
+            << ConversationID::channel(2) << std::optional<Contact>()
+            << std::optional(Channel{2, QStringLiteral("x"), QString(32, QLatin1Char('1'))})
+            << std::optional<QString>(QStringLiteral("number"));
+        QTest::newRow("channel missing")
+            << ConversationID::channel(2) << std::optional<Contact>() << noChannel
+            << std::optional<QString>(QStringLiteral("number"));
+    }
+
+    void targetSymbol() {
+        QFETCH(ConversationID, target);
+        QFETCH(std::optional<Contact>, person);
+        QFETCH(std::optional<Channel>, slot);
+        QFETCH(std::optional<QString>, symbol);
+        QCOMPARE(ViewLogic::targetSymbol(target, person, slot), symbol);
+    }
+
+    void headerOfMissingContact() {
+        const ChatHeader header =
+            chatHeader(ConversationID::contact(key), std::nullopt, std::nullopt);
+        QCOMPARE(header.title, QStringLiteral("0123456789ab"));
+        QCOMPARE(header.subtitle.key, QByteArray("chat.subtitle.direct"));
+        QCOMPARE(header.avatarInitials, QStringLiteral("?"));
+        QCOMPARE(header.avatarSeed, key);
+        QVERIFY(!header.showsVerification);
+    }
+
+    void headerOfContact() {
+        const ChatHeader flooded =
+            chatHeader(ConversationID::contact(key),
+                       contact(QStringLiteral("Ann Lee"), AdvertType::room), std::nullopt);
+        QCOMPARE(flooded.title, QStringLiteral("Ann Lee"));
+        QCOMPARE(flooded.subtitle.key, QByteArray("chat.subtitle.routed.typed"));
+        QCOMPARE(flooded.subtitle.text(), QStringLiteral("Room Server · flood routed"));
+        QCOMPARE(flooded.avatarInitials, QStringLiteral("AL"));
+        QVERIFY(flooded.showsVerification);
+
+        const ChatHeader direct = chatHeader(ConversationID::contact(key),
+                                             contact({}, AdvertType::chat, 0), std::nullopt);
+        QCOMPARE(direct.title, QStringLiteral("0123456789ab"));
+        QCOMPARE(direct.subtitle, LocalizedText::fromKey("chat.subtitle.direct.typed",
+                                                         {QStringLiteral("Companion")}));
+    }
+
+    void headerOfChannel() {
+        const ChatHeader missing =
+            chatHeader(ConversationID::channel(3), std::nullopt, std::nullopt);
+        QCOMPARE(missing.title, QStringLiteral("Channel 3"));
+        QCOMPARE(missing.subtitle.key, QByteArray("chat.subtitle.channel"));
+        QCOMPARE(missing.avatarSeed, QStringLiteral("channel3"));
+        QVERIFY(missing.avatarInitials.isEmpty());
+        QVERIFY(!missing.showsVerification);
+
+        const ChatHeader unnamed =
+            chatHeader(ConversationID::channel(3), std::nullopt, Channel{3, {}, {}});
+        QCOMPARE(unnamed.title, QStringLiteral("Channel 3"));
+        const ChatHeader publicSlot =
+            chatHeader(ConversationID::channel(0), std::nullopt, Channel{0, {}, {}});
+        QCOMPARE(publicSlot.title, QStringLiteral("Public"));
+    }
+
+    void verification_data() {
+        QTest::addColumn<bool>("verified");
+        QTest::addColumn<bool>("conflicting");
+        QTest::addColumn<VerificationState>("state");
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<Tint>("tint");
+        QTest::addColumn<QByteArray>("action");
+        QTest::addColumn<bool>("banner");
+        QTest::newRow("verified") << true << false << VerificationState::verified
+                                  << QStringLiteral("checkmark.seal.fill") << Tint::green
+                                  << QByteArray("chat.verify.remove") << false;
+        QTest::newRow("verified wins over a conflict")
+            << true << true << VerificationState::verified << QStringLiteral("checkmark.seal.fill")
+            << Tint::green << QByteArray("chat.verify.remove") << false;
+        QTest::newRow("conflict") << false << true << VerificationState::conflict
+                                  << QStringLiteral("exclamationmark.shield.fill") << Tint::red
+                                  << QByteArray("chat.verify.mark") << true;
+        QTest::newRow("unverified")
+            << false << false << VerificationState::unverified << QStringLiteral("key.fill")
+            << Tint::secondary << QByteArray("chat.verify.mark") << false;
+    }
+
+    void verification() {
+        QFETCH(bool, verified);
+        QFETCH(bool, conflicting);
+        QFETCH(VerificationState, state);
+        QFETCH(QString, symbol);
+        QFETCH(Tint, tint);
+        QFETCH(QByteArray, action);
+        QFETCH(bool, banner);
+
+        const Contact ann = contact(QStringLiteral("Ann"), AdvertType::chat);
+        QHash<QString, QString> verifiedKeys{{otherKey, QStringLiteral("ann")}};
+        if (verified)
+            verifiedKeys.insert(key, QStringLiteral("Ann"));
+        const std::optional<QString> conflict =
+            conflicting ? std::optional<QString>(otherKey) : std::nullopt;
+
+        const VerificationState actual = verificationState(key, verifiedKeys, conflict);
+        QCOMPARE(actual, state);
+        const VerificationControl control = verificationControl(ann, actual);
+        QCOMPARE(control.symbol, symbol);
+        QCOMPARE(control.tint, tint);
+        QCOMPARE(control.actionKey, action);
+        QCOMPARE(control.actionClears, verified);
+        QCOMPARE(control.keyPrefix, QStringLiteral("0123456789ab"));
+        QCOMPARE(control.helpKey, verified ? QByteArray("chat.verify.verified.help")
+                                           : QByteArray("chat.verify.unverified.help"));
+        const std::optional<LocalizedText> bannerText = conflictBannerText(ann, actual);
+        QCOMPARE(bannerText.has_value(), banner);
+        if (banner)
+            QVERIFY(bannerText->text().contains(QStringLiteral("“Ann”")));
+
+        const VerificationCard card = verificationCard(actual);
+        QCOMPARE(card.redOutline, state == VerificationState::conflict);
+        QCOMPARE(card.actionClears, verified);
+    }
+
+    void composerLimit_data() {
+        QTest::addColumn<QString>("draft");
+        QTest::addColumn<QString>("kept");
+        QTest::addColumn<QString>("counter");
+        QTest::addColumn<Tint>("tint");
+        QTest::addColumn<bool>("atLimit");
+        const QString a = QStringLiteral("a");
+        QTest::newRow("empty") << QString() << QString() << QStringLiteral("0/139")
+                               << Tint::secondary << false;
+        QTest::newRow("118: 21 left") << repeat(a, 118) << repeat(a, 118)
+                                      << QStringLiteral("118/139") << Tint::secondary << false;
+        QTest::newRow("119: 20 left") << repeat(a, 119) << repeat(a, 119)
+                                      << QStringLiteral("119/139") << Tint::orange << false;
+        QTest::newRow("138: 1 left") << repeat(a, 138) << repeat(a, 138)
+                                     << QStringLiteral("138/139") << Tint::orange << false;
+        QTest::newRow("139 kept") << repeat(a, 139) << repeat(a, 139) << QStringLiteral("139/139")
+                                  << Tint::red << true;
+        QTest::newRow("200 cut") << repeat(a, 200) << repeat(a, 139) << QStringLiteral("139/139")
+                                 << Tint::red << true;
+        // 139 family emoji are far more than 139 UTF-16 units but stay whole.
+        const QString family = QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467");
+        QTest::newRow("emoji counted as characters")
+            << repeat(family, 139) << repeat(family, 139) << QStringLiteral("139/139") << Tint::red
+            << true;
+        QTest::newRow("emoji cut whole") << repeat(family, 141) << repeat(family, 139)
+                                         << QStringLiteral("139/139") << Tint::red << true;
+    }
+
+    void composerLimit() {
+        QFETCH(QString, draft);
+        QFETCH(QString, kept);
+        QFETCH(QString, counter);
+        QFETCH(Tint, tint);
+        QFETCH(bool, atLimit);
+        const QString limited = limitDraft(draft);
+        QCOMPARE(limited, kept);
+        QCOMPARE(composerCounterText(limited), counter);
+        QCOMPARE(composerCounterTint(limited), tint);
+        QCOMPARE(composerAtLimit(limited), atLimit);
+    }
+
+    void canSend_data() {
+        QTest::addColumn<QString>("draft");
+        QTest::addColumn<bool>("connected");
+        QTest::addColumn<bool>("sendable");
+        QTest::newRow("text") << QStringLiteral("hi") << true << true;
+        QTest::newRow("disconnected") << QStringLiteral("hi") << false << false;
+        QTest::newRow("blank") << QStringLiteral("  \n\t \n") << true << false;
+        QTest::newRow("139 after trimming")
+            << QStringLiteral("  ") + QString(139, QLatin1Char('x')) + QStringLiteral("\n") << true
+            << true;
+        QTest::newRow("140") << QString(140, QLatin1Char('x')) << true << false;
+    }
+
+    void canSend() {
+        QFETCH(QString, draft);
+        QFETCH(bool, connected);
+        QFETCH(bool, sendable);
+        QCOMPARE(ViewLogic::canSend(draft, connected), sendable);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestChatLogic)
+#include "test_chat_logic.moc"

@@ -1,0 +1,226 @@
+#include "ui/logic/relative_time.h"
+#include "ui/logic/sidebar_lists.h"
+#include "ui/translations.h"
+
+#include <QCoreApplication>
+#include <QTest>
+
+using namespace ViewLogic;
+using MeshProtocol::AdvertType;
+
+namespace {
+
+const QString keyA = QStringLiteral("aa") + QString(62, QLatin1Char('0'));
+const QString keyB = QStringLiteral("bb") + QString(62, QLatin1Char('1'));
+const QString keyC = QStringLiteral("cc00ab12") + QString(56, QLatin1Char('2'));
+const QString keyD = QStringLiteral("dd") + QString(62, QLatin1Char('3'));
+
+Contact contact(const QString& key, const QString& name, AdvertType type, qint64 advertSecs) {
+    Contact c;
+    c.publicKey = key;
+    c.name = name;
+    c.type = type;
+    c.lastAdvert = QDateTime::fromSecsSinceEpoch(advertSecs, Qt::UTC);
+    return c;
+}
+
+Channel channel(int index, const QString& name, const QString& secret) {
+    return {index, name, secret};
+}
+
+QStringList titles(const QList<ConversationRow>& rows) {
+    QStringList result;
+    for (const ConversationRow& row : rows)
+        result << row.title;
+    return result;
+}
+
+QStringList names(const QList<Contact>& contacts) {
+    QStringList result;
+    for (const Contact& c : contacts)
+        result << c.name;
+    return result;
+}
+
+} // namespace
+
+class TestSidebarLogic : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(installTranslations(*QCoreApplication::instance())); }
+
+    void relativeTime_data() {
+        QTest::addColumn<qint64>("secondsAgo");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("future") << qint64(-30) << QStringLiteral("now");
+        QTest::newRow("59 s") << qint64(59) << QStringLiteral("now");
+        QTest::newRow("60 s") << qint64(60) << QStringLiteral("1m");
+        QTest::newRow("3599 s") << qint64(3599) << QStringLiteral("59m");
+        QTest::newRow("3600 s") << qint64(3600) << QStringLiteral("1h");
+        QTest::newRow("86399 s") << qint64(86399) << QStringLiteral("23h");
+        QTest::newRow("1 day") << qint64(86400) << QStringLiteral("weekday");
+        QTest::newRow("7 days - 1 s") << qint64(604799) << QStringLiteral("weekday");
+        QTest::newRow("7 days") << qint64(604800) << QStringLiteral("day month");
+    }
+
+    void relativeTime() {
+        QFETCH(qint64, secondsAgo);
+        QFETCH(QString, expected);
+        const QLocale english(QLocale::English, QLocale::UnitedKingdom);
+        const QDateTime now(QDate(2024, 3, 15), QTime(12, 0));
+        const QDateTime then = now.addSecs(-secondsAgo);
+        const QString actual = ViewLogic::relativeTime(then, now, english);
+        if (expected == QLatin1String("weekday"))
+            QCOMPARE(actual, english.dayName(then.date().dayOfWeek(), QLocale::ShortFormat));
+        else if (expected == QLatin1String("day month"))
+            QCOMPARE(actual, QStringLiteral("8 Mar"));
+        else
+            QCOMPARE(actual, expected);
+    }
+
+    void channelVisibility_data() {
+        QTest::addColumn<Channel>("slot");
+        QTest::addColumn<bool>("listed");
+        const QString zeros(32, QLatin1Char('0'));
+        QTest::newRow("empty name, zero secret") << channel(1, {}, zeros) << false;
+        QTest::newRow("empty name, no secret") << channel(1, {}, {}) << false;
+        QTest::newRow("empty name, not hex") << channel(1, {}, QStringLiteral("zz")) << false;
+        QTest::newRow("empty name, one byte set")
+            << channel(1, {}, QString(30, QLatin1Char('0')) + QStringLiteral("01")) << true;
+        QTest::newRow("named, zero secret") << channel(1, QStringLiteral("ops"), zeros) << true;
+    }
+
+    void channelVisibility() {
+        QFETCH(Channel, slot);
+        QFETCH(bool, listed);
+        QCOMPARE(isChannelListed(slot), listed);
+    }
+
+    void channelRowValues() {
+        Conversation conversation;
+        conversation.target = ConversationID::channel(0);
+        ChatMessage message;
+        message.text = QStringLiteral("last words");
+        conversation.messages = {message};
+        conversation.lastActivity = QDateTime::fromSecsSinceEpoch(1000, Qt::UTC);
+        conversation.unreadCount = 4;
+
+        const ConversationRow row = channelRow(
+            channel(0, {}, QStringLiteral("5D0C2A7F91E4B8365FA0C7D21E9B4A83")), &conversation);
+        QCOMPARE(row.id, ConversationID::channel(0));
+        QCOMPARE(row.title, QStringLiteral("Public"));
+        QCOMPARE(row.subtitle, QStringLiteral("last words"));
+        QCOMPARE(row.time, conversation.lastActivity);
+        QVERIFY(row.hasTime());
+        QCOMPARE(row.unread, 4);
+        QCOMPARE(row.seed, QStringLiteral("channel0"));
+        QVERIFY(row.initials.isEmpty());
+        QCOMPARE(row.symbol, QStringLiteral("globe"));
+
+        const ConversationRow other = channelRow(
+            channel(5, {}, QStringLiteral("01") + QString(30, QLatin1Char('0'))), nullptr);
+        QCOMPARE(other.title, QStringLiteral("Channel 5"));
+        QCOMPARE(other.subtitle, QStringLiteral("Group channel"));
+        QCOMPARE(other.time, distantPast());
+        QVERIFY(!other.hasTime());
+        QCOMPARE(other.unread, 0);
+        QCOMPARE(other.symbol, QStringLiteral("number"));
+    }
+
+    void contactRowValues() {
+        Contact unnamed = contact(keyB, {}, AdvertType::room, 10);
+        Conversation empty;
+        empty.lastActivity = distantPast();
+        const ConversationRow row = contactRow(unnamed, &empty, true);
+        QCOMPARE(row.id, ConversationID::contact(keyB));
+        QCOMPARE(row.title, keyB.left(12));
+        QCOMPARE(row.subtitle, QStringLiteral("Room Server"));
+        QCOMPARE(row.seed, keyB);
+        QCOMPARE(row.initials, QStringLiteral("?"));
+        QVERIFY(!row.symbol);
+        QVERIFY(row.isFavorite);
+    }
+
+    void messagesListOrderAndFilter() {
+        const QList<Contact> contacts{
+            contact(keyA, QStringLiteral("Old friend"), AdvertType::chat, 100),
+            contact(keyB, QStringLiteral("New chat"), AdvertType::chat, 900),
+            contact(keyC, QStringLiteral("Room"), AdvertType::room, 500),
+            contact(keyD, QStringLiteral("Repeater"), AdvertType::repeaterNode, 999),
+        };
+        const QList<Channel> channels{channel(0, QStringLiteral("Public"), {}),
+                                      channel(1, {}, QString(32, QLatin1Char('0'))),
+                                      channel(2, QStringLiteral("Ops"), {})};
+        const MessagesList list = messagesList(channels, contacts, {}, {keyA}, QString());
+        QCOMPARE(titles(list.channels), (QStringList{"Public", "Ops"}));
+        // The favourite with an old advert comes first; the repeater is not listed.
+        QCOMPARE(titles(list.contacts), (QStringList{"Old friend", "New chat", "Room"}));
+        QVERIFY(list.contacts.first().isFavorite);
+        QVERIFY(!list.showEmptyState);
+    }
+
+    void searchFilter_data() {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("contacts");
+        QTest::newRow("empty") << QString() << QStringList{"New chat", "Room", "Old friend"};
+        QTest::newRow("key, any case") << QStringLiteral("AB12") << QStringList{"Room"};
+        QTest::newRow("name, any case") << QStringLiteral("oLD") << QStringList{"Old friend"};
+        QTest::newRow("not trimmed") << QStringLiteral(" chat") << QStringList{"New chat"};
+        QTest::newRow("nothing") << QStringLiteral("zzz") << QStringList{};
+    }
+
+    void searchFilter() {
+        QFETCH(QString, search);
+        QFETCH(QStringList, contacts);
+        const QList<Contact> all{
+            contact(keyA, QStringLiteral("Old friend"), AdvertType::chat, 100),
+            contact(keyB, QStringLiteral("New chat"), AdvertType::chat, 900),
+            contact(keyC, QStringLiteral("Room"), AdvertType::room, 500),
+        };
+        const MessagesList list =
+            messagesList({channel(3, QStringLiteral("Ops"), {})}, all, {}, {}, search);
+        QCOMPARE(titles(list.contacts), contacts);
+        // Channels are never searched away, and a failed search is no empty state.
+        QCOMPARE(list.channels.size(), 1);
+        QVERIFY(!list.showEmptyState);
+    }
+
+    void messagesEmptyState() {
+        QVERIFY(messagesList({}, {}, {}, {}, QStringLiteral("x")).showEmptyState);
+        QVERIFY(messagesList({channel(1, {}, {})}, {}, {}, {}, {}).showEmptyState);
+        QVERIFY(
+            !messagesList({channel(1, QStringLiteral("a"), {})}, {}, {}, {}, {}).showEmptyState);
+        // A repeater is a contact too: it keeps the messages list out of the empty state.
+        QVERIFY(!messagesList({}, {contact(keyD, QStringLiteral("R"), AdvertType::repeaterNode, 1)},
+                              {}, {}, {})
+                     .showEmptyState);
+    }
+
+    void nodesSections() {
+        const QList<Contact> contacts{
+            contact(keyA, QStringLiteral("chat"), AdvertType::chat, 100),
+            contact(keyB, QStringLiteral("old repeater"), AdvertType::repeaterNode, 100),
+            contact(keyC, QStringLiteral("sensor"), AdvertType::sensor, 300),
+            contact(keyD, QStringLiteral("unknown"), AdvertType::none, 200),
+            contact(keyA.left(63) + QLatin1Char('9'), QStringLiteral("room"), AdvertType::room, 1),
+        };
+        const NodesList withoutFavourites = nodesList(contacts, {}, {});
+        QVERIFY(withoutFavourites.favorites.isEmpty());
+        QCOMPARE(names(withoutFavourites.others),
+                 (QStringList{"sensor", "unknown", "old repeater"}));
+        QCOMPARE(withoutFavourites.othersTitleKey, QByteArray("sidebar.section.nodes"));
+
+        const NodesList withFavourite = nodesList(contacts, {keyB, keyA}, {});
+        QCOMPARE(names(withFavourite.favorites), QStringList{"old repeater"});
+        QCOMPARE(names(withFavourite.others), (QStringList{"sensor", "unknown"}));
+        QCOMPARE(withFavourite.othersTitleKey, QByteArray("sidebar.section.all.nodes"));
+        QVERIFY(!withFavourite.showEmptyState);
+
+        QVERIFY(nodesList(contacts, {}, QStringLiteral("nobody")).showEmptyState);
+        QCOMPARE(nodesList(contacts, {}, QStringLiteral("SENS")).others.size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSidebarLogic)
+#include "test_sidebar_logic.moc"
