@@ -1,0 +1,36 @@
+import QtQuick
+import QtQuick.Layouts
+import Talvenne
+
+// The standard empty-content layout: a large icon, a title and a description.
+ColumnLayout {
+    property string symbol
+    property string title
+    property string message
+    property real iconSize: 44
+
+    spacing: 8
+
+    Icon {
+        Layout.alignment: Qt.AlignHCenter
+        symbol: parent.symbol
+        size: parent.iconSize
+        color: Theme.secondaryText
+    }
+    Text {
+        Layout.alignment: Qt.AlignHCenter
+        text: parent.title
+        color: Theme.primaryText
+        font.pixelSize: Theme.title3Size
+        font.weight: Font.DemiBold
+    }
+    Text {
+        Layout.alignment: Qt.AlignHCenter
+        Layout.maximumWidth: 360
+        text: parent.message
+        color: Theme.secondaryText
+        font.pixelSize: Theme.bodySize
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.WordWrap
+    }
+}

@@ -1,0 +1,15 @@
+import QtQuick
+import QtQuick.Controls.impl
+import Talvenne
+
+// A bundled icon by its symbol name, drawn in one colour.
+IconImage {
+    property string symbol
+    property real size: Theme.bodySize + 2
+
+    source: symbol.length > 0 ? Look.iconSource(symbol) : ""
+    sourceSize: Qt.size(size, size)
+    width: size
+    height: size
+    color: Theme.primaryText
+}

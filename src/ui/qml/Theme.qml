@@ -1,0 +1,50 @@
+pragma Singleton
+import QtQuick
+
+// Colours and type sizes of the whole interface. Colours follow the system
+// palette, so a dark palette gives a dark interface.
+QtObject {
+    id: theme
+
+    readonly property SystemPalette palette: SystemPalette { colorGroup: SystemPalette.Active }
+    readonly property bool dark: palette.window.hslLightness < 0.5
+
+    readonly property color window: palette.window
+    readonly property color controlBackground: dark ? Qt.rgba(1, 1, 1, 0.10) : Qt.rgba(0, 0, 0, 0.055)
+    readonly property color barBackground: dark ? Qt.lighter(palette.window, 1.18) : Qt.darker(palette.window, 1.03)
+    readonly property color sidebarBackground: dark ? Qt.darker(palette.window, 1.15) : Qt.darker(palette.window, 1.05)
+    readonly property color primaryText: palette.windowText
+    readonly property color secondaryText: dark ? Qt.rgba(1, 1, 1, 0.55) : Qt.rgba(0, 0, 0, 0.5)
+    readonly property color separator: dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.12)
+    readonly property color accent: dark ? "#0a84ff" : "#007aff"
+    readonly property color selection: Qt.rgba(accent.r, accent.g, accent.b, dark ? 0.35 : 0.18)
+    readonly property color green: dark ? "#30d158" : "#28a745"
+    readonly property color orange: dark ? "#ff9f0a" : "#f08c00"
+    readonly property color yellow: dark ? "#ffd60a" : "#e0b000"
+    readonly property color red: dark ? "#ff453a" : "#e5372b"
+    readonly property color blue: dark ? "#64d2ff" : "#0064d2"
+
+    // Type sizes in pixels, after the desktop's usual text styles.
+    readonly property int title2Size: 20
+    readonly property int title3Size: 17
+    readonly property int headlineSize: 14
+    readonly property int bodySize: 14
+    readonly property int calloutSize: 13
+    readonly property int subheadlineSize: 12
+    readonly property int captionSize: 11
+    readonly property int caption2Size: 10
+
+    // The colour of a tint named by the view logic ("green", "secondary", ...).
+    function tint(name) {
+        switch (name) {
+        case "secondary": return secondaryText
+        case "accent": return accent
+        case "green": return green
+        case "orange": return orange
+        case "yellow": return yellow
+        case "red": return red
+        case "white": return "white"
+        }
+        return primaryText
+    }
+}
