@@ -3,7 +3,7 @@
 #include "controller/mesh_controller.h"
 
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
+#include <QtQml/qqml.h>
 
 // Makes the core's controller known to QML by name, so views can declare
 // `required property MeshController controller`. The application creates the

@@ -6,7 +6,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
-#include <QtQml/qqmlregistration.h>
+#include <QtQml/qqml.h>
 
 // The small lookups every view needs: icon files by symbol name, avatar
 // gradients, signal bars and sender colours.
