@@ -7,43 +7,35 @@
 
 #include <QMetaEnum>
 
-QString Look::iconSource(const QString& symbol) const
-{
+QString Look::iconSource(const QString& symbol) const {
     return ::iconSource(symbol);
 }
 
-QVariantList Look::avatarColors(const QString& seed) const
-{
+QVariantList Look::avatarColors(const QString& seed) const {
     const auto gradient = ViewLogic::avatarGradient(seed);
     return {gradient.first, gradient.second};
 }
 
-int Look::signalBars(int rssi) const
-{
+int Look::signalBars(int rssi) const {
     return ViewLogic::signalLevel(rssi).litBars;
 }
 
-QString Look::signalTint(int rssi) const
-{
+QString Look::signalTint(int rssi) const {
     return tintName(ViewLogic::signalLevel(rssi).tint);
 }
 
-QString Look::tintName(ViewLogic::Tint tint)
-{
+QString Look::tintName(ViewLogic::Tint tint) {
     return QString::fromLatin1(QMetaEnum::fromType<ViewLogic::Tint>().valueToKey(int(tint)));
 }
 
-int Look::signalBarHeight(int bar) const
-{
+int Look::signalBarHeight(int bar) const {
     return ViewLogic::signalBarHeight(bar);
 }
 
-QColor Look::senderColor(const QString& name) const
-{
+QColor Look::senderColor(const QString& name) const {
     return ViewLogic::senderColor(name);
 }
 
-QString Look::senderBadgeText(const QString& name) const
-{
+QString Look::senderBadgeText(const QString& name) const {
     return ViewLogic::senderBadgeText(name);
 }
