@@ -5,10 +5,12 @@
 #include "controller/pending_request.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
+#include "model/mesh_enums.h"
 #include "protocol/mesh_event.h"
 #include "transport/transport_state.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QDateTime>
 #include <QHash>
 #include <QList>
@@ -16,11 +18,13 @@
 #include <QPointer>
 #include <QSet>
 #include <QString>
+#include <QStringView>
 #include <QUuid>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <qcoro/qcoroqmltask.h>
 #include <qcoro/qcorotask.h>
 
 class Clock;
@@ -177,6 +181,130 @@ public:
     void updateMessage(const QUuid& id, const ConversationID& target,
                        const std::function<void(ChatMessage&)>& change);
 
+    // --- contacts, favourites and key verification
+    //
+    // The contact operations send one command and wait for the radio's ok;
+    // they throw MeshError and change nothing locally when that fails.
+
+    // Keeps only the ASCII hex digits of `text`, in order, case unchanged
+    // ("AB:cd 01" -> "ABcd01"). Typed keys and secrets go through this.
+    static QString cleanedHex(QStringView text);
+    // Writes the contact to the radio (no known path, the clock's time as its
+    // last advert), then re-reads the contact list; a failed re-read is not an
+    // error. A key that is not 64 hex digits once cleaned throws
+    // device(illegalArgument) before the link is even looked at.
+    QCoro::Task<void> addContact(QString publicKeyText, QString name,
+                                 MeshProtocol::AdvertType type);
+    // On ok: the contact leaves `contacts`, its conversation is dropped and
+    // the selection cleared if it was that conversation. The history file is
+    // left for the next save; favourites and verified keys keep the key.
+    QCoro::Task<void> removeContact(Contact contact);
+    // `contacts` keeps the old path until the radio reports the new one.
+    QCoro::Task<void> resetPath(Contact contact);
+    QCoro::Task<void> shareContact(Contact contact);
+    // Favourites and verified keys are written to the settings at each change.
+    Q_INVOKABLE void toggleFavorite(const QString& publicKey);
+    // Remembers the contact's present name as the verified name of its key.
+    void setVerified(const Contact& contact);
+    // The same for a contact of `contacts` found by key; false (nothing
+    // changed) when there is none.
+    Q_INVOKABLE bool setVerified(const QString& publicKey);
+    Q_INVOKABLE void clearVerified(const QString& publicKey);
+    // The key of a different, verified contact whose verified name equals this
+    // unverified contact's name, ignoring case with Unicode's full case
+    // folding ("ÄITI" matches "äiti", and "STRASSE" matches "Straße", which
+    // QString's own case-insensitive compare would miss). None for an empty
+    // name or a verified contact.
+    std::optional<QString> conflictingVerifiedKey(const Contact& contact) const;
+    // For QML: the same for a contact of `contacts` found by key; empty when
+    // there is no conflict or no such contact.
+    Q_INVOKABLE QString conflictingVerifiedKey(const QString& publicKey) const;
+
+    // --- channels
+    //
+    // Slots 0 to maxChannels - 1 of the radio. `channels` stays sorted by
+    // index; a slot is free when it is missing there or has neither a name
+    // nor a non-zero secret byte.
+
+    static constexpr auto publicChannelSecretHex = "5d0c2a7f91e4b8365fa0c7d21e9b4a83";
+    static constexpr int channelSecretLength = 16;
+
+    // The lowest free slot, or none when all are in use.
+    std::optional<int> firstFreeChannelIndex() const;
+    // Writes `name` and the first 16 bytes of `secret` (zero-padded) to the
+    // first free slot, then reads the slot back into `channels` (a failed
+    // read-back is not an error). No free slot: device(tableFull), nothing sent.
+    QCoro::Task<void> addChannel(QString name, QByteArray secret);
+    // A fresh random secret; returns it as 32 lowercase hex digits so that
+    // the user can pass it on.
+    QCoro::Task<QString> createPrivateChannel(QString name);
+    // `secretText` must hold exactly 32 hex digits once cleaned, else
+    // device(illegalArgument) and nothing is sent.
+    QCoro::Task<void> joinPrivateChannel(QString name, QString secretText);
+    QCoro::Task<void> joinPublicChannel(QString name);
+    // Joins "#<hashtag>" with the secret derived from that name.
+    QCoro::Task<void> joinHashtagChannel(QString hashtag);
+    // Clears the slot. On ok the channel, its conversation and a selection of
+    // it go, and the history is saved. An index outside the slots throws
+    // device(illegalArgument) and sends nothing.
+    QCoro::Task<void> removeChannel(int index);
+    // The channel name for a typed hashtag: spaces and tabs trimmed, "#" put
+    // in front unless it is there already. Case is kept.
+    static QString hashtagChannelName(QStringView hashtag);
+    // The first 16 bytes of channelDigest of the name's UTF-8 bytes.
+    static QByteArray hashtagChannelSecret(const QString& channelName);
+    // SHA-256, the digest hashtag secrets are made with.
+    static QByteArray channelDigest(QByteArrayView data);
+
+    // --- device settings and actions
+    //
+    // Name and power changes throw MeshError; adverts and refreshes never
+    // fail and leave the state as it was when the radio does not answer.
+
+    // The UTF-8 bytes of `name` exactly as given, then a self-info re-read
+    // (5 s) whose failure is not an error.
+    QCoro::Task<void> setDeviceName(QString name);
+    // The same with the transmit power in dBm.
+    QCoro::Task<void> setTxPower(std::uint8_t dBm);
+    // 0 zero-hop, 1 flood. Returns normally in every case.
+    QCoro::Task<void> sendAdvert(std::uint8_t kind);
+    // Writes the reboot command at once (when connected) and waits for nothing.
+    Q_INVOKABLE void reboot();
+    QCoro::Task<void> refreshBattery();
+    // Statistics groups 0 (core), 1 (radio), 2 (packets), one after another;
+    // a group that gets no answer keeps its old record.
+    QCoro::Task<void> refreshDeviceStats();
+
+    // --- QML entry points
+    //
+    // QML calls the operations above through these thin wrappers, named after
+    // the operation with the suffix "Qml". Each returns a QCoro::QmlTask whose
+    // then() callback receives one object: { ok: bool, error: text } where
+    // `error` is the MeshError description ("" on success), plus `value` for
+    // createPrivateChannelQml: the new secret. The task never fails, so every
+    // call reaches its callback. Operations on a contact take its public key
+    // and act on the contact of `contacts` with that key (only the key is sent
+    // to the radio, so an unlisted key is still tried). The application must
+    // call QCoro::Qml::registerTypes() once before QML uses these.
+    Q_INVOKABLE QCoro::QmlTask addContactQml(const QString& publicKeyText, const QString& name,
+                                             int advertType = 1);
+    Q_INVOKABLE QCoro::QmlTask removeContactQml(const QString& publicKey);
+    Q_INVOKABLE QCoro::QmlTask resetPathQml(const QString& publicKey);
+    Q_INVOKABLE QCoro::QmlTask shareContactQml(const QString& publicKey);
+    Q_INVOKABLE QCoro::QmlTask createPrivateChannelQml(const QString& name);
+    Q_INVOKABLE QCoro::QmlTask joinPrivateChannelQml(const QString& name,
+                                                     const QString& secretText);
+    Q_INVOKABLE QCoro::QmlTask joinPublicChannelQml(const QString& name);
+    Q_INVOKABLE QCoro::QmlTask joinHashtagChannelQml(const QString& hashtag);
+    Q_INVOKABLE QCoro::QmlTask removeChannelQml(int index);
+    Q_INVOKABLE QCoro::QmlTask setDeviceNameQml(const QString& name);
+    // Powers outside 0 to 255 give "Illegal argument" without a command.
+    Q_INVOKABLE QCoro::QmlTask setTxPowerQml(int dBm);
+    // 1 floods the advert; any other value sends it zero-hop.
+    Q_INVOKABLE QCoro::QmlTask sendAdvertQml(int kind);
+    Q_INVOKABLE QCoro::QmlTask refreshBatteryQml();
+    Q_INVOKABLE QCoro::QmlTask refreshDeviceStatsQml();
+
 Q_SIGNALS:
     void transportStateChanged();
     void discoveredDevicesChanged();
@@ -242,6 +370,15 @@ private:
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
+
+    // Contact, channel and device pieces.
+    Contact contactOrKeyOnly(const QString& publicKey) const;
+    QCoro::Task<void> sendContactCommand(QByteArray frame, std::chrono::milliseconds timeout);
+    void removeContactsWithKey(const QString& publicKey);
+    void dropConversation(const ConversationID& target);
+    void saveVerifiedKeys();
+    void storeChannelReadBack(int index, const Channel& channel);
+    QCoro::Task<void> requerySelfInfo();
 
     // State writers that notify only on change.
     template <typename T>

@@ -251,6 +251,8 @@ void SimulatedRadio::write(const QByteArray& frame) {
         --m_dropNext;
         return;
     }
+    if (m_dropAnswerTo.removeOne(code))
+        return;
     if (m_dropProbability > 0 && m_random.generateDouble() < m_dropProbability)
         return;
     send(std::move(frames));

@@ -129,6 +129,10 @@ public:
     void setDropAnswers(double probability) { m_dropProbability = probability; }
     // The answers to the next `count` commands are lost (the commands still act).
     void dropNextAnswers(int count) { m_dropNext = count; }
+    // The answer to the next command with this code is lost (the command still
+    // acts): a read-back that times out after its write went through.
+    // Several calls queue up.
+    void dropNextAnswerTo(std::uint8_t commandCode) { m_dropAnswerTo.append(commandCode); }
     // The next command with this code (or any command) is answered with an
     // error frame instead and has no effect. No error gives the bare error
     // frame without a code. Several calls queue up.
@@ -235,6 +239,7 @@ private:
     bool m_confirmDeliveries = true;
     double m_dropProbability = 0;
     int m_dropNext = 0;
+    QList<std::uint8_t> m_dropAnswerTo;
     QList<PlannedFailure> m_plannedFailures;
     QHash<std::uint8_t, std::optional<MeshProtocol::DeviceError>> m_errorReplies;
     int m_dropAfterCommands = 0;
