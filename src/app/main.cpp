@@ -1,24 +1,150 @@
+#include "controller/conversation_store.h"
+#include "controller/mesh_controller.h"
+#include "notifications/notification_manager.h"
+#include "screenshot_tour.h"
+#include "sim/demo_link.h"
+#include "sim/simulated_radio.h"
+#include "time/clock.h"
 #include "translations.h"
+#include "transport/bluetooth_transport.h"
+#include "transport/qt_ble_adapter.h"
 
+#include <QCommandLineParser>
+#include <QFile>
 #include <QGuiApplication>
+#include <QIcon>
+#include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QSettings>
 #include <QUrl>
 #include <QtQml/qqmlextensionplugin.h>
+#include <memory>
+#include <qcoro/qcoroqml.h>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
-int main(int argc, char* argv[])
-{
+namespace {
+
+// A dark palette for Fusion, for desktops that do not hand one over and for
+// screenshots of the dark look.
+QPalette darkPalette() {
+    QPalette palette;
+    const QColor window(0x26, 0x27, 0x2b);
+    const QColor base(0x1c, 0x1d, 0x20);
+    const QColor text(0xec, 0xec, 0xee);
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::Button, QColor(0x34, 0x35, 0x3a));
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::ToolTipBase, base);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x8b, 0x90));
+    palette.setColor(QPalette::Highlight, QColor(0x0a, 0x84, 0xff));
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, QColor(0x4d, 0xa3, 0xff));
+    palette.setColor(QPalette::Light, QColor(0x44, 0x45, 0x4a));
+    palette.setColor(QPalette::Midlight, QColor(0x3a, 0x3b, 0x40));
+    palette.setColor(QPalette::Mid, QColor(0x2e, 0x2f, 0x33));
+    palette.setColor(QPalette::Dark, QColor(0x18, 0x18, 0x1b));
+    palette.setColor(QPalette::Shadow, Qt::black);
+    palette.setColor(QPalette::Disabled, QPalette::Text, QColor(0x7a, 0x7b, 0x80));
+    palette.setColor(QPalette::Disabled, QPalette::ButtonText, QColor(0x7a, 0x7b, 0x80));
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(0x7a, 0x7b, 0x80));
+    return palette;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Talvenne"));
+    QGuiApplication::setOrganizationName(QStringLiteral("Talvenne"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(TALVENNE_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("talvenne"));
+    QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/images/talvenne.svg")));
     installTranslations(app);
-    QQuickStyle::setStyle(QStringLiteral("Fusion"));
 
+    QCommandLineParser options;
+    options.setApplicationDescription(QStringLiteral("A chat client for LoRa mesh radios."));
+    options.addHelpOption();
+    options.addVersionOption();
+    const QCommandLineOption demo(QStringLiteral("demo"),
+                                  QStringLiteral("List a simulated radio beside the real ones."));
+    const QCommandLineOption dark(QStringLiteral("dark"), QStringLiteral("Use a dark palette."));
+    const QCommandLineOption screenshots(
+        QStringLiteral("screenshot-dir"),
+        QStringLiteral("Connect to the simulated radio, save images of the main states into "
+                       "<dir> and quit (implies --demo)."),
+        QStringLiteral("dir"));
+    const QCommandLineOption suffix(QStringLiteral("screenshot-suffix"),
+                                    QStringLiteral("Appended to each image name."),
+                                    QStringLiteral("text"));
+    options.addOptions({demo, dark, screenshots, suffix});
+    options.process(app);
+
+    QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    if (options.isSet(dark) || qEnvironmentVariableIntValue("TALVENNE_DARK") == 1)
+        QGuiApplication::setPalette(darkPalette());
+
+    const bool tour = options.isSet(screenshots);
+    SystemClock clock;
+    std::unique_ptr<QtBleAdapter> adapter;
+    std::unique_ptr<BluetoothTransport> bluetooth;
+    if (!tour) {
+        adapter = std::make_unique<QtBleAdapter>();
+        bluetooth = std::make_unique<BluetoothTransport>(adapter.get(), &clock);
+    }
+    std::unique_ptr<SimulatedRadio> simulated;
+    std::unique_ptr<DemoLink> demoLink;
+    MeshLink* link = bluetooth.get();
+    if (tour || options.isSet(demo)) {
+        simulated = std::make_unique<SimulatedRadio>(&clock, 7);
+        simulated->populateDemoNeighbours();
+        simulated->startChannelChatter(!tour);
+        demoLink = std::make_unique<DemoLink>(bluetooth.get(), simulated.get());
+        link = demoLink.get();
+    }
+
+    NotificationManager notifications;
+    // The screenshot tour keeps away from the user's history and settings.
+    const QString historyPath = tour ? options.value(screenshots) + QStringLiteral("/history.json")
+                                     : ConversationStore::defaultFilePath();
+    if (tour)
+        QFile::remove(historyPath);
+    ConversationStore store(historyPath);
+    std::unique_ptr<QSettings> settings =
+        tour ? std::make_unique<QSettings>(options.value(screenshots) +
+                                               QStringLiteral("/settings.ini"),
+                                           QSettings::IniFormat)
+             : std::make_unique<QSettings>(QStringLiteral("Talvenne"), QStringLiteral("Talvenne"));
+    MeshController controller(link, &clock, &notifications, &store, settings.get());
+
+    QObject::connect(&app, &QGuiApplication::applicationStateChanged, &controller,
+                     [&controller](Qt::ApplicationState state) {
+                         controller.setApplicationActive(state == Qt::ApplicationActive);
+                     });
+    notifications.requestAuthorization();
+    notifications.updateBadge(controller.totalUnreadCount());
+
+    QCoro::Qml::registerTypes();
     QQmlApplicationEngine engine;
-    QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
-                     [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+    QObject::connect(
+        &engine, &QQmlApplicationEngine::objectCreationFailed, &app,
+        [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
+    engine.setInitialProperties({{QStringLiteral("controller"), QVariant::fromValue(&controller)}});
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    std::unique_ptr<ScreenshotTour> screenshotTour;
+    if (tour) {
+        screenshotTour = std::make_unique<ScreenshotTour>(
+            &engine, &controller, options.value(screenshots), options.value(suffix));
+        screenshotTour->start();
+    }
     return app.exec();
 }

@@ -29,7 +29,6 @@ Item {
     Shape {
         anchors.fill: parent
         antialiasing: true
-        preferredRendererType: Shape.CurveRenderer
         ShapePath {
             strokeWidth: -1
             fillGradient: LinearGradient {

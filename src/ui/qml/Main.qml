@@ -2,17 +2,36 @@ import QtQuick
 import QtQuick.Controls
 import Talvenne
 
+// TalvenneApp: the one main window. The application hands in the controller.
 ApplicationWindow {
-    width: 480
-    height: 240
+    id: window
+
+    required property MeshController controller
+
+    objectName: "talvenneWindow"
+    width: 1120
+    height: 720
+    minimumWidth: 900
+    minimumHeight: 600
     visible: true
     title: "Talvenne"
     color: Theme.window
 
-    EmptyState {
-        anchors.centerIn: parent
-        symbol: "bubble.left.and.bubble.right"
-        title: "Talvenne"
-        message: "A chat client for LoRa mesh companion radios."
+    ShellModel {
+        id: shell
+        controller: window.controller
+    }
+
+    // Drops the link while connected; absent otherwise.
+    Shortcut {
+        sequence: "Ctrl+Shift+D"
+        enabled: shell.connected
+        onActivated: shell.disconnectFromDevice()
+    }
+
+    ContentView {
+        anchors.fill: parent
+        controller: window.controller
+        shell: shell
     }
 }

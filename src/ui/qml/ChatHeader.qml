@@ -1,0 +1,99 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// The top of a chat: avatar, title and subtitle, and for a known contact the
+// key-verification menu button.
+Rectangle {
+    id: header
+
+    required property ChatViewModel chat
+
+    implicitHeight: row.implicitHeight + 24
+    color: Theme.barBackground
+
+    RowLayout {
+        id: row
+        anchors.fill: parent
+        anchors.leftMargin: 18
+        anchors.rightMargin: 18
+        anchors.topMargin: 12
+        anchors.bottomMargin: 12
+        spacing: 12
+
+        Avatar {
+            size: 36
+            seed: header.chat.avatarSeed
+            initials: header.chat.avatarInitials
+            symbol: header.chat.avatarSymbol
+        }
+
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 1
+            Text {
+                objectName: "chatTitle"
+                Layout.fillWidth: true
+                text: header.chat.title
+                color: Theme.primaryText
+                font.pixelSize: Theme.headlineSize
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+            }
+            Text {
+                objectName: "chatSubtitle"
+                Layout.fillWidth: true
+                text: header.chat.subtitle
+                color: Theme.secondaryText
+                font.pixelSize: Theme.captionSize
+                elide: Text.ElideRight
+            }
+        }
+
+        AbstractButton {
+            id: verifyButton
+            objectName: "verificationButton"
+            visible: header.chat.hasContact
+            hoverEnabled: true
+            padding: 6
+            contentItem: Row {
+                spacing: 5
+                Icon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    symbol: header.chat.verificationSymbol
+                    size: Theme.bodySize
+                    color: Theme.tint(header.chat.verificationTint)
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: header.chat.keyPrefix
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.captionSize
+                    font.family: "monospace"
+                }
+            }
+            background: Rectangle {
+                radius: 6
+                color: verifyButton.hovered || menu.visible ? Theme.controlBackground : "transparent"
+            }
+            ToolTip.visible: hovered && !menu.visible
+            ToolTip.delay: 600
+            ToolTip.text: header.chat.verificationHelp
+            onClicked: menu.popup(verifyButton, 0, verifyButton.height + 2)
+
+            Menu {
+                id: menu
+                MenuItem {
+                    objectName: "verificationAction"
+                    text: header.chat.verificationActionText
+                    icon.source: Look.iconSource(header.chat.verificationActionSymbol)
+                    icon.color: header.chat.verificationActionClears ? Theme.red : Theme.primaryText
+                    palette.windowText: header.chat.verificationActionClears ? Theme.red
+                                                                              : Theme.primaryText
+                    onTriggered: header.chat.triggerVerificationAction()
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,203 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// The main window's content while connected: toolbar, sidebar, detail and
+// an optional inspector.
+Item {
+    id: main
+
+    required property MeshController controller
+    required property ShellModel shell
+
+    property string mode: "messages"      // "messages" or "nodes"
+    property string nodeSelection: ""     // a public key in nodes mode
+    property string inspector: ""         // "", "device" or "chatInfo"
+    property bool advertSent: false
+    property int advertsInFlight: 0
+    property bool showAddContact: false
+    property bool showAddChannel: false
+
+    readonly property string chatContactKey: mode === "messages" ? shell.currentChatContactKey : ""
+
+    objectName: "mainView"
+
+    onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
+
+    function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
+
+    function advertise() {
+        // Each press sends its own advert and shows the sent state for 2 s.
+        controller.sendAdvertQml(1).then(function () {
+            main.advertSent = true
+            advertTimer.restart()
+        })
+    }
+    Timer {
+        id: advertTimer
+        interval: 2000
+        onTriggered: main.advertSent = false
+    }
+
+    // --- Toolbar
+    Rectangle {
+        id: toolbar
+        objectName: "toolbar"
+        anchors.left: parent.left
+        anchors.right: parent.right
+        height: 52
+        color: Theme.barBackground
+
+        RowLayout {
+            anchors.fill: parent
+            anchors.leftMargin: 12
+            anchors.rightMargin: 12
+            spacing: 6
+
+            ConnectionPill {
+                objectName: "connectionPill"
+                shell: main.shell
+            }
+            Item { Layout.fillWidth: true }
+
+            ToolbarButton {
+                id: addButton
+                objectName: "addButton"
+                symbol: "plus"
+                text: qsTrId("main.toolbar.add")
+                help: qsTrId("main.toolbar.add.help")
+                onClicked: addMenu.popup(addButton, 0, addButton.height)
+                Menu {
+                    id: addMenu
+                    MenuItem {
+                        text: qsTrId("main.toolbar.add.contact")
+                        icon.source: Look.iconSource("person.badge.plus")
+                        onTriggered: main.showAddContact = true
+                    }
+                    MenuItem {
+                        text: qsTrId("main.toolbar.add.channel")
+                        icon.source: Look.iconSource("number.circle")
+                        onTriggered: main.showAddChannel = true
+                    }
+                }
+            }
+            ToolbarButton {
+                objectName: "advertiseButton"
+                symbol: main.advertSent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
+                tint: main.advertSent ? Theme.green : Theme.primaryText
+                text: qsTrId(main.advertSent ? "main.toolbar.advertise.sent" : "main.toolbar.advertise")
+                help: qsTrId("main.toolbar.advertise.help")
+                showText: true
+                onClicked: main.advertise()
+            }
+            ToolbarButton {
+                objectName: "conversationInfoButton"
+                visible: main.chatContactKey.length > 0
+                symbol: "info.circle"
+                text: qsTrId("main.toolbar.conversation.info")
+                help: qsTrId("main.toolbar.conversation.info.help")
+                checked: main.inspector === "chatInfo"
+                onClicked: main.toggleInspector("chatInfo")
+            }
+            ToolbarButton {
+                objectName: "deviceButton"
+                symbol: "cpu"
+                text: qsTrId("main.toolbar.device")
+                help: qsTrId("main.toolbar.device.help")
+                checked: main.inspector === "device"
+                onClicked: main.toggleInspector("device")
+            }
+        }
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 1
+            color: Theme.separator
+        }
+    }
+
+    SplitView {
+        anchors.top: toolbar.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        orientation: Qt.Horizontal
+
+        handle: Rectangle {
+            implicitWidth: 1
+            color: Theme.separator
+        }
+
+        SidebarView {
+            id: sidebar
+            SplitView.minimumWidth: 270
+            SplitView.preferredWidth: 310
+            SplitView.maximumWidth: 380
+            controller: main.controller
+            shell: main.shell
+            mode: main.mode
+            nodeSelection: main.nodeSelection
+            onModeChanged: main.mode = mode
+            onNodeSelectionChanged: main.nodeSelection = nodeSelection
+        }
+
+        // --- Detail column
+        Item {
+            id: detail
+            objectName: "detail"
+            SplitView.fillWidth: true
+            SplitView.minimumWidth: 320
+
+            readonly property string conversationKey: main.shell.selectedConversationKey
+            readonly property bool showChat: main.mode === "messages" && conversationKey.length > 0
+
+            Loader {
+                id: chatLoader
+                objectName: "chatLoader"
+                anchors.fill: parent
+                active: detail.showChat
+                Component.onCompleted: setSource("ChatView.qml", { controller: main.controller, conversationKey: Qt.binding(function () { return detail.conversationKey }) })
+            }
+            EmptyDetail {
+                objectName: "conversationEmptyDetail"
+                anchors.fill: parent
+                visible: main.mode === "messages" && !detail.showChat
+                symbol: "bubble.left.and.bubble.right"
+                title: qsTrId("main.empty.conversation.title")
+                message: qsTrId("main.empty.conversation.message")
+            }
+            // The node detail view takes this place in a later version; until
+            // then the selected node is named here.
+            EmptyDetail {
+                objectName: "nodeEmptyDetail"
+                anchors.fill: parent
+                visible: main.mode === "nodes"
+                readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
+                symbol: "point.3.connected.trianglepath.dotted"
+                title: hasNode ? main.shell.contactTitle(main.nodeSelection) : qsTrId("main.empty.node.title")
+                message: hasNode ? "" : qsTrId("main.empty.node.message")
+            }
+        }
+
+        // --- Inspector
+        Rectangle {
+            objectName: "inspector"
+            visible: main.inspector.length > 0
+            SplitView.minimumWidth: 300
+            SplitView.preferredWidth: 340
+            SplitView.maximumWidth: 420
+            color: Theme.sidebarBackground
+
+            Text {
+                anchors.left: parent.left
+                anchors.top: parent.top
+                anchors.margins: 16
+                text: qsTrId(main.inspector === "device" ? "main.toolbar.device" : "main.toolbar.conversation.info")
+                color: Theme.primaryText
+                font.pixelSize: Theme.title3Size
+                font.weight: Font.DemiBold
+            }
+        }
+    }
+}

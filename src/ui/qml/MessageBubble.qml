@@ -1,0 +1,216 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// One message of the chat: the bubble with its styled text (and, for an
+// incoming channel message, the sender's name and badge), the footer with
+// time, signal and delivery, and the report card it can unfold.
+Item {
+    id: bubbleRow
+
+    required property int index
+    required property string messageId
+    required property bool outgoing
+    required property string richText
+    required property string sender
+    required property color senderColor
+    required property string senderBadge
+    required property string timeText
+    required property string snrText
+    required property string snrTint
+    required property string hopText
+    required property string roundTripText
+    required property string stateSymbol
+    required property string stateTint
+    required property var reportLines
+
+    // Whether the delivery report is unfolded; belongs to this bubble only.
+    property bool expanded: false
+
+    readonly property bool hasSender: sender.length > 0
+    readonly property real badgeSpace: hasSender ? 24 + 8 : 0
+    // At least 60 px stay free on the far side, and a bubble never takes
+    // more than about 70 % of the row.
+    readonly property real maxColumnWidth: Math.max(120, Math.min(width - 60 - badgeSpace,
+                                                                  width * 0.7))
+
+    implicitHeight: column.implicitHeight
+
+    // An unfolded card at the bottom of the list should not open out of sight;
+    // the row grows once the card is laid out.
+    function revealWhole() {
+        if (bubbleRow.ListView.view)
+            bubbleRow.ListView.view.positionViewAtIndex(bubbleRow.index, ListView.Contain)
+    }
+    onImplicitHeightChanged: {
+        if (expanded)
+            Qt.callLater(revealWhole)
+    }
+
+    ListView.onReused: expanded = false
+    ListView.onPooled: expanded = false
+
+    SenderBadge {
+        visible: bubbleRow.hasSender
+        x: 0
+        y: 4
+        senderColor: bubbleRow.senderColor
+        badgeText: bubbleRow.senderBadge
+    }
+
+    ColumnLayout {
+        id: column
+        x: bubbleRow.outgoing ? bubbleRow.width - width : bubbleRow.badgeSpace
+        width: Math.min(implicitWidth, bubbleRow.maxColumnWidth)
+        spacing: 3
+
+        Rectangle {
+            id: bubble
+            objectName: "bubble"
+            Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
+            Layout.maximumWidth: bubbleRow.maxColumnWidth
+            implicitWidth: content.implicitWidth + 26
+            implicitHeight: content.implicitHeight + 18
+            radius: 17
+            color: Theme.controlBackground
+
+            Rectangle {
+                anchors.fill: parent
+                radius: parent.radius
+                visible: bubbleRow.outgoing
+                gradient: Gradient {
+                    GradientStop { position: 0; color: Theme.accent }
+                    GradientStop {
+                        position: 1
+                        color: Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b, 0.82)
+                    }
+                }
+            }
+
+            ColumnLayout {
+                id: content
+                x: 13
+                y: 9
+                width: bubble.width - 26
+                spacing: 2
+
+                Text {
+                    visible: bubbleRow.hasSender
+                    text: bubbleRow.sender
+                    color: bubbleRow.senderColor
+                    font.pixelSize: Theme.captionSize
+                    font.weight: Font.DemiBold
+                }
+
+                Text {
+                    id: body
+                    objectName: "messageText"
+                    Layout.fillWidth: true
+                    Layout.maximumWidth: bubbleRow.maxColumnWidth - 26
+                    text: bubbleRow.richText
+                    textFormat: Text.RichText
+                    wrapMode: Text.Wrap
+                    color: bubbleRow.outgoing ? "white" : Theme.primaryText
+                    font.pixelSize: Theme.bodySize
+                    onLinkActivated: link => Qt.openUrlExternally(link)
+
+                    HoverHandler {
+                        cursorShape: body.hoveredLink.length > 0 ? Qt.PointingHandCursor
+                                                                 : Qt.IBeamCursor
+                    }
+                }
+            }
+        }
+
+        Row {
+            id: footer
+            Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
+            leftPadding: 4
+            rightPadding: 4
+            spacing: 5
+
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: bubbleRow.timeText
+                color: Theme.secondaryText
+                font.pixelSize: Theme.caption2Size
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.snrText.length > 0
+                text: bubbleRow.snrText
+                color: Theme.tint(bubbleRow.snrTint)
+                font.pixelSize: Theme.caption2Size
+            }
+            Row {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.hopText.length > 0
+                spacing: 2
+                Icon {
+                    anchors.verticalCenter: parent.verticalCenter
+                    symbol: "arrow.triangle.swap"
+                    size: Theme.caption2Size + 1
+                    color: Theme.secondaryText
+                }
+                Text {
+                    text: bubbleRow.hopText
+                    color: Theme.secondaryText
+                    font.pixelSize: Theme.caption2Size
+                }
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.roundTripText.length > 0
+                text: bubbleRow.roundTripText
+                color: Theme.secondaryText
+                font.pixelSize: Theme.caption2Size
+            }
+            Icon {
+                objectName: "deliveryState"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.outgoing
+                symbol: bubbleRow.stateSymbol
+                size: Theme.caption2Size + 2
+                color: Theme.tint(bubbleRow.stateTint)
+            }
+            AbstractButton {
+                id: reportToggle
+                objectName: "reportToggle"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.outgoing
+                implicitWidth: 16
+                implicitHeight: 16
+                hoverEnabled: true
+                focusPolicy: Qt.NoFocus
+                contentItem: Icon {
+                    symbol: bubbleRow.ListView.view
+                            ? bubbleRow.ListView.view.model.reportToggleSymbol(bubbleRow.expanded)
+                            : ""
+                    size: Theme.caption2Size + 3
+                    color: reportToggle.hovered ? Theme.primaryText : Theme.secondaryText
+                }
+                background: null
+                ToolTip.visible: hovered
+                ToolTip.delay: 600
+                ToolTip.text: qsTrId("chat.message.delivery.show.report")
+                onClicked: bubbleRow.expanded = !bubbleRow.expanded
+            }
+        }
+
+        DeliveryReportCard {
+            id: card
+            objectName: "reportCard"
+            Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
+            lines: bubbleRow.expanded ? bubbleRow.reportLines : []
+            visible: bubbleRow.expanded
+            opacity: bubbleRow.expanded ? 1 : 0
+            transform: Translate {
+                id: slide
+                y: bubbleRow.expanded ? 0 : -8
+                Behavior on y { NumberAnimation { duration: 220; easing.type: Easing.OutBack; easing.overshoot: 0.6 } }
+            }
+            Behavior on opacity { NumberAnimation { duration: 180 } }
+        }
+    }
+}

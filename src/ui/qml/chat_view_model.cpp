@@ -1,0 +1,160 @@
+#include "chat_view_model.h"
+
+#include "conversation_key.h"
+#include "logic/chat_header.h"
+#include "logic/composer.h"
+#include "look.h"
+
+#include <QtGlobal>
+
+namespace {
+
+QString verificationStateName(ViewLogic::VerificationState state) {
+    switch (state) {
+    case ViewLogic::VerificationState::verified:
+        return QStringLiteral("verified");
+    case ViewLogic::VerificationState::conflict:
+        return QStringLiteral("conflict");
+    case ViewLogic::VerificationState::unverified:
+        break;
+    }
+    return QStringLiteral("unverified");
+}
+
+QString lookUp(const QByteArray& key) {
+    return qtTrId(key.constData());
+}
+
+} // namespace
+
+ChatViewModel::ChatViewModel(QObject* parent)
+    : QObject(parent) {}
+
+void ChatViewModel::setController(MeshController* controller) {
+    if (m_controller == controller)
+        return;
+    if (m_controller)
+        disconnect(m_controller, nullptr, this, nullptr);
+    m_controller = controller;
+    if (controller) {
+        connect(controller, &MeshController::contactsChanged, this, &ChatViewModel::refresh);
+        connect(controller, &MeshController::channelsChanged, this, &ChatViewModel::refresh);
+        connect(controller, &MeshController::verifiedKeysChanged, this, &ChatViewModel::refresh);
+        connect(controller, &MeshController::transportStateChanged, this,
+                &ChatViewModel::connectedChanged);
+    }
+    refresh();
+    Q_EMIT controllerChanged();
+    Q_EMIT connectedChanged();
+}
+
+void ChatViewModel::setConversationKey(const QString& key) {
+    if (m_key == key)
+        return;
+    m_key = key;
+    m_target = conversationIDFromKey(key);
+    refresh();
+    Q_EMIT conversationKeyChanged();
+}
+
+bool ChatViewModel::connected() const {
+    return m_controller && m_controller->transportState() == TransportState::connected;
+}
+
+std::optional<Contact> ChatViewModel::contact() const {
+    if (!m_controller || !m_target || !m_target->isContact())
+        return std::nullopt;
+    return m_controller->contactForKey(m_target->contactKey());
+}
+
+void ChatViewModel::refresh() {
+    Header header;
+    if (m_controller && m_target) {
+        const std::optional<Contact> contact = this->contact();
+        const std::optional<Channel> channel =
+            m_target->isChannel() ? m_controller->channelForIndex(m_target->channelIndex())
+                                  : std::nullopt;
+        const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
+        header.isChannel = m_target->isChannel();
+        header.title = base.title;
+        header.subtitle = base.subtitle.text();
+        header.avatarSeed = base.avatarSeed;
+        header.avatarInitials = base.avatarInitials;
+        header.avatarSymbol = base.avatarSymbol.value_or(QString());
+        if (contact && base.showsVerification) {
+            const auto state =
+                ViewLogic::verificationState(contact->publicKey, m_controller->verifiedKeys(),
+                                             m_controller->conflictingVerifiedKey(*contact));
+            const ViewLogic::VerificationControl control =
+                ViewLogic::verificationControl(*contact, state);
+            header.hasContact = true;
+            header.verificationState = verificationStateName(state);
+            header.verificationSymbol = control.symbol;
+            header.verificationTint = Look::tintName(control.tint);
+            header.keyPrefix = control.keyPrefix;
+            header.verificationHelp = lookUp(control.helpKey);
+            header.verificationActionText = lookUp(control.actionKey);
+            header.verificationActionSymbol = control.actionSymbol;
+            header.verificationActionClears = control.actionClears;
+            if (const auto banner = ViewLogic::conflictBannerText(*contact, state))
+                header.conflictText = banner->text();
+        }
+    }
+    if (header == m_header)
+        return;
+    m_header = std::move(header);
+    Q_EMIT headerChanged();
+}
+
+int ChatViewModel::limit() {
+    return ViewLogic::composerLimit;
+}
+
+QString ChatViewModel::limitDraft(const QString& draft) {
+    return ViewLogic::limitDraft(draft);
+}
+
+QString ChatViewModel::counterText(const QString& draft) {
+    return ViewLogic::composerCounterText(draft);
+}
+
+QString ChatViewModel::counterTint(const QString& draft) {
+    return Look::tintName(ViewLogic::composerCounterTint(draft));
+}
+
+bool ChatViewModel::atLimit(const QString& draft) {
+    return ViewLogic::composerAtLimit(draft);
+}
+
+bool ChatViewModel::canSend(const QString& draft) const {
+    return m_target && ViewLogic::canSend(draft, connected());
+}
+
+bool ChatViewModel::send(const QString& draft) {
+    if (!canSend(draft))
+        return false;
+    m_controller->sendMessage(draft, *m_target);
+    return true;
+}
+
+void ChatViewModel::markRead() {
+    if (m_controller && m_target)
+        m_controller->markConversationRead(*m_target);
+}
+
+void ChatViewModel::setVerified() {
+    if (const auto contact = this->contact())
+        m_controller->setVerified(*contact);
+}
+
+void ChatViewModel::clearVerified() {
+    if (const auto contact = this->contact())
+        m_controller->clearVerified(contact->publicKey);
+}
+
+void ChatViewModel::triggerVerificationAction() {
+    if (m_header.verificationActionClears)
+        clearVerified();
+    else
+        setVerified();
+}

@@ -1,0 +1,162 @@
+#include "conversation_list_model.h"
+
+#include "controller/mesh_controller.h"
+#include "logic/relative_time.h"
+#include "logic/sidebar_lists.h"
+
+using SidebarRows::ConversationEntry;
+
+ConversationListModel::ConversationListModel(QObject* parent)
+    : SyncedListModel(parent)
+    , m_now(QDateTime::currentDateTimeUtc()) {
+    connect(this, &QAbstractItemModel::rowsInserted, this, &ConversationListModel::countChanged);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, &ConversationListModel::countChanged);
+    connect(this, &QAbstractItemModel::modelReset, this, &ConversationListModel::countChanged);
+}
+
+void ConversationListModel::setController(MeshController* controller) {
+    if (m_controller == controller)
+        return;
+    if (m_controller)
+        m_controller->disconnect(this);
+    m_controller = controller;
+    if (controller) {
+        // Row-level changes are diffed into row signals; only the controller's
+        // own resets reset the model.
+        const auto sync = [this] { update(); };
+        connect(controller, &MeshController::contactInserted, this, sync);
+        connect(controller, &MeshController::contactChanged, this, sync);
+        connect(controller, &MeshController::contactRemoved, this, sync);
+        connect(controller, &MeshController::channelInserted, this, sync);
+        connect(controller, &MeshController::channelChanged, this, sync);
+        connect(controller, &MeshController::channelRemoved, this, sync);
+        connect(controller, &MeshController::conversationAdded, this, sync);
+        connect(controller, &MeshController::conversationRemoved, this, sync);
+        connect(controller, &MeshController::conversationChanged, this, sync);
+        connect(controller, &MeshController::messageAppended, this, sync);
+        connect(controller, &MeshController::messageChanged, this, sync);
+        connect(controller, &MeshController::favoritesChanged, this, sync);
+        const auto reset = [this] { rebuild(); };
+        connect(controller, &MeshController::contactsReset, this, reset);
+        connect(controller, &MeshController::channelsReset, this, reset);
+        connect(controller, &MeshController::conversationsReset, this, reset);
+    }
+    rebuild();
+    Q_EMIT controllerChanged();
+}
+
+void ConversationListModel::setSearch(const QString& search) {
+    if (m_search == search)
+        return;
+    m_search = search;
+    update();
+    Q_EMIT searchChanged();
+}
+
+void ConversationListModel::setNow(const QDateTime& now) {
+    if (m_now == now)
+        return;
+    m_now = now;
+    rowsChangedForRoles({TimeTextRole});
+    Q_EMIT nowChanged();
+}
+
+QList<ConversationEntry> ConversationListModel::computeRows() {
+    if (!m_controller) {
+        setShowEmptyState(false);
+        return {};
+    }
+    const ViewLogic::MessagesList list =
+        ViewLogic::messagesList(m_controller->channels(), m_controller->contacts(),
+                                m_controller->conversations(), m_controller->favorites(), m_search);
+    setShowEmptyState(list.showEmptyState);
+    QList<ConversationEntry> entries;
+    const QString channels = qtTrId("sidebar.section.channels");
+    const QString contacts = qtTrId("sidebar.section.contacts");
+    for (const auto& row : list.channels)
+        entries.append({row.id.conversationKey(), channels, row});
+    for (const auto& row : list.contacts)
+        entries.append({row.id.conversationKey(), contacts, row});
+    return entries;
+}
+
+void ConversationListModel::update() {
+    syncRows(computeRows());
+}
+
+void ConversationListModel::rebuild() {
+    resetRows(computeRows());
+}
+
+void ConversationListModel::setShowEmptyState(bool show) {
+    if (m_showEmptyState == show)
+        return;
+    m_showEmptyState = show;
+    Q_EMIT showEmptyStateChanged();
+}
+
+QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const ConversationEntry& entry = rows().at(index.row());
+    const ViewLogic::ConversationRow& row = entry.row;
+    switch (role) {
+    case KeyRole:
+        return entry.key;
+    case KindRole:
+        return row.id.isChannel() ? QStringLiteral("channel") : QStringLiteral("contact");
+    case ContactKeyRole:
+        return row.id.isContact() ? row.id.contactKey() : QString();
+    case ChannelIndexRole:
+        return row.id.isChannel() ? row.id.channelIndex() : -1;
+    case SectionRole:
+        return entry.section;
+    case TitleRole:
+        return row.title;
+    case SubtitleRole:
+        return row.subtitle;
+    case TimeTextRole:
+        return row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString();
+    case UnreadRole:
+        return qlonglong(row.unread);
+    case SeedRole:
+        return row.seed;
+    case InitialsRole:
+        return row.initials;
+    case SymbolRole:
+        return row.symbol.value_or(QString());
+    case IsFavoriteRole:
+        return row.isFavorite;
+    }
+    return {};
+}
+
+QHash<int, QByteArray> ConversationListModel::roleNames() const {
+    return {
+        {KeyRole, "key"},
+        {KindRole, "kind"},
+        {ContactKeyRole, "contactKey"},
+        {ChannelIndexRole, "channelIndex"},
+        {SectionRole, "section"},
+        {TitleRole, "title"},
+        {SubtitleRole, "subtitle"},
+        {TimeTextRole, "timeText"},
+        {UnreadRole, "unread"},
+        {SeedRole, "seed"},
+        {InitialsRole, "initials"},
+        {SymbolRole, "symbol"},
+        {IsFavoriteRole, "isFavorite"},
+    };
+}
+
+int ConversationListModel::rowOfKey(const QString& key) const {
+    for (int i = 0; i < int(rows().size()); ++i) {
+        if (rows().at(i).key == key)
+            return i;
+    }
+    return -1;
+}
+
+QString ConversationListModel::keyAt(int row) const {
+    return row >= 0 && row < int(rows().size()) ? rows().at(row).key : QString();
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "controller/mesh_controller.h"
+#include "model/conversation.h"
+
+#include <QAbstractListModel>
+#include <QColor>
+#include <QPointer>
+#include <QString>
+#include <QtQml/qqml.h>
+#include <optional>
+
+// The messages of one conversation, oldest first, for the chat's list view.
+// Rows follow the controller one change at a time (an appended message is one
+// inserted row, a delivery update one changed row); only a change of the
+// conversation itself resets the model. Role data is computed when asked
+// for, so a long history opens at once.
+class MessageListModel : public QAbstractListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(
+        MeshController* controller READ controller WRITE setController NOTIFY controllerChanged)
+    Q_PROPERTY(QString conversationKey READ conversationKey WRITE setConversationKey NOTIFY
+                   conversationKeyChanged)
+    // Colours of mentions and links in incoming bubbles; they follow the
+    // theme, while outgoing bubbles use fixed light tones on the accent.
+    Q_PROPERTY(QColor incomingMentionColor READ incomingMentionColor WRITE setIncomingMentionColor
+                   NOTIFY incomingColorsChanged)
+    Q_PROPERTY(QColor incomingLinkColor READ incomingLinkColor WRITE setIncomingLinkColor NOTIFY
+                   incomingColorsChanged)
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
+
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,
+        OutgoingRole,
+        // The text as styled HTML for a rich-text Text item: mentions and links
+        // coloured, links underlined and clickable.
+        RichTextRole,
+        // The message text as stored.
+        TextRole,
+        // Incoming channel messages: the sender named in front of the text
+        // (empty when there is none), its colour and badge character.
+        SenderRole,
+        SenderColorRole,
+        SenderBadgeRole,
+        TimeTextRole,
+        SnrTextRole, // "· 7 dB", empty without an SNR
+        SnrTintRole, // tint name for Theme.tint()
+        HopTextRole, // outgoing with a hop count only
+        RoundTripTextRole,
+        StateSymbolRole, // outgoing only
+        StateTintRole,
+        // The report card: a list of {symbol, text, tint}.
+        ReportLinesRole,
+    };
+    Q_ENUM(Role)
+
+    explicit MessageListModel(QObject* parent = nullptr);
+
+    MeshController* controller() const { return m_controller; }
+    void setController(MeshController* controller);
+    const QString& conversationKey() const { return m_key; }
+    void setConversationKey(const QString& key);
+    QColor incomingMentionColor() const { return m_mentionColor; }
+    void setIncomingMentionColor(const QColor& color);
+    QColor incomingLinkColor() const { return m_linkColor; }
+    void setIncomingLinkColor(const QColor& color);
+    int count() const { return m_count; }
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    // The icon of a bubble's report toggle.
+    Q_INVOKABLE static QString reportToggleSymbol(bool expanded);
+
+    // The styled HTML of a text: plain runs escaped, mentions and links in
+    // the colours of an incoming or outgoing bubble.
+    static QString styledText(const QString& text, bool outgoing, const QColor& mentionColor,
+                              const QColor& linkColor);
+
+Q_SIGNALS:
+    void controllerChanged();
+    void conversationKeyChanged();
+    void incomingColorsChanged();
+    void countChanged();
+
+private:
+    void reload();
+    void onMessageAppended(const QString& key, int row);
+    void onMessageChanged(const QString& key, int row);
+    void onConversationAddedOrRemoved(const QString& key);
+    const ChatMessage* messageAt(int row) const;
+    int storedCount() const;
+
+    QPointer<MeshController> m_controller;
+    QString m_key;
+    std::optional<ConversationID> m_target;
+    QColor m_mentionColor{QColor::fromRgbF(1.0f, 0.58f, 0.0f)};
+    QColor m_linkColor{QColor::fromRgbF(0.0f, 0.48f, 1.0f)};
+    int m_count = 0;
+};

@@ -1,0 +1,125 @@
+#include "node_list_model.h"
+
+#include "controller/mesh_controller.h"
+#include "logic/conversation_row.h"
+#include "logic/node_symbols.h"
+#include "logic/sidebar_lists.h"
+#include "look.h"
+
+using SidebarRows::NodeEntry;
+
+NodeListModel::NodeListModel(QObject* parent)
+    : SyncedListModel(parent) {
+    connect(this, &QAbstractItemModel::rowsInserted, this, &NodeListModel::countChanged);
+    connect(this, &QAbstractItemModel::rowsRemoved, this, &NodeListModel::countChanged);
+    connect(this, &QAbstractItemModel::modelReset, this, &NodeListModel::countChanged);
+}
+
+void NodeListModel::setController(MeshController* controller) {
+    if (m_controller == controller)
+        return;
+    if (m_controller)
+        m_controller->disconnect(this);
+    m_controller = controller;
+    if (controller) {
+        const auto sync = [this] { syncRows(computeRows()); };
+        connect(controller, &MeshController::contactInserted, this, sync);
+        connect(controller, &MeshController::contactChanged, this, sync);
+        connect(controller, &MeshController::contactRemoved, this, sync);
+        connect(controller, &MeshController::favoritesChanged, this, sync);
+        connect(controller, &MeshController::contactsReset, this,
+                [this] { resetRows(computeRows()); });
+    }
+    resetRows(computeRows());
+    Q_EMIT controllerChanged();
+}
+
+void NodeListModel::setSearch(const QString& search) {
+    if (m_search == search)
+        return;
+    m_search = search;
+    syncRows(computeRows());
+    Q_EMIT searchChanged();
+}
+
+QList<NodeEntry> NodeListModel::computeRows() {
+    if (!m_controller) {
+        setShowEmptyState(false);
+        return {};
+    }
+    const ViewLogic::NodesList list =
+        ViewLogic::nodesList(m_controller->contacts(), m_controller->favorites(), m_search);
+    setShowEmptyState(list.showEmptyState);
+    QList<NodeEntry> entries;
+    const QString favorites = qtTrId("sidebar.section.favorites");
+    const QString others = qtTrId(list.othersTitleKey.constData());
+    for (const Contact& contact : list.favorites)
+        entries.append({contact.publicKey, favorites, contact, true});
+    for (const Contact& contact : list.others)
+        entries.append({contact.publicKey, others, contact, false});
+    return entries;
+}
+
+void NodeListModel::setShowEmptyState(bool show) {
+    if (m_showEmptyState == show)
+        return;
+    m_showEmptyState = show;
+    Q_EMIT showEmptyStateChanged();
+}
+
+QVariant NodeListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const NodeEntry& entry = rows().at(index.row());
+    const Contact& contact = entry.contact;
+    switch (role) {
+    case KeyRole:
+        return entry.key;
+    case SectionRole:
+        return entry.section;
+    case TitleRole:
+        return ViewLogic::contactTitle(contact);
+    case InitialsRole:
+        return contact.initials();
+    case AvatarSymbolRole:
+        return ViewLogic::nodeAvatarSymbol(contact.type).value_or(QString());
+    case TypeNameRole:
+        return MeshProtocol::displayName(contact.type);
+    case RouteSymbolRole:
+        return ViewLogic::routeSymbol(contact.outPathLength).symbol;
+    case RouteTintRole:
+        return Look::tintName(ViewLogic::routeSymbol(contact.outPathLength).tint);
+    case HasLocationRole:
+        return contact.latitude != 0 || contact.longitude != 0;
+    case IsFavoriteRole:
+        return entry.isFavorite;
+    }
+    return {};
+}
+
+QHash<int, QByteArray> NodeListModel::roleNames() const {
+    return {
+        {KeyRole, "key"},
+        {SectionRole, "section"},
+        {TitleRole, "title"},
+        {InitialsRole, "initials"},
+        {AvatarSymbolRole, "avatarSymbol"},
+        {TypeNameRole, "typeName"},
+        {RouteSymbolRole, "routeSymbol"},
+        {RouteTintRole, "routeTint"},
+        {HasLocationRole, "hasLocation"},
+        {IsFavoriteRole, "isFavorite"},
+    };
+}
+
+int NodeListModel::rowOfKey(const QString& key) const {
+    for (int i = 0; i < int(rows().size()); ++i) {
+        if (rows().at(i).key == key)
+            return i;
+    }
+    return -1;
+}
+
+QString NodeListModel::keyAt(int row) const {
+    return row >= 0 && row < int(rows().size()) ? rows().at(row).key : QString();
+}

@@ -1,0 +1,180 @@
+#include "shell_model.h"
+
+#include "controller/mesh_controller.h"
+#include "logic/connection_texts.h"
+#include "logic/conversation_row.h"
+#include "look.h"
+
+#include <QMetaEnum>
+
+namespace {
+
+std::optional<ConversationID> conversationFromKey(const QString& key) {
+    static const QString contactPrefix = QStringLiteral("contact:");
+    static const QString channelPrefix = QStringLiteral("channel:");
+    if (key.startsWith(contactPrefix) && key.size() > contactPrefix.size())
+        return ConversationID::contact(key.mid(contactPrefix.size()));
+    if (key.startsWith(channelPrefix)) {
+        bool ok = false;
+        const int index = key.mid(channelPrefix.size()).toInt(&ok);
+        if (ok)
+            return ConversationID::channel(index);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+ShellModel::ShellModel(QObject* parent)
+    : QObject(parent) {}
+
+void ShellModel::setController(MeshController* controller) {
+    if (m_controller == controller)
+        return;
+    if (m_controller)
+        m_controller->disconnect(this);
+    m_controller = controller;
+    if (controller) {
+        connect(controller, &MeshController::transportStateChanged, this,
+                &ShellModel::connectionChanged);
+        connect(controller, &MeshController::connectionErrorChanged, this, [this] {
+            m_errorDismissed = false;
+            Q_EMIT connectionErrorChanged();
+        });
+        connect(controller, &MeshController::isSyncingChanged, this, &ShellModel::pillChanged);
+        connect(controller, &MeshController::selfInfoChanged, this, &ShellModel::pillChanged);
+        connect(controller, &MeshController::batteryChanged, this, &ShellModel::pillChanged);
+        connect(controller, &MeshController::selectedConversationChanged, this,
+                &ShellModel::selectionChanged);
+        connect(controller, &MeshController::contactsChanged, this, &ShellModel::selectionChanged);
+        connect(controller, &MeshController::totalUnreadCountChanged, this,
+                &ShellModel::totalUnreadCountChanged);
+    }
+    Q_EMIT controllerChanged();
+    Q_EMIT connectionChanged();
+    Q_EMIT connectionErrorChanged();
+    Q_EMIT pillChanged();
+    Q_EMIT selectionChanged();
+    Q_EMIT totalUnreadCountChanged();
+}
+
+QString ShellModel::transportStateName() const {
+    if (!m_controller)
+        return {};
+    return QString::fromLatin1(
+        QMetaEnum::fromType<TransportState>().valueToKey(int(m_controller->transportState())));
+}
+
+bool ShellModel::connected() const {
+    return m_controller && m_controller->transportState() == TransportState::connected;
+}
+
+bool ShellModel::scanning() const {
+    return m_controller && m_controller->transportState() == TransportState::scanning;
+}
+
+QString ShellModel::statusText() const {
+    return m_controller ? qtTrId(ViewLogic::connectionStatusKey(m_controller->transportState()))
+                        : QString();
+}
+
+bool ShellModel::canScan() const {
+    return m_controller && ViewLogic::scanButtonEnabled(m_controller->transportState());
+}
+
+bool ShellModel::showStop() const {
+    return m_controller && ViewLogic::scanButtonStops(m_controller->transportState());
+}
+
+QString ShellModel::connectionError() const {
+    return m_controller && !m_errorDismissed ? m_controller->connectionError() : QString();
+}
+
+bool ShellModel::syncing() const {
+    return m_controller && m_controller->isSyncing();
+}
+
+QString ShellModel::pillTitle() const {
+    return ViewLogic::pillTitle(m_controller ? m_controller->selfInfo() : std::nullopt);
+}
+
+QString ShellModel::pillSecondLine() const {
+    if (!m_controller)
+        return {};
+    const auto line = ViewLogic::pillSecondLine(m_controller->isSyncing(), m_controller->battery());
+    return line ? line->text() : QString();
+}
+
+QString ShellModel::pillDotTint() const {
+    return Look::tintName(ViewLogic::pillDotTint(m_controller ? m_controller->transportState()
+                                                              : TransportState::disconnected));
+}
+
+QString ShellModel::selectedConversationKey() const {
+    if (!m_controller || !m_controller->selectedConversation())
+        return {};
+    return m_controller->selectedConversation()->conversationKey();
+}
+
+QString ShellModel::currentChatContactKey() const {
+    if (!m_controller)
+        return {};
+    const auto& selected = m_controller->selectedConversation();
+    if (!selected || !selected->isContact() || !m_controller->contactForKey(selected->contactKey()))
+        return {};
+    return selected->contactKey();
+}
+
+qint64 ShellModel::totalUnreadCount() const {
+    return m_controller ? m_controller->totalUnreadCount() : 0;
+}
+
+void ShellModel::select(const QString& conversationKey) {
+    if (!m_controller)
+        return;
+    const auto target = conversationFromKey(conversationKey);
+    m_controller->setSelectedConversation(target);
+    if (target)
+        m_controller->markConversationRead(*target);
+}
+
+void ShellModel::startScan() {
+    if (m_controller)
+        m_controller->startScan();
+}
+
+void ShellModel::stopScan() {
+    if (m_controller)
+        m_controller->stopScan();
+}
+
+bool ShellModel::scanIfIdle() {
+    if (!m_controller || !ViewLogic::shouldStartScan(m_controller->transportState(),
+                                                     m_controller->discoveredDevices().size()))
+        return false;
+    m_controller->startScan();
+    return true;
+}
+
+void ShellModel::dismissConnectionError() {
+    if (m_errorDismissed || connectionError().isEmpty())
+        return;
+    m_errorDismissed = true;
+    Q_EMIT connectionErrorChanged();
+}
+
+void ShellModel::disconnectFromDevice() {
+    if (m_controller)
+        m_controller->disconnectFromDevice();
+}
+
+bool ShellModel::hasContact(const QString& publicKey) const {
+    return m_controller && m_controller->contactForKey(publicKey).has_value();
+}
+
+QString ShellModel::contactTitle(const QString& publicKey) const {
+    if (!m_controller)
+        return {};
+    const auto contact = m_controller->contactForKey(publicKey);
+    return contact ? ViewLogic::contactTitle(*contact) : QString();
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "controller/mesh_controller.h"
+
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QString>
+#include <memory>
+
+// Loads the chat view of the QML module into a window of its own.
+inline std::unique_ptr<QQuickView>
+loadChatView(MeshController* controller, const QString& conversationKey, QSize size = {720, 640}) {
+    auto view = std::make_unique<QQuickView>();
+    view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    view->setInitialProperties({{QStringLiteral("controller"), QVariant::fromValue(controller)},
+                                {QStringLiteral("conversationKey"), conversationKey}});
+    view->setResizeMode(QQuickView::SizeRootObjectToView);
+    view->resize(size);
+    view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/ChatView.qml")));
+    return view;
+}
+
+template <typename T = QQuickItem>
+T* findItem(QQuickView& view, const char* objectName) {
+    return view.rootObject() ? view.rootObject()->findChild<T*>(QString::fromLatin1(objectName))
+                             : nullptr;
+}

@@ -1,0 +1,108 @@
+#include "chat_rig.h"
+#include "quick_chat.h"
+#include "translations.h"
+
+#include <QGuiApplication>
+#include <QQuickStyle>
+#include <QSignalSpy>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(TalvennePlugin)
+
+using namespace std::chrono_literals;
+using Direction = ChatMessage::Direction;
+
+namespace {
+
+const QString ainoKey = QString(64, QLatin1Char('a'));
+const QString ainoConversation = QStringLiteral("contact:") + ainoKey;
+
+} // namespace
+
+class TestChatViewQml : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        QVERIFY(installTranslations(*QCoreApplication::instance()));
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    }
+
+    void showsTheConversation() {
+        ChatRig rig;
+        rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
+        QVERIFY(rig.connect());
+        const ConversationID target = ConversationID::contact(ainoKey);
+        for (int i = 0; i < 3; ++i)
+            rig.controller->appendMessage(chatMessage(Direction::incoming,
+                                                      QStringLiteral("hello %1").arg(i),
+                                                      rig.clock.now()),
+                                          target);
+        QCOMPARE(rig.controller->conversations().value(ainoConversation).unreadCount, 3);
+
+        auto view = loadChatView(rig.controller.get(), ainoConversation);
+        QVERIFY2(view->errors().isEmpty(), qPrintable(view->errors().value(0).toString()));
+        QVERIFY(view->rootObject());
+
+        auto* title = findItem(*view, "chatTitle");
+        QVERIFY(title);
+        QCOMPARE(title->property("text").toString(), QStringLiteral("Aino Virtanen"));
+        auto* list = findItem(*view, "messageList");
+        QVERIFY(list);
+        QCOMPARE(list->property("count").toInt(), 3);
+        QVERIFY(!findItem(*view, "emptyState")->isVisible());
+        // Showing the chat reads it.
+        QCOMPARE(rig.controller->conversations().value(ainoConversation).unreadCount, 0);
+
+        auto* field = findItem(*view, "composerText");
+        auto* counter = findItem(*view, "composerCounter");
+        auto* send = findItem(*view, "sendButton");
+        QVERIFY(field && counter && send);
+        QCOMPARE(counter->property("text").toString(), QStringLiteral("0/139"));
+        QVERIFY(!send->isEnabled());
+
+        field->setProperty("text", QString(200, QLatin1Char('z')));
+        QCOMPARE(field->property("text").toString().size(), 139);
+        QCOMPARE(counter->property("text").toString(), QStringLiteral("139/139"));
+
+        field->setProperty("text", QStringLiteral("hello"));
+        QCOMPARE(counter->property("text").toString(), QStringLiteral("5/139"));
+        QVERIFY(send->isEnabled());
+        QVERIFY(QMetaObject::invokeMethod(send, "clicked"));
+        QCOMPARE(list->property("count").toInt(), 4);
+        QCOMPARE(field->property("text").toString(), QString());
+
+        // Without the radio nothing can be sent, and the draft stays.
+        field->setProperty("text", QStringLiteral("later"));
+        rig.radio.dropLink();
+        rig.clock.settle();
+        QVERIFY(!send->isEnabled());
+        QVERIFY(QMetaObject::invokeMethod(send, "clicked"));
+        QCOMPARE(list->property("count").toInt(), 4);
+        QCOMPARE(field->property("text").toString(), QStringLiteral("later"));
+    }
+
+    void switchingConversationFollowsTheKey() {
+        ChatRig rig;
+        QVERIFY(rig.connect());
+        rig.controller->appendMessage(
+            chatMessage(Direction::incoming, QStringLiteral("Ann: hi"), rig.clock.now()),
+            ConversationID::channel(0));
+        auto view = loadChatView(rig.controller.get(), QStringLiteral("channel:3"));
+        QVERIFY(view->rootObject());
+        auto* list = findItem(*view, "messageList");
+        QCOMPARE(list->property("count").toInt(), 0);
+        QVERIFY(findItem(*view, "emptyState")->property("visible").toBool());
+
+        view->rootObject()->setProperty("conversationKey", QStringLiteral("channel:0"));
+        QCOMPARE(list->property("count").toInt(), 1);
+        QCOMPARE(findItem(*view, "chatTitle")->property("text").toString(),
+                 QStringLiteral("Public"));
+        QCOMPARE(rig.controller->conversations().value(QStringLiteral("channel:0")).unreadCount, 0);
+        QVERIFY(!findItem(*view, "verificationButton")->isVisible());
+    }
+};
+
+QTEST_MAIN(TestChatViewQml)
+#include "test_chat_view_qml.moc"

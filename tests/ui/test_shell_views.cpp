@@ -1,0 +1,148 @@
+#include "shell_rig.h"
+#include "translations.h"
+
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+#include <qcoro/qcoroqml.h>
+
+Q_IMPORT_QML_PLUGIN(TalvennePlugin)
+
+using namespace std::chrono_literals;
+
+// The whole window (Main.qml) over the simulated radio: what the connection
+// screen and the main view show, found by object name.
+class TestShellViews : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<ShellRig> m_rig;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+
+    QObject* root() const { return m_engine->rootObjects().value(0); }
+    template <typename T = QObject>
+    T* find(const char* name) const {
+        return root() ? root()->findChild<T*>(QLatin1String(name)) : nullptr;
+    }
+    bool shows(const char* name) const {
+        auto* item = find<QQuickItem>(name);
+        return item && item->isVisible();
+    }
+    // Moves virtual time and lets Qt Quick catch up (fades, bindings).
+    void advance(std::chrono::milliseconds duration) {
+        m_rig->clock.advance(duration);
+        QTest::qWait(20);
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        TestSupport::isolateFromUserFiles();
+        QCoro::Qml::registerTypes();
+        installTranslations(*QCoreApplication::instance());
+    }
+
+    void init() {
+        m_rig = std::make_unique<ShellRig>();
+        m_engine = std::make_unique<QQmlApplicationEngine>();
+        m_engine->setInitialProperties(
+            {{QStringLiteral("controller"), QVariant::fromValue(m_rig->controller.get())}});
+        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+        QVERIFY(root());
+    }
+
+    void cleanup() {
+        m_engine.reset();
+        m_rig.reset();
+    }
+
+    void windowHasTitleAndMinimumSize() {
+        auto* window = qobject_cast<QQuickWindow*>(root());
+        QVERIFY(window);
+        QCOMPARE(window->title(), QStringLiteral("Talvenne"));
+        QCOMPARE(window->minimumSize(), QSize(900, 600));
+    }
+
+    void connectionScreenScansByItselfAndListsTheRadio() {
+        QVERIFY(shows("connectionView"));
+        QCOMPARE(find("connectionTitle")->property("text").toString(), qtTrId("connection.title"));
+        // Opening the screen with the adapter ready and no radio started a scan.
+        QCOMPARE(m_rig->controller->transportState(), TransportState::scanning);
+        QVERIFY(shows("scanSpinner"));
+        QCOMPARE(find("connectionStatus")->property("text").toString(),
+                 qtTrId("connection.empty.scanning"));
+        QCOMPARE(find("scanButton")->property("text").toString(), qtTrId("connection.button.stop"));
+
+        advance(500ms);
+        QTRY_COMPARE(find("deviceList")->property("count").toInt(), 1);
+        QVERIFY(!shows("emptyDevices"));
+        QVERIFY(shows("deviceList"));
+        QQuickItem* row = nullptr;
+        QMetaObject::invokeMethod(find("deviceList"), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row),
+                                  Q_ARG(int, 0));
+        QVERIFY(row);
+        auto* name = row->findChild<QObject*>(QStringLiteral("deviceName"));
+        QVERIFY(name);
+        QCOMPARE(name->property("text").toString(), SimulatedRadio::deviceName);
+    }
+
+    void stopReturnsToScanButton() {
+        advance(500ms);
+        QMetaObject::invokeMethod(find("scanButton"), "clicked");
+        QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
+        QCOMPARE(find("scanButton")->property("text").toString(), qtTrId("connection.button.scan"));
+        QVERIFY(!shows("scanSpinner"));
+    }
+
+    void connectingShowsTheMainViewAndLosingTheLinkReturns() {
+        QVERIFY(m_rig->connect());
+        QTest::qWait(400); // the fade
+        QTRY_VERIFY(shows("mainView"));
+        QTRY_VERIFY(!find("connectionView"));
+        QCOMPARE(find("pillTitle")->property("text").toString(), m_rig->radio.selfInfo().name);
+        // Public channel and the four chat-capable contacts.
+        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
+        QVERIFY(shows("conversationEmptyDetail"));
+        QCOMPARE(find("conversationEmptyDetail")->property("title").toString(),
+                 qtTrId("main.empty.conversation.title"));
+        QVERIFY(!shows("sidebarEmptyState"));
+        QVERIFY(!shows("conversationInfoButton"));
+
+        m_rig->radio.dropLink();
+        QTest::qWait(400);
+        QTRY_VERIFY(shows("connectionView"));
+        QTRY_VERIFY(!find("mainView"));
+    }
+
+    void selectionShowsInfoButtonOnlyForContacts() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
+        m_rig->controller->setSelectedConversation(ConversationID::contact(aino->publicKey));
+        QTRY_VERIFY(shows("conversationInfoButton"));
+        QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 1);
+        m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+        QTRY_VERIFY(!shows("conversationInfoButton"));
+        QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 0);
+    }
+
+    void nodesModeListsNodesAndSearches() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
+        QTRY_VERIFY(find("nodeList"));
+        QCOMPARE(find("nodeList")->property("count").toInt(), 4);
+        QCOMPARE(find("sidebarSearch")->property("placeholderText").toString(),
+                 qtTrId("sidebar.search.nodes"));
+        find("sidebarSearch")->setProperty("text", QStringLiteral("zzzz"));
+        QTRY_COMPARE(find("nodeList")->property("count").toInt(), 0);
+        QVERIFY(shows("sidebarEmptyState"));
+        QCOMPARE(find("sidebarEmptyState")->property("title").toString(),
+                 qtTrId("sidebar.empty.nodes.title"));
+        QCOMPARE(find("nodeEmptyDetail")->property("title").toString(),
+                 qtTrId("main.empty.node.title"));
+    }
+};
+
+QTEST_MAIN(TestShellViews)
+#include "test_shell_views.moc"
