@@ -3,6 +3,7 @@ BUILD_DIR ?= build
 SANITIZE_DIR ?= build-sanitize
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
+RUN_ARGS ?= --demo
 
 .PHONY: deps build run test sanitize format lint clean
 
