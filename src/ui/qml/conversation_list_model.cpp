@@ -7,50 +7,29 @@
 using SidebarRows::ConversationEntry;
 
 ConversationListModel::ConversationListModel(QObject* parent)
-    : SyncedListModel(parent)
-    , m_now(QDateTime::currentDateTimeUtc()) {
-    connect(this, &QAbstractItemModel::rowsInserted, this, &ConversationListModel::countChanged);
-    connect(this, &QAbstractItemModel::rowsRemoved, this, &ConversationListModel::countChanged);
-    connect(this, &QAbstractItemModel::modelReset, this, &ConversationListModel::countChanged);
-}
+    : SidebarRowsModel(parent)
+    , m_now(QDateTime::currentDateTimeUtc()) {}
 
-void ConversationListModel::setController(MeshController* controller) {
-    if (m_controller == controller)
-        return;
-    if (m_controller)
-        m_controller->disconnect(this);
-    m_controller = controller;
-    if (controller) {
-        // Row-level changes are diffed into row signals; only the controller's
-        // own resets reset the model.
-        const auto sync = [this] { update(); };
-        connect(controller, &MeshController::contactInserted, this, sync);
-        connect(controller, &MeshController::contactChanged, this, sync);
-        connect(controller, &MeshController::contactRemoved, this, sync);
-        connect(controller, &MeshController::channelInserted, this, sync);
-        connect(controller, &MeshController::channelChanged, this, sync);
-        connect(controller, &MeshController::channelRemoved, this, sync);
-        connect(controller, &MeshController::conversationAdded, this, sync);
-        connect(controller, &MeshController::conversationRemoved, this, sync);
-        connect(controller, &MeshController::conversationChanged, this, sync);
-        connect(controller, &MeshController::messageAppended, this, sync);
-        connect(controller, &MeshController::messageChanged, this, sync);
-        connect(controller, &MeshController::favoritesChanged, this, sync);
-        const auto reset = [this] { rebuild(); };
-        connect(controller, &MeshController::contactsReset, this, reset);
-        connect(controller, &MeshController::channelsReset, this, reset);
-        connect(controller, &MeshController::conversationsReset, this, reset);
-    }
-    rebuild();
-    Q_EMIT controllerChanged();
-}
-
-void ConversationListModel::setSearch(const QString& search) {
-    if (m_search == search)
-        return;
-    m_search = search;
-    update();
-    Q_EMIT searchChanged();
+void ConversationListModel::attach(MeshController* controller) {
+    // Row-level changes are diffed into row signals; only the controller's
+    // own resets reset the model.
+    const auto sync = [this] { update(); };
+    connect(controller, &MeshController::contactInserted, this, sync);
+    connect(controller, &MeshController::contactChanged, this, sync);
+    connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::channelInserted, this, sync);
+    connect(controller, &MeshController::channelChanged, this, sync);
+    connect(controller, &MeshController::channelRemoved, this, sync);
+    connect(controller, &MeshController::conversationAdded, this, sync);
+    connect(controller, &MeshController::conversationRemoved, this, sync);
+    connect(controller, &MeshController::conversationChanged, this, sync);
+    connect(controller, &MeshController::messageAppended, this, sync);
+    connect(controller, &MeshController::messageChanged, this, sync);
+    connect(controller, &MeshController::favoritesChanged, this, sync);
+    const auto reset = [this] { rebuild(); };
+    connect(controller, &MeshController::contactsReset, this, reset);
+    connect(controller, &MeshController::channelsReset, this, reset);
+    connect(controller, &MeshController::conversationsReset, this, reset);
 }
 
 void ConversationListModel::setNow(const QDateTime& now) {
@@ -62,13 +41,13 @@ void ConversationListModel::setNow(const QDateTime& now) {
 }
 
 QList<ConversationEntry> ConversationListModel::computeRows() {
-    if (!m_controller) {
+    if (!controller()) {
         setShowEmptyState(false);
         return {};
     }
     const ViewLogic::MessagesList list =
-        ViewLogic::messagesList(m_controller->channels(), m_controller->contacts(),
-                                m_controller->conversations(), m_controller->favorites(), m_search);
+        ViewLogic::messagesList(controller()->channels(), controller()->contacts(),
+                                controller()->conversations(), controller()->favorites(), search());
     setShowEmptyState(list.showEmptyState);
     QList<ConversationEntry> entries;
     const QString channels = qtTrId("sidebar.section.channels");
@@ -78,21 +57,6 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
     for (const auto& row : list.contacts)
         entries.append({row.id.conversationKey(), contacts, row});
     return entries;
-}
-
-void ConversationListModel::update() {
-    syncRows(computeRows());
-}
-
-void ConversationListModel::rebuild() {
-    resetRows(computeRows());
-}
-
-void ConversationListModel::setShowEmptyState(bool show) {
-    if (m_showEmptyState == show)
-        return;
-    m_showEmptyState = show;
-    Q_EMIT showEmptyStateChanged();
 }
 
 QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
@@ -147,16 +111,4 @@ QHash<int, QByteArray> ConversationListModel::roleNames() const {
         {SymbolRole, "symbol"},
         {IsFavoriteRole, "isFavorite"},
     };
-}
-
-int ConversationListModel::rowOfKey(const QString& key) const {
-    for (int i = 0; i < int(rows().size()); ++i) {
-        if (rows().at(i).key == key)
-            return i;
-    }
-    return -1;
-}
-
-QString ConversationListModel::keyAt(int row) const {
-    return row >= 0 && row < int(rows().size()) ? rows().at(row).key : QString();
 }

@@ -9,46 +9,24 @@
 using SidebarRows::NodeEntry;
 
 NodeListModel::NodeListModel(QObject* parent)
-    : SyncedListModel(parent) {
-    connect(this, &QAbstractItemModel::rowsInserted, this, &NodeListModel::countChanged);
-    connect(this, &QAbstractItemModel::rowsRemoved, this, &NodeListModel::countChanged);
-    connect(this, &QAbstractItemModel::modelReset, this, &NodeListModel::countChanged);
-}
+    : SidebarRowsModel(parent) {}
 
-void NodeListModel::setController(MeshController* controller) {
-    if (m_controller == controller)
-        return;
-    if (m_controller)
-        m_controller->disconnect(this);
-    m_controller = controller;
-    if (controller) {
-        const auto sync = [this] { syncRows(computeRows()); };
-        connect(controller, &MeshController::contactInserted, this, sync);
-        connect(controller, &MeshController::contactChanged, this, sync);
-        connect(controller, &MeshController::contactRemoved, this, sync);
-        connect(controller, &MeshController::favoritesChanged, this, sync);
-        connect(controller, &MeshController::contactsReset, this,
-                [this] { resetRows(computeRows()); });
-    }
-    resetRows(computeRows());
-    Q_EMIT controllerChanged();
-}
-
-void NodeListModel::setSearch(const QString& search) {
-    if (m_search == search)
-        return;
-    m_search = search;
-    syncRows(computeRows());
-    Q_EMIT searchChanged();
+void NodeListModel::attach(MeshController* controller) {
+    const auto sync = [this] { update(); };
+    connect(controller, &MeshController::contactInserted, this, sync);
+    connect(controller, &MeshController::contactChanged, this, sync);
+    connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::favoritesChanged, this, sync);
+    connect(controller, &MeshController::contactsReset, this, [this] { rebuild(); });
 }
 
 QList<NodeEntry> NodeListModel::computeRows() {
-    if (!m_controller) {
+    if (!controller()) {
         setShowEmptyState(false);
         return {};
     }
     const ViewLogic::NodesList list =
-        ViewLogic::nodesList(m_controller->contacts(), m_controller->favorites(), m_search);
+        ViewLogic::nodesList(controller()->contacts(), controller()->favorites(), search());
     setShowEmptyState(list.showEmptyState);
     QList<NodeEntry> entries;
     const QString favorites = qtTrId("sidebar.section.favorites");
@@ -58,13 +36,6 @@ QList<NodeEntry> NodeListModel::computeRows() {
     for (const Contact& contact : list.others)
         entries.append({contact.publicKey, others, contact, false});
     return entries;
-}
-
-void NodeListModel::setShowEmptyState(bool show) {
-    if (m_showEmptyState == show)
-        return;
-    m_showEmptyState = show;
-    Q_EMIT showEmptyStateChanged();
 }
 
 QVariant NodeListModel::data(const QModelIndex& index, int role) const {
@@ -110,16 +81,4 @@ QHash<int, QByteArray> NodeListModel::roleNames() const {
         {HasLocationRole, "hasLocation"},
         {IsFavoriteRole, "isFavorite"},
     };
-}
-
-int NodeListModel::rowOfKey(const QString& key) const {
-    for (int i = 0; i < int(rows().size()); ++i) {
-        if (rows().at(i).key == key)
-            return i;
-    }
-    return -1;
-}
-
-QString NodeListModel::keyAt(int row) const {
-    return row >= 0 && row < int(rows().size()) ? rows().at(row).key : QString();
 }

@@ -9,11 +9,12 @@
 // moves, insertions and dataChanged for rows whose values differ. Views keep
 // their selection and scroll position, and a new message in one conversation
 // touches only that conversation's row. `Row` needs a `key` member that
-// identifies it and operator==.
-template <typename Row>
-class SyncedListModel : public QAbstractListModel {
+// identifies it and operator==. `Base` is QAbstractListModel or a class
+// derived from it.
+template <typename Base, typename Row>
+class SyncedListModel : public Base {
 public:
-    using QAbstractListModel::QAbstractListModel;
+    using Base::Base;
 
     int rowCount(const QModelIndex& parent = {}) const override {
         return parent.isValid() ? 0 : int(m_rows.size());
@@ -24,9 +25,9 @@ public:
 protected:
     // Replaces every row in one reset: for the controller's *Reset signals.
     void resetRows(QList<Row> next) {
-        beginResetModel();
+        this->beginResetModel();
         m_rows = std::move(next);
-        endResetModel();
+        this->endResetModel();
     }
 
     // Turns the present rows into `next` one change at a time.
@@ -36,9 +37,9 @@ protected:
             nextKeys.insert(row.key);
         for (int i = int(m_rows.size()) - 1; i >= 0; --i) {
             if (!nextKeys.contains(m_rows.at(i).key)) {
-                beginRemoveRows({}, i, i);
+                this->beginRemoveRows({}, i, i);
                 m_rows.removeAt(i);
-                endRemoveRows();
+                this->endRemoveRows();
             }
         }
         for (int i = 0; i < int(next.size()); ++i) {
@@ -52,19 +53,19 @@ protected:
                     }
                 }
                 if (from >= 0) {
-                    beginMoveRows({}, from, from, {}, i);
+                    this->beginMoveRows({}, from, from, {}, i);
                     m_rows.move(from, i);
-                    endMoveRows();
+                    this->endMoveRows();
                 } else {
-                    beginInsertRows({}, i, i);
+                    this->beginInsertRows({}, i, i);
                     m_rows.insert(i, wanted);
-                    endInsertRows();
+                    this->endInsertRows();
                     continue;
                 }
             }
             if (!(m_rows.at(i) == wanted)) {
                 m_rows[i] = wanted;
-                Q_EMIT dataChanged(index(i), index(i));
+                Q_EMIT this->dataChanged(this->index(i), this->index(i));
             }
         }
     }
@@ -73,7 +74,7 @@ protected:
     // relative time as the clock moves on).
     void rowsChangedForRoles(const QList<int>& roles) {
         if (!m_rows.isEmpty())
-            Q_EMIT dataChanged(index(0), index(int(m_rows.size()) - 1), roles);
+            Q_EMIT this->dataChanged(this->index(0), this->index(int(m_rows.size()) - 1), roles);
     }
 
 private:
