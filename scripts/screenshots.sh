@@ -12,6 +12,7 @@ out="$root/build/screenshots"
 
 cmake --build "$build" --target talvenne -j2
 mkdir -p "$out"
+rm -f "$out"/*.png
 export QT_QPA_PLATFORM=offscreen
 "$build/bin/talvenne" --screenshot-dir "$out" --screenshot-suffix -light
 "$build/bin/talvenne" --screenshot-dir "$out" --screenshot-suffix -dark --dark

@@ -6,8 +6,27 @@
 #include <QDir>
 #include <QImage>
 #include <QQmlApplicationEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTimer>
+#include <QUuid>
+
+namespace {
+
+const QString aino = QStringLiteral("Aino Virtanen");
+
+ChatMessage message(ChatMessage::Direction direction, const QString& text, const QDateTime& at,
+                    ChatMessage::DeliveryState state = ChatMessage::DeliveryState::delivered) {
+    ChatMessage m;
+    m.id = QUuid::createUuid();
+    m.direction = direction;
+    m.text = text;
+    m.timestamp = at;
+    m.deliveryState = state;
+    return m;
+}
+
+} // namespace
 
 ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller,
                                QString directory, QString suffix, QObject* parent)
@@ -16,55 +35,72 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
     , m_controller(controller)
     , m_directory(std::move(directory))
     , m_suffix(std::move(suffix)) {
-    const auto setMode = [this](const char* mode) {
-        if (QObject* main = find("mainView"))
-            main->setProperty("mode", QString::fromLatin1(mode));
-    };
-    const auto setSearch = [this](const QString& text) {
-        if (QObject* field = find("sidebarSearch"))
-            field->setProperty("text", text);
-    };
-    const auto contactNamed = [this](const QString& name) -> std::optional<Contact> {
-        for (const Contact& contact : m_controller->contacts()) {
-            if (contact.name == name)
-                return contact;
-        }
-        return std::nullopt;
-    };
+    m_scenes = scenes();
+}
 
-    m_steps = {
-        {[this] { m_controller->startScan(); }, 1500, QStringLiteral("connection")},
-        {[this] {
+// One row per picture, in the order a person would meet them. Scenes act on
+// the controller and on the views' own state, then wait for the demo radio
+// and for animations before the picture is taken.
+QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
+    return {
+        {QStringLiteral("connection"), 1500, [this] { m_controller->startScan(); }},
+        {QStringLiteral("main-empty"), 4000,
+         [this] {
              if (!m_controller->discoveredDevices().isEmpty())
                  m_controller->connectToDevice(m_controller->discoveredDevices().first());
-         },
-         4000, QStringLiteral("main-empty")},
-        {[this, contactNamed] {
-             if (const auto aino = contactNamed(QStringLiteral("Aino Virtanen"))) {
-                 const auto target = ConversationID::contact(aino->publicKey);
-                 m_controller->setSelectedConversation(target);
-                 m_controller->sendMessage(QStringLiteral("Hei! Are you on the hill today?"),
-                                           target);
-             }
-         },
-         5000, QStringLiteral("chat-direct")},
-        {[this] {
-             const auto target = ConversationID::channel(0);
-             m_controller->setSelectedConversation(target);
-             m_controller->sendMessage(QStringLiteral("Morning, mesh 👋"), target);
-         },
-         1500, QStringLiteral("chat-channel")},
-        {[setMode] { setMode("nodes"); }, 600, QStringLiteral("nodes-empty-detail")},
-        {[setSearch] { setSearch(QStringLiteral("zzzz")); }, 600,
-         QStringLiteral("nodes-search-empty")},
-        {[setSearch, setMode] {
-             setSearch({});
-             setMode("messages");
-         },
+         }},
+        {QStringLiteral("chat-direct"), 1200,
+         [this] {
+             const QString key = contactKeyNamed(aino);
+             fillDirectChat(key);
+             m_controller->setVerified(key);
+             m_controller->setSelectedConversation(ConversationID::contact(key));
+         }},
+        {QStringLiteral("chat-direct-report"), 900, [this] { openLastReportCard(); }},
+        {QStringLiteral("chat-channel"), 1200,
+         [this] {
+             fillChannelChat();
+             m_controller->setSelectedConversation(ConversationID::channel(0));
+         }},
+        {QStringLiteral("chat-empty"), 900,
+         [this] {
+             const QString key = contactKeyNamed(QStringLiteral("Jérôme Bélanger"));
+             m_controller->setSelectedConversation(ConversationID::contact(key));
+         }},
+        // A draft past the limit turns the counter red and disables sending.
+        {QStringLiteral("chat-empty-long-draft"), 500,
+         [this] {
+             if (QObject* composer = find("composerText"))
+                 composer->setProperty(
+                     "text", QString(150, QLatin1Char('m'))
+                                 .replace(QStringLiteral("mmmmm"), QStringLiteral("mmmm ")));
+         }},
+        {{},
+         100,
+         [this] {
+             if (QObject* composer = find("composerText"))
+                 composer->setProperty("text", QString());
+         }},
+        {QStringLiteral("nodes"), 800,
+         [this] {
+             setMain("mode", QStringLiteral("nodes"));
+             setMain("nodeSelection", contactKeyNamed(QStringLiteral("Ridge Repeater")));
+         }},
+        {QStringLiteral("nodes-search-empty"), 600,
+         [this] {
+             if (QObject* field = find("sidebarSearch"))
+                 field->setProperty("text", QStringLiteral("zzzz"));
+         }},
+        {{},
          200,
-         {}},
-        {[this] { m_controller->setSelectedConversation(std::nullopt); }, 600,
-         QStringLiteral("messages-no-selection")},
+         [this] {
+             if (QObject* field = find("sidebarSearch"))
+                 field->setProperty("text", QString());
+             setMain("mode", QStringLiteral("messages"));
+             setMain("nodeSelection", QString());
+         }},
+        {QStringLiteral("messages-no-selection"), 600,
+         [this] { m_controller->setSelectedConversation(std::nullopt); }},
     };
 }
 
@@ -83,6 +119,99 @@ QObject* ScreenshotTour::find(const char* objectName) const {
     return nullptr;
 }
 
+void ScreenshotTour::setMain(const char* property, const QVariant& value) {
+    if (QObject* main = find("mainView"))
+        main->setProperty(property, value);
+}
+
+QString ScreenshotTour::contactKeyNamed(const QString& name) const {
+    for (const Contact& contact : m_controller->contacts()) {
+        if (contact.name == name)
+            return contact.publicKey;
+    }
+    return {};
+}
+
+// A direct conversation that holds a message in every delivery state, with
+// links, a mention and signal figures on the incoming side.
+void ScreenshotTour::fillDirectChat(const QString& contactKey) {
+    using Direction = ChatMessage::Direction;
+    using State = ChatMessage::DeliveryState;
+    const ConversationID chat = ConversationID::contact(contactKey);
+    const QDateTime t = QDateTime::currentDateTimeUtc().addSecs(-3600);
+    const auto in = [&](const QString& text, int minutes, double snr) {
+        ChatMessage m = message(Direction::incoming, text, t.addSecs(60 * minutes));
+        m.snr = snr;
+        m_controller->appendMessage(m, chat);
+    };
+    const auto out = [&](const QString& text, int minutes, State state) {
+        ChatMessage m = message(Direction::outgoing, text, t.addSecs(60 * minutes), state);
+        if (state == State::sent)
+            m.estimatedTimeoutMillis = 4200;
+        if (state == State::delivered) {
+            m.hopCount = 2;
+            m.roundTripMillis = 1840;
+            m.snr = 7.25;
+        }
+        m_controller->appendMessage(m, chat);
+    };
+    in(QStringLiteral("Hei! Are you coming to the harbour tonight?"), 0, 8.5);
+    out(QStringLiteral("Yes, around six. I'll bring the spare antenna."), 2, State::delivered);
+    in(QStringLiteral("Great, @[Jérôme Bélanger] is coming too. Map: https://example.org/harbour"),
+       3, 2.25);
+    out(QStringLiteral("This one never made it"), 5, State::failed);
+    in(QStringLiteral("Signal is weak up here on the ridge…"), 7, -8.0);
+    out(QStringLiteral("Ping @Aino, still there?"), 9, State::sent);
+    out(QStringLiteral("Sending now"), 10, State::sending);
+    out(QStringLiteral("Photos: https://example.org/walk 📷"), 11, State::delivered);
+}
+
+// The public channel with named senders, links and mentions.
+void ScreenshotTour::fillChannelChat() {
+    using Direction = ChatMessage::Direction;
+    const ConversationID channel = ConversationID::channel(0);
+    const QDateTime t = QDateTime::currentDateTimeUtc().addSecs(-1800);
+    const char* const lines[] = {
+        "Alice: Morning all! Anyone near the ridge repeater?",
+        "Bob Tanaka: I'm 2 km east, @Alice — signal looks good",
+        "Élise: New firmware notes: https://example.org/notes",
+        "🦊 Kettu: @[Bob Tanaka] can you relay for me?",
+    };
+    int minute = 0;
+    for (const char* line : lines) {
+        ChatMessage m =
+            message(Direction::incoming, QString::fromUtf8(line), t.addSecs(60 * (minute += 3)));
+        m.snr = minute % 2 ? 6.0 : -1.5;
+        m_controller->appendMessage(m, channel);
+    }
+    m_controller->appendMessage(message(Direction::outgoing,
+                                        QStringLiteral("On my way with coffee ☕"),
+                                        t.addSecs(60 * (minute + 2))),
+                                channel);
+}
+
+// Unfolds the report card of the newest delivered message on screen.
+void ScreenshotTour::openLastReportCard() {
+    auto* window = m_engine->rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
+    if (!window)
+        return;
+    QQuickItem* last = nullptr;
+    // Delegates hang off the list's content item, not off their QObject parent.
+    std::function<void(QQuickItem*)> visit = [&](QQuickItem* item) {
+        if (item->property("messageId").isValid() && item->property("outgoing").toBool() &&
+            item->property("stateSymbol").toString() == QStringLiteral("checkmark.circle.fill") &&
+            (!last || item->property("index").toInt() > last->property("index").toInt()))
+            last = item;
+        for (QQuickItem* child : item->childItems())
+            visit(child);
+    };
+    visit(window->contentItem());
+    if (last)
+        last->setProperty("expanded", true);
+}
+
 void ScreenshotTour::grab(const QString& name) {
     if (m_engine->rootObjects().isEmpty())
         return;
@@ -94,15 +223,15 @@ void ScreenshotTour::grab(const QString& name) {
 }
 
 void ScreenshotTour::runNext() {
-    if (m_next >= m_steps.size()) {
+    if (m_next >= m_scenes.size()) {
         QCoreApplication::quit();
         return;
     }
-    const Step step = m_steps.at(m_next++);
-    step.action();
-    QTimer::singleShot(step.waitMillis, this, [this, step] {
-        if (!step.shot.isEmpty())
-            grab(step.shot);
+    const Scene scene = m_scenes.at(m_next++);
+    scene.action();
+    QTimer::singleShot(scene.waitMillis, this, [this, scene] {
+        if (!scene.shot.isEmpty())
+            grab(scene.shot);
         runNext();
     });
 }

@@ -7,11 +7,13 @@
 
 class MeshController;
 class QQmlApplicationEngine;
+class QQuickItem;
 
-// Walks the running application through a scripted list of states and saves
-// one image of the window per state: the connection screen, the main window
-// with a direct and a channel chat, empty states and the nodes list. Runs in
-// real time against the demo radio; quits the application when done.
+// Walks the running application through a table of scenes against the demo
+// radio and saves one image of the window per scene: the connection screen,
+// the empty main window, a direct chat with every delivery state and an open
+// report card, a channel chat, an empty chat, the nodes list and the panes
+// and sheets of the toolbar. Quits the application when done.
 class ScreenshotTour : public QObject {
     Q_OBJECT
 public:
@@ -21,20 +23,26 @@ public:
     void start();
 
 private:
-    struct Step {
-        std::function<void()> action;
-        int waitMillis = 0;
+    struct Scene {
         QString shot; // empty: no image after this step
+        int waitMillis = 0;
+        std::function<void()> action;
     };
 
+    QList<Scene> scenes();
     void runNext();
     void grab(const QString& name);
     QObject* find(const char* objectName) const;
+    void setMain(const char* property, const QVariant& value);
+    QString contactKeyNamed(const QString& name) const;
+    void fillDirectChat(const QString& contactKey);
+    void fillChannelChat();
+    void openLastReportCard();
 
     QQmlApplicationEngine* m_engine;
     MeshController* m_controller;
     QString m_directory;
     QString m_suffix;
-    QList<Step> m_steps;
+    QList<Scene> m_scenes;
     int m_next = 0;
 };

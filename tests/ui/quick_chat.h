@@ -26,3 +26,16 @@ T* findItem(QQuickView& view, const char* objectName) {
     return view.rootObject() ? view.rootObject()->findChild<T*>(QString::fromLatin1(objectName))
                              : nullptr;
 }
+
+// Like findItem, but also walks visual children, where list delegates live.
+inline QQuickItem* findVisualItem(QQuickItem* item, const QString& objectName) {
+    if (!item)
+        return nullptr;
+    if (item->objectName() == objectName)
+        return item;
+    for (QQuickItem* child : item->childItems()) {
+        if (QQuickItem* found = findVisualItem(child, objectName))
+            return found;
+    }
+    return nullptr;
+}

@@ -2,6 +2,7 @@
 #include "quick_chat.h"
 #include "translations.h"
 
+#include <QClipboard>
 #include <QGuiApplication>
 #include <QQuickStyle>
 #include <QSignalSpy>
@@ -54,6 +55,17 @@ private Q_SLOTS:
         QVERIFY(!findItem(*view, "emptyState")->isVisible());
         // Showing the chat reads it.
         QCOMPARE(rig.controller->conversations().value(ainoConversation).unreadCount, 0);
+
+        // A bubble's text can be selected and copied as plain text.
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        auto* text = findVisualItem(view->rootObject(), QStringLiteral("messageText"));
+        QVERIFY(text);
+        QGuiApplication::clipboard()->clear();
+        QVERIFY(QMetaObject::invokeMethod(text, "selectAll"));
+        QVERIFY(QMetaObject::invokeMethod(text, "copy"));
+        QVERIFY2(QGuiApplication::clipboard()->text().startsWith(QStringLiteral("hello ")),
+                 qPrintable(QGuiApplication::clipboard()->text()));
 
         auto* field = findItem(*view, "composerText");
         auto* counter = findItem(*view, "composerCounter");

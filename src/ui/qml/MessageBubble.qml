@@ -103,17 +103,26 @@ Item {
                     font.weight: Font.DemiBold
                 }
 
-                Text {
+                // Read-only rich text: the user can select and copy with
+                // Ctrl+C, and links still open with a click.
+                TextEdit {
                     id: body
                     objectName: "messageText"
                     Layout.fillWidth: true
                     Layout.maximumWidth: bubbleRow.maxColumnWidth - 26
                     text: bubbleRow.richText
-                    textFormat: Text.RichText
-                    wrapMode: Text.Wrap
+                    textFormat: TextEdit.RichText
+                    wrapMode: TextEdit.Wrap
+                    readOnly: true
+                    selectByMouse: true
+                    persistentSelection: false
+                    activeFocusOnPress: true
                     color: bubbleRow.outgoing ? "white" : Theme.primaryText
+                    selectionColor: bubbleRow.outgoing ? Qt.rgba(1, 1, 1, 0.35) : Theme.accent
+                    selectedTextColor: "white"
                     font.pixelSize: Theme.bodySize
                     onLinkActivated: link => Qt.openUrlExternally(link)
+                    onActiveFocusChanged: if (!activeFocus) deselect()
 
                     HoverHandler {
                         cursorShape: body.hoveredLink.length > 0 ? Qt.PointingHandCursor
@@ -198,18 +207,20 @@ Item {
             }
         }
 
+        // Unfolds and folds by growing and shrinking its height, so the rows
+        // below move smoothly instead of jumping.
         DeliveryReportCard {
             id: card
             objectName: "reportCard"
             Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
-            lines: bubbleRow.expanded ? bubbleRow.reportLines : []
-            visible: bubbleRow.expanded
-            opacity: bubbleRow.expanded ? 1 : 0
-            transform: Translate {
-                id: slide
-                y: bubbleRow.expanded ? 0 : -8
-                Behavior on y { NumberAnimation { duration: 220; easing.type: Easing.OutBack; easing.overshoot: 0.6 } }
+            Layout.preferredHeight: bubbleRow.expanded ? implicitHeight : 0
+            Behavior on Layout.preferredHeight {
+                NumberAnimation { duration: 220; easing.type: Easing.OutCubic }
             }
+            clip: true
+            lines: bubbleRow.expanded || visible ? bubbleRow.reportLines : []
+            visible: Layout.preferredHeight > 0
+            opacity: bubbleRow.expanded ? 1 : 0
             Behavior on opacity { NumberAnimation { duration: 180 } }
         }
     }
