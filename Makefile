@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 RUN_ARGS ?= --demo
 
-.PHONY: deps build run test sanitize format lint clean
+.PHONY: deps build run test soak sanitize fuzz format lint clean
 
 deps:
 	@scripts/install-deps.sh
@@ -19,14 +19,37 @@ build: deps $(BUILD_DIR)/CMakeCache.txt
 run: build
 	$(BUILD_DIR)/bin/talvenne $(RUN_ARGS)
 
+# The long fault soaks (label "soak") run only with make soak.
 test: build
-	ctest --test-dir $(BUILD_DIR) --output-on-failure -j$(JOBS)
+	ctest --test-dir $(BUILD_DIR) --output-on-failure -j$(JOBS) -LE soak
+
+soak: build
+	ctest --test-dir $(BUILD_DIR) --output-on-failure -L soak --verbose
 
 sanitize: deps
 	cmake -S . -B $(SANITIZE_DIR) -DCMAKE_BUILD_TYPE=Debug -DTALVENNE_SANITIZE=ON
 	cmake --build $(SANITIZE_DIR) -j$(JOBS)
 	ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp UBSAN_OPTIONS=print_stacktrace=1 \
-		ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j$(JOBS)
+		ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j$(JOBS) -LE soak
+
+# Each fuzz target runs FUZZ_SECONDS on top of the committed corpus; what it
+# learns stays in $(FUZZ_DIR)/work, crashes land in $(FUZZ_DIR) as crash-*.
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS = frame_decoder history_loader
+fuzz:
+	@scripts/install-deps.sh fuzz
+	CC=clang CXX=clang++ cmake -S fuzz -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(FUZZ_DIR) -j$(JOBS)
+	set -e; for t in $(FUZZ_TARGETS); do \
+		mkdir -p $(FUZZ_DIR)/work/$$t; \
+		echo "== fuzz_$$t for $(FUZZ_SECONDS) s"; \
+		log=$(FUZZ_DIR)/fuzz_$$t.log; \
+		$(FUZZ_DIR)/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+			-artifact_prefix=$(FUZZ_DIR)/ $(FUZZ_DIR)/work/$$t fuzz/corpus/$$t > $$log 2>&1 \
+			|| { tail -n 60 $$log; exit 1; }; \
+		grep -E '^(Done|stat::number_of_executed_units|stat::average_exec_per_sec|stat::peak_rss_mb)' $$log; \
+	done
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

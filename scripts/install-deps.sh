@@ -3,6 +3,9 @@
 # Packages already present are skipped, so a second run costs a dpkg query.
 set -euo pipefail
 
+# Optional groups on top of what building and testing need:
+#   install-deps.sh fuzz    clang and libFuzzer, for make fuzz
+#   install-deps.sh bench   Google Benchmark, for make bench
 packages=(
   build-essential cmake make g++ pkg-config git clang-format
   qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-declarative-dev-tools
@@ -15,6 +18,13 @@ packages=(
   qml6-module-qt-labs-platform qml6-module-qttest qml6-module-qt5compat-graphicaleffects
   dbus dbus-x11 xvfb xauth fonts-noto-color-emoji fonts-dejavu-core
 )
+for group in "$@"; do
+  case "$group" in
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    bench) packages+=(libbenchmark-dev python3) ;;
+    *) echo "install-deps.sh: unknown group: $group" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${packages[@]}"; do

@@ -98,6 +98,9 @@ public:
     const QList<DiscoveredDevice>& discoveredDevices() const { return m_discoveredDevices; }
     // Empty when there is none.
     const QString& connectionError() const { return m_connectionError; }
+    // Requests written to the radio and still waiting for their answer; each
+    // ends by its timeout at the latest.
+    int pendingRequestCount() const { return int(m_pending.size()); }
     bool isSyncing() const { return m_isSyncing; }
     const std::optional<SelfInfo>& selfInfo() const { return m_selfInfo; }
     const std::optional<DeviceInfo>& deviceInfo() const { return m_deviceInfo; }
