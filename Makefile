@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 RUN_ARGS ?= --demo
 
-.PHONY: deps build run test soak sanitize fuzz format lint clean
+.PHONY: deps build run test soak bench sanitize fuzz format lint clean
 
 deps:
 	@scripts/install-deps.sh
@@ -31,6 +31,14 @@ sanitize: deps
 	cmake --build $(SANITIZE_DIR) -j$(JOBS)
 	ASAN_OPTIONS=detect_leaks=1 LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp UBSAN_OPTIONS=print_stacktrace=1 \
 		ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j$(JOBS) -LE soak
+
+# The performance table of the README, from an optimised build of its own.
+BENCH_DIR ?= build-bench
+bench:
+	@scripts/install-deps.sh bench
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DTALVENNE_BENCH=ON
+	cmake --build $(BENCH_DIR) -j$(JOBS) --target talvenne-bench
+	$(BENCH_DIR)/bin/talvenne-bench
 
 # Each fuzz target runs FUZZ_SECONDS on top of the committed corpus; what it
 # learns stays in $(FUZZ_DIR)/work, crashes land in $(FUZZ_DIR) as crash-*.

@@ -5,7 +5,7 @@ set -euo pipefail
 
 # Optional groups on top of what building and testing need:
 #   install-deps.sh fuzz    clang and libFuzzer, for make fuzz
-#   install-deps.sh bench   Google Benchmark, for make bench
+#   install-deps.sh bench   python3, whose json module make bench compares with
 packages=(
   build-essential cmake make g++ pkg-config git clang-format
   qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-declarative-dev-tools
@@ -21,7 +21,7 @@ packages=(
 for group in "$@"; do
   case "$group" in
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
-    bench) packages+=(libbenchmark-dev python3) ;;
+    bench) packages+=(python3) ;;
     *) echo "install-deps.sh: unknown group: $group" >&2; exit 2 ;;
   esac
 done

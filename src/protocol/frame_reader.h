@@ -14,9 +14,10 @@ namespace MeshProtocol {
 // arrives.
 class FrameReader {
 public:
-    // The cursor starts after the code byte.
+    // The cursor starts after the code byte. The reader only looks at
+    // `frame`, which must outlive it; what it returns owns its bytes.
     explicit FrameReader(QByteArrayView frame)
-        : m_frame(frame.toByteArray())
+        : m_frame(frame)
         , m_position(m_frame.isEmpty() ? 0 : 1) {}
 
     qsizetype remaining() const { return m_frame.size() - m_position; }
@@ -43,30 +44,31 @@ public:
     }
     std::int32_t i32() { return static_cast<std::int32_t>(u32()); }
 
-    QByteArray bytes(qsizetype count) {
+    QByteArrayView view(qsizetype count) {
         const qsizetype taken = qBound<qsizetype>(0, count, remaining());
-        QByteArray result = m_frame.mid(m_position, taken);
+        const QByteArrayView result = m_frame.sliced(m_position, taken);
         m_position += taken;
         return result;
     }
+    QByteArray bytes(qsizetype count) { return view(count).toByteArray(); }
     QByteArray rest() { return bytes(remaining()); }
     void skip(qsizetype count) { m_position += qBound<qsizetype>(0, count, remaining()); }
 
     QString fixedText(qsizetype width) {
-        QByteArray field = bytes(width);
+        QByteArrayView field = view(width);
         const qsizetype zero = field.indexOf('\0');
         if (zero >= 0)
             field.truncate(zero);
         return QString::fromUtf8(field);
     }
-    QString tailText() { return QString::fromUtf8(rest()); }
+    QString tailText() { return QString::fromUtf8(view(remaining())); }
 
     QString hex(qsizetype count);
 
     QDateTime timestamp() { return QDateTime::fromSecsSinceEpoch(u32(), Qt::UTC); }
 
 private:
-    QByteArray m_frame;
+    QByteArrayView m_frame;
     qsizetype m_position;
 };
 

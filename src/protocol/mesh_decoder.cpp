@@ -4,7 +4,7 @@
 namespace MeshProtocol {
 
 QString FrameReader::hex(qsizetype count) {
-    return hexString(bytes(count));
+    return hexString(view(count));
 }
 
 namespace {
@@ -108,7 +108,7 @@ Channel readChannel(FrameReader& reader) {
     Channel channel;
     channel.index = reader.byte();
     channel.name = reader.fixedText(32);
-    channel.secretHex = hexString(reader.rest());
+    channel.secretHex = hexString(reader.view(reader.remaining()));
     return channel;
 }
 

@@ -193,7 +193,15 @@ QByteArray sendChannelText(std::uint8_t index, std::uint32_t secondsSince1970,
 }
 
 QString hexString(QByteArrayView bytes) {
-    return QString::fromLatin1(bytes.toByteArray().toHex());
+    static constexpr char16_t digits[] = u"0123456789abcdef";
+    QString text(bytes.size() * 2, Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(text.data());
+    for (const char byte : bytes) {
+        const auto value = std::uint8_t(byte);
+        *out++ = digits[value >> 4];
+        *out++ = digits[value & 0x0f];
+    }
+    return text;
 }
 
 namespace {

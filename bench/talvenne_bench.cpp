@@ -1,0 +1,420 @@
+// Prints the performance table: frame decoding, the history file against
+// python's json on the same file, the UI thread's share of a save, a drain of
+// 256 queued messages with a big history loaded, opening a long conversation
+// in the chat's list model, and resident memory with the big history.
+// Every figure is the median of several runs.
+//   talvenne-bench            the table
+//   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
+#include "controller/conversation_store.h"
+#include "controller/mesh_controller.h"
+#include "history_generator.h"
+#include "message_list_model.h"
+#include "protocol/mesh_protocol.h"
+#include "sim/radio_frames.h"
+#include "sim/simulated_radio.h"
+#include "time/clock.h"
+#include "translations.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSaveFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr int runs = 5;
+constexpr int historyMessages = 100'000;
+constexpr int historyConversations = 200;
+
+double median(QList<double> values) {
+    std::sort(values.begin(), values.end());
+    const qsizetype n = values.size();
+    return n % 2 ? values.at(n / 2) : (values.at(n / 2 - 1) + values.at(n / 2)) / 2;
+}
+
+double medianOf(const std::function<double()>& run, int count = runs) {
+    QList<double> values;
+    for (int i = 0; i < count; ++i)
+        values << run();
+    return median(values);
+}
+
+double millisSince(const QElapsedTimer& timer) {
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+struct Row {
+    QString figure;
+    QString value;
+    QString target;
+    std::optional<bool> holds;
+};
+
+void printTable(const QList<Row>& rows) {
+    std::printf("| figure | median of %d runs | target | holds |\n|---|---|---|---|\n", runs);
+    for (const Row& row : rows)
+        std::printf("| %s | %s | %s | %s |\n", qPrintable(row.figure), qPrintable(row.value),
+                    qPrintable(row.target), row.holds ? (*row.holds ? "yes" : "**no**") : "");
+    std::fflush(stdout);
+}
+
+// Runs the event loop until `done` or `seconds` pass; false on timeout.
+bool spinUntil(const std::function<bool()>& done, int seconds = 60) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > seconds * 1000)
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return true;
+}
+
+double residentMegabytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return -1;
+}
+
+// --- Frame decoding ------------------------------------------------------
+
+QList<QByteArray> frameMix() {
+    using namespace RadioFrames;
+    const QString key =
+        QStringLiteral("3f9a1c77be02a4c5d6e7f80112233445566778899aabbccddeeff00112233445");
+    const QDateTime at = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+    Contact contact;
+    contact.publicKey = key;
+    contact.type = MeshProtocol::AdvertType::chat;
+    contact.outPathLength = 2;
+    contact.name = QStringLiteral("Aino Virtanen");
+    contact.lastAdvert = at;
+    contact.lastModified = at;
+    // Roughly what a busy session brings: acknowledgements, messages,
+    // adverts, and the occasional contact or status answer.
+    return {
+        okFrame(),
+        sendConfirmedFrame(0xdeadbeef, 900),
+        messageSentFrame(0, 0x01020304, 4200),
+        contactMessageFrame(key, 1, 0, at, QStringLiteral("Hei! Are you on the hill today?"), 7.25),
+        channelMessageFrame(0, 2, 0, at, QStringLiteral("Bob: signal looks good"), 4.5),
+        messagesWaitingFrame(),
+        advertFrame(key),
+        pathUpdatedFrame(key),
+        contactFrame(contact),
+        batteryFrame(BatteryInfo{4012, 1024, 4096}),
+        noMoreMessagesFrame(),
+        errorFrame(MeshProtocol::DeviceError::notFound),
+    };
+}
+
+Row decodingRow() {
+    const QList<QByteArray> mix = frameMix();
+    constexpr int perRun = 2'000'000;
+    std::size_t sink = 0;
+    const double rate = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        for (int i = 0; i < perRun; ++i)
+            sink += MeshProtocol::decode(mix.at(i % mix.size())).index();
+        return perRun / (double(timer.nsecsElapsed()) / 1e9);
+    });
+    if (sink == 0)
+        std::printf("(no frames decoded)\n");
+    return {QStringLiteral("frame decoding, mix of %1 kinds").arg(mix.size()),
+            QStringLiteral("%1 M frames/s").arg(rate / 1e6, 0, 'f', 1), QStringLiteral("≥ 20 M/s"),
+            rate >= 20e6};
+}
+
+// --- History file ----------------------------------------------------------
+
+struct PythonTimes {
+    double loadMillis = -1;
+    double dumpMillis = -1;
+};
+
+PythonTimes pythonJson(const QString& path, const QString& scratch) {
+    const QString script = QStringLiteral(R"(
+import json, sys, time, statistics
+path, out, runs = sys.argv[1], sys.argv[2], int(sys.argv[3])
+loads, dumps = [], []
+for _ in range(runs):
+    t = time.perf_counter()
+    with open(path, 'rb') as f:
+        data = json.load(f)
+    loads.append(time.perf_counter() - t)
+    t = time.perf_counter()
+    with open(out, 'w', encoding='utf-8') as f:
+        json.dump(data, f, ensure_ascii=False, separators=(',', ':'))
+    dumps.append(time.perf_counter() - t)
+print(statistics.median(loads) * 1000, statistics.median(dumps) * 1000)
+)");
+    QProcess python;
+    python.start(QStringLiteral("python3"),
+                 {QStringLiteral("-c"), script, path, scratch, QString::number(runs)});
+    if (!python.waitForFinished(600'000) || python.exitCode() != 0)
+        return {};
+    const QList<QByteArray> parts = python.readAllStandardOutput().trimmed().split(' ');
+    if (parts.size() != 2)
+        return {};
+    return {parts.at(0).toDouble(), parts.at(1).toDouble()};
+}
+
+QList<Row> historyRows(const QString& path, const QList<Conversation>& history) {
+    QList<Row> rows;
+    const double saveMillis = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        QSaveFile file(path);
+        if (!file.open(QIODevice::WriteOnly))
+            return -1.0;
+        file.write(encodeConversations(history));
+        file.commit();
+        return millisSince(timer);
+    });
+    qint64 loadedMessages = 0;
+    const double loadMillis = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return -1.0;
+        const auto loaded = decodeConversations(file.readAll());
+        const double millis = millisSince(timer);
+        loadedMessages = 0;
+        for (const Conversation& conversation : loaded.value_or(QList<Conversation>()))
+            loadedMessages += conversation.messages.size();
+        return millis;
+    });
+    if (loadedMessages != historyMessages)
+        std::printf("warning: loaded %lld messages\n", loadedMessages);
+    const double megabytes = double(QFileInfo(path).size()) / (1024 * 1024);
+    const PythonTimes python = pythonJson(path, path + QStringLiteral(".python"));
+    const auto ratio = [](double ours, double theirs) {
+        return theirs > 0 ? QStringLiteral(" (× %1 of python)").arg(ours / theirs, 0, 'f', 2)
+                          : QStringLiteral(" (python not measured)");
+    };
+    rows << Row{
+        QStringLiteral("history load, 100,000 messages"),
+        QStringLiteral("%1 ms").arg(loadMillis, 0, 'f', 0) + ratio(loadMillis, python.loadMillis),
+        QStringLiteral("≤ python json.load"),
+        python.loadMillis > 0 ? std::optional(loadMillis <= python.loadMillis) : std::nullopt};
+    rows << Row{
+        QStringLiteral("history save (encode + atomic write)"),
+        QStringLiteral("%1 ms").arg(saveMillis, 0, 'f', 0) + ratio(saveMillis, python.dumpMillis),
+        QStringLiteral("≤ python json.dump"),
+        python.dumpMillis > 0 ? std::optional(saveMillis <= python.dumpMillis) : std::nullopt};
+    rows << Row{QStringLiteral("python json.load / json.dump, same file"),
+                QStringLiteral("%1 ms / %2 ms")
+                    .arg(python.loadMillis, 0, 'f', 0)
+                    .arg(python.dumpMillis, 0, 'f', 0),
+                {},
+                std::nullopt};
+    rows << Row{QStringLiteral("history file size"),
+                QStringLiteral("%1 MB").arg(megabytes, 0, 'f', 1),
+                {},
+                std::nullopt};
+
+    // What the UI thread pays per save: handing the snapshot to the writer.
+    ConversationStore store(path + QStringLiteral(".store"));
+    QList<double> handOver;
+    for (int i = 0; i < 21; ++i) {
+        QList<Conversation> snapshot = history;
+        QElapsedTimer timer;
+        timer.start();
+        store.save(std::move(snapshot));
+        handOver << millisSince(timer);
+    }
+    store.flush();
+    const double uiMillis = median(handOver);
+    rows << Row{QStringLiteral("UI thread per save, 100,000 messages"),
+                QStringLiteral("%1 µs (worst %2 µs)")
+                    .arg(uiMillis * 1000, 0, 'f', 1)
+                    .arg(*std::max_element(handOver.begin(), handOver.end()) * 1000, 0, 'f', 1),
+                QStringLiteral("≤ 2 ms"), uiMillis <= 2};
+    return rows;
+}
+
+// --- Drain ---------------------------------------------------------------
+
+struct DrainResult {
+    double totalMillis = -1;
+    double worstStallMillis = -1;
+};
+
+DrainResult drainOnce(const QString& historyPath, const QString& directory) {
+    SystemClock clock;
+    SimulatedRadio radio(&clock, 5);
+    radio.setLatency(0ms);
+    radio.setConnectDelay(0ms);
+    radio.populateDemoNeighbours();
+    QFile::remove(directory + QStringLiteral("/drain.json"));
+    QFile::copy(historyPath, directory + QStringLiteral("/drain.json"));
+    ConversationStore store(directory + QStringLiteral("/drain.json"));
+    QSettings settings(directory + QStringLiteral("/drain.ini"), QSettings::IniFormat);
+    MeshController controller(&radio, &clock, nullptr, &store, &settings);
+    controller.startScan();
+    if (!spinUntil([&] { return !controller.discoveredDevices().isEmpty(); }))
+        return {};
+    controller.connectToDevice(controller.discoveredDevices().first());
+    if (!spinUntil([&] {
+            return controller.transportState() == TransportState::connected &&
+                   !controller.isSyncing() && !controller.contacts().isEmpty();
+        }))
+        return {};
+    store.flush();
+
+    int appended = 0;
+    QObject::connect(&controller, &MeshController::messageAppended, [&] { ++appended; });
+    // The largest gap between two ticks of a 1 ms timer is the longest the
+    // UI thread was busy without a break.
+    QElapsedTimer sinceTick;
+    double worst = 0;
+    QTimer heartbeat;
+    heartbeat.setInterval(1);
+    heartbeat.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&heartbeat, &QTimer::timeout, [&] {
+        worst = std::max(worst, millisSince(sinceTick));
+        sinceTick.restart();
+    });
+    const QString sender = controller.contacts().first().publicKey;
+    const QDateTime at = QDateTime::currentDateTimeUtc();
+    QElapsedTimer total;
+    total.start();
+    for (int i = 0; i < 256; ++i)
+        radio.queueIncomingDirect(sender, QStringLiteral("queued message %1").arg(i),
+                                  at.addSecs(i));
+    sinceTick.start();
+    heartbeat.start();
+    worst = std::max(worst, millisSince(total)); // the queueing itself
+    if (!spinUntil([&] { return appended >= 256 && radio.queuedMessageCount() == 0; }))
+        return {};
+    const double totalMillis = millisSince(total);
+    heartbeat.stop();
+    store.flush();
+    return {totalMillis, worst};
+}
+
+QList<Row> drainRows(const QString& historyPath, const QString& directory) {
+    QList<double> totals;
+    QList<double> stalls;
+    for (int i = 0; i < runs; ++i) {
+        const DrainResult result = drainOnce(historyPath, directory);
+        totals << result.totalMillis;
+        stalls << result.worstStallMillis;
+    }
+    const double total = median(totals);
+    const double stall = median(stalls);
+    return {
+        {QStringLiteral("drain of 256 queued messages, 100,000 loaded"),
+         QStringLiteral("%1 ms").arg(total, 0, 'f', 0), QStringLiteral("≤ 1000 ms"),
+         total >= 0 && total <= 1000},
+        {QStringLiteral("largest UI-thread stall during the drain"),
+         QStringLiteral("%1 ms").arg(stall, 0, 'f', 1), QStringLiteral("≤ 16 ms"),
+         stall >= 0 && stall <= 16},
+    };
+}
+
+// --- Opening a long conversation ----------------------------------------------
+
+Row openRow(const QString& directory) {
+    const QString path = directory + QStringLiteral("/long.json");
+    {
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write(encodeConversations(generateHistory(1, 10'000)));
+    }
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(path);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    const double millis = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        MessageListModel model;
+        model.setController(&controller);
+        model.setConversationKey(QStringLiteral("channel:0"));
+        // What the view asks for first: the rows at the bottom.
+        const int count = model.rowCount();
+        for (int row = std::max(0, count - 30); row < count; ++row) {
+            for (int role : model.roleNames().keys())
+                model.data(model.index(row), role);
+        }
+        const double elapsed = millisSince(timer);
+        return count == 10'000 ? elapsed : -1.0;
+    });
+    return {QStringLiteral("open a 10,000-message conversation"),
+            QStringLiteral("%1 ms").arg(millis, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+            millis >= 0 && millis <= 50};
+}
+
+Row residentRow(const QString& historyPath) {
+    QList<double> values;
+    for (int i = 0; i < 3; ++i) {
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(),
+                    {QStringLiteral("--rss"), historyPath});
+        if (!child.waitForFinished(120'000))
+            continue;
+        values << child.readAllStandardOutput().trimmed().toDouble();
+    }
+    const double megabytes = values.isEmpty() ? -1 : median(values);
+    return {QStringLiteral("resident memory, 100,000 messages loaded"),
+            QStringLiteral("%1 MB").arg(megabytes, 0, 'f', 0), QStringLiteral("≤ 150 MB"),
+            megabytes > 0 && megabytes <= 150};
+}
+
+int printResident(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    qint64 messages = 0;
+    for (const Conversation& conversation : controller.conversations())
+        messages += conversation.messages.size();
+    std::printf("%.1f\n", messages == historyMessages ? residentMegabytes() : -1.0);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    installTranslations(app);
+    const QStringList arguments = app.arguments();
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--rss"))
+        return printResident(arguments.at(2));
+
+    QTemporaryDir directory;
+    const QString historyPath = directory.filePath(QStringLiteral("conversations.json"));
+    const QList<Conversation> history = generateHistory(historyConversations, historyMessages);
+    {
+        QFile file(historyPath);
+        if (!file.open(QIODevice::WriteOnly) || file.write(encodeConversations(history)) < 0)
+            return 1;
+    }
+
+    QList<Row> rows;
+    rows << decodingRow();
+    rows << historyRows(historyPath, history);
+    rows << drainRows(historyPath, directory.path());
+    rows << openRow(directory.path());
+    rows << residentRow(historyPath);
+    printTable(rows);
+    return 0;
+}
