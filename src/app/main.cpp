@@ -142,8 +142,9 @@ int main(int argc, char* argv[]) {
 
     std::unique_ptr<ScreenshotTour> screenshotTour;
     if (tour) {
-        screenshotTour = std::make_unique<ScreenshotTour>(
-            &engine, &controller, options.value(screenshots), options.value(suffix));
+        screenshotTour =
+            std::make_unique<ScreenshotTour>(&engine, &controller, simulated.get(),
+                                             options.value(screenshots), options.value(suffix));
         screenshotTour->start();
     }
     return app.exec();

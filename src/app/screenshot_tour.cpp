@@ -1,6 +1,7 @@
 #include "screenshot_tour.h"
 
 #include "controller/mesh_controller.h"
+#include "sim/simulated_radio.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -29,10 +30,12 @@ ChatMessage message(ChatMessage::Direction direction, const QString& text, const
 } // namespace
 
 ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller,
-                               QString directory, QString suffix, QObject* parent)
+                               SimulatedRadio* radio, QString directory, QString suffix,
+                               QObject* parent)
     : QObject(parent)
     , m_engine(engine)
     , m_controller(controller)
+    , m_radio(radio)
     , m_directory(std::move(directory))
     , m_suffix(std::move(suffix)) {
     m_scenes = scenes();
@@ -101,6 +104,43 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
          }},
         {QStringLiteral("messages-no-selection"), 600,
          [this] { m_controller->setSelectedConversation(std::nullopt); }},
+        // The sheets: an add that the radio refuses, a half-typed secret, and
+        // a freshly created channel's secret.
+        {{}, 400, [this] { setMain("showAddContact", true); }},
+        {QStringLiteral("add-contact-error"), 900,
+         [this] {
+             if (m_radio)
+                 m_radio->failNextAnyCommand(MeshProtocol::DeviceError::tableFull);
+             fillSheet("addContactSheet",
+                       {{"nameField", QStringLiteral("Saana Korhonen")},
+                        {"keyField", QStringLiteral("5e:1b:7c:90:aa:42:d3:18:6f:0c:e2:97:b4:5a:"
+                                                    "81:3d:c6:29:f0:74:1e:a8:5b:c3:90:2d:67:e4:"
+                                                    "18:af:52:0b")}},
+                       "submit");
+         }},
+        {{}, 300, [this] { setMain("showAddContact", false); }},
+        {QStringLiteral("add-channel-join-private"), 700,
+         [this] {
+             setMain("showAddChannel", true);
+             QTimer::singleShot(200, this, [this] {
+                 if (QObject* sheet = find("addChannelSheet")) {
+                     if (QObject* form = sheet->findChild<QObject*>(QStringLiteral("form")))
+                         form->setProperty("mode", 1);
+                 }
+                 fillSheet("addChannelSheet",
+                           {{"nameField", QStringLiteral("Harbour crew")},
+                            {"secretField", QStringLiteral("0749ea26 7c6be7b5 4ca1dbba")}});
+             });
+         }},
+        {QStringLiteral("add-channel-created"), 900,
+         [this] {
+             if (QObject* sheet = find("addChannelSheet")) {
+                 if (QObject* form = sheet->findChild<QObject*>(QStringLiteral("form")))
+                     form->setProperty("mode", 0);
+             }
+             fillSheet("addChannelSheet", {{"nameField", QStringLiteral("Night owls")}}, "submit");
+         }},
+        {{}, 300, [this] { setMain("showAddChannel", false); }},
     };
 }
 
@@ -210,6 +250,23 @@ void ScreenshotTour::openLastReportCard() {
     visit(window->contentItem());
     if (last)
         last->setProperty("expanded", true);
+}
+
+void ScreenshotTour::fillSheet(const char* sheetName,
+                               const QList<std::pair<const char*, QVariant>>& fields,
+                               const char* method) {
+    QObject* sheet = find(sheetName);
+    if (!sheet)
+        return;
+    for (const auto& [name, value] : fields) {
+        QObject* field = sheet->findChild<QObject*>(QLatin1String(name));
+        if (field && value.isValid())
+            field->setProperty("text", value);
+    }
+    if (!method)
+        return;
+    if (QObject* form = sheet->findChild<QObject*>(QStringLiteral("form")))
+        QMetaObject::invokeMethod(form, method);
 }
 
 void ScreenshotTour::grab(const QString& name) {

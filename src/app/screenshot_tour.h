@@ -6,6 +6,7 @@
 #include <functional>
 
 class MeshController;
+class SimulatedRadio;
 class QQmlApplicationEngine;
 class QQuickItem;
 
@@ -17,8 +18,10 @@ class QQuickItem;
 class ScreenshotTour : public QObject {
     Q_OBJECT
 public:
-    ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller, QString directory,
-                   QString suffix, QObject* parent = nullptr);
+    // `radio` is the demo radio behind the controller; the tour uses it to
+    // make an operation fail on purpose.
+    ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller, SimulatedRadio* radio,
+                   QString directory, QString suffix, QObject* parent = nullptr);
 
     void start();
 
@@ -38,9 +41,14 @@ private:
     void fillDirectChat(const QString& contactKey);
     void fillChannelChat();
     void openLastReportCard();
+    // Sets properties of named objects inside a sheet, then calls `method`
+    // (if any) on the object named "form".
+    void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,
+                   const char* method = nullptr);
 
     QQmlApplicationEngine* m_engine;
     MeshController* m_controller;
+    SimulatedRadio* m_radio;
     QString m_directory;
     QString m_suffix;
     QList<Scene> m_scenes;

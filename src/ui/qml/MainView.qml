@@ -40,6 +40,26 @@ Item {
         onTriggered: main.advertSent = false
     }
 
+    // --- Sheets: a fresh one each time, so no field survives a closing.
+    Loader {
+        objectName: "addContactLoader"
+        active: main.showAddContact
+        sourceComponent: AddContactSheet {
+            controller: main.controller
+            Component.onCompleted: open()
+            onClosed: main.showAddContact = false
+        }
+    }
+    Loader {
+        objectName: "addChannelLoader"
+        active: main.showAddChannel
+        sourceComponent: AddChannelSheet {
+            controller: main.controller
+            Component.onCompleted: open()
+            onClosed: main.showAddChannel = false
+        }
+    }
+
     // --- Toolbar
     Rectangle {
         id: toolbar

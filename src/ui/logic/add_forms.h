@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// The rules of the add-contact and add-channel sheets: what the fields
+// count, and when the main button may be pressed.
+namespace ViewLogic {
+
+// Spaces and tabs removed from both ends (other white space stays).
+QString trimmedField(const QString& text);
+
+// "12/64": how many hex digits a typed key or secret holds, against the
+// number needed. Red only when some are typed but not the right number.
+struct HexCounter {
+    QString text;
+    bool isError = false;
+
+    bool operator==(const HexCounter&) const = default;
+};
+HexCounter hexCounter(const QString& typed, int required);
+
+bool canAddContact(const QString& name, const QString& publicKey, bool isWorking);
+
+enum class AddChannelMode { createPrivate, joinPrivate, joinPublic, joinHashtag };
+
+// The mode's identifier ("Create Private"), title key and main button key.
+QString channelModeValue(AddChannelMode mode);
+QByteArray channelModeTitleKey(AddChannelMode mode);
+QByteArray channelModeButtonKey(AddChannelMode mode);
+// The explanation under the fields; empty for joinPrivate.
+QByteArray channelModeMessageKey(AddChannelMode mode);
+
+bool canAddChannel(AddChannelMode mode, const QString& name, const QString& secret,
+                   const QString& hashtag, bool isWorking);
+
+} // namespace ViewLogic
