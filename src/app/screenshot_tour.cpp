@@ -141,6 +141,28 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              fillSheet("addChannelSheet", {{"nameField", QStringLiteral("Night owls")}}, "submit");
          }},
         {{}, 300, [this] { setMain("showAddChannel", false); }},
+        // The device pane beside a chat, right after a flood advert.
+        {QStringLiteral("device"), 1500,
+         [this] {
+             m_controller->setSelectedConversation(ConversationID::channel(0));
+             setMain("inspector", QStringLiteral("device"));
+             if (QObject* model = find("deviceModel"))
+                 QTimer::singleShot(600, model, [model] {
+                     QMetaObject::invokeMethod(model, "advertise", Q_ARG(int, 1));
+                 });
+         }},
+        {QStringLiteral("device-reboot"), 600,
+         [this] {
+             if (QObject* dialog = find("rebootDialog"))
+                 QMetaObject::invokeMethod(dialog, "open");
+         }},
+        {{},
+         300,
+         [this] {
+             if (QObject* dialog = find("rebootDialog"))
+                 QMetaObject::invokeMethod(dialog, "close");
+             setMain("inspector", QString());
+         }},
     };
 }
 

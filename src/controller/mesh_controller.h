@@ -101,6 +101,9 @@ public:
     // Requests written to the radio and still waiting for their answer; each
     // ends by its timeout at the latest.
     int pendingRequestCount() const { return int(m_pending.size()); }
+    // The time source every timeout and pause runs on; views use it for
+    // their own short-lived states so that tests can move it on.
+    Clock* clock() const { return m_clock; }
     bool isSyncing() const { return m_isSyncing; }
     const std::optional<SelfInfo>& selfInfo() const { return m_selfInfo; }
     const std::optional<DeviceInfo>& deviceInfo() const { return m_deviceInfo; }

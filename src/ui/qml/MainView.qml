@@ -209,14 +209,11 @@ Item {
             SplitView.maximumWidth: 420
             color: Theme.sidebarBackground
 
-            Text {
-                anchors.left: parent.left
-                anchors.top: parent.top
-                anchors.margins: 16
-                text: qsTrId(main.inspector === "device" ? "main.toolbar.device" : "main.toolbar.conversation.info")
-                color: Theme.primaryText
-                font.pixelSize: Theme.title3Size
-                font.weight: Font.DemiBold
+            Loader {
+                objectName: "deviceLoader"
+                anchors.fill: parent
+                active: main.inspector === "device"
+                sourceComponent: DeviceView { controller: main.controller }
             }
         }
     }

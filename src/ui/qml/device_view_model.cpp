@@ -1,0 +1,228 @@
+#include "device_view_model.h"
+
+#include "logic/device_texts.h"
+#include "look.h"
+
+#include <chrono>
+
+using namespace std::chrono_literals;
+
+DeviceViewModel::DeviceViewModel(QObject* parent)
+    : QObject(parent) {}
+
+DeviceViewModel::~DeviceViewModel() {
+    if (m_controller && m_controller->clock()) {
+        for (std::uint64_t timer : std::as_const(m_sentTimers))
+            m_controller->clock()->cancel(timer);
+    }
+}
+
+void DeviceViewModel::setController(MeshController* controller) {
+    if (m_controller == controller)
+        return;
+    if (m_controller)
+        m_controller->disconnect(this);
+    m_controller = controller;
+    if (controller) {
+        for (auto signal :
+             {&MeshController::selfInfoChanged, &MeshController::deviceInfoChanged,
+              &MeshController::batteryChanged, &MeshController::coreStatsChanged,
+              &MeshController::radioStatsChanged, &MeshController::packetStatsChanged})
+            connect(controller, signal, this, &DeviceViewModel::changed);
+        appear();
+    }
+    Q_EMIT controllerChanged();
+    Q_EMIT changed();
+}
+
+bool DeviceViewModel::hasSelfInfo() const {
+    return m_controller && m_controller->selfInfo().has_value();
+}
+
+QString DeviceViewModel::name() const {
+    return hasSelfInfo() ? m_controller->selfInfo()->name : QString();
+}
+
+QString DeviceViewModel::typeName() const {
+    return hasSelfInfo() ? MeshProtocol::displayName(m_controller->selfInfo()->advertType)
+                         : QString();
+}
+
+QString DeviceViewModel::publicKeyPrefix() const {
+    return hasSelfInfo() ? m_controller->selfInfo()->publicKey.left(16) : QString();
+}
+
+bool DeviceViewModel::hasDeviceInfo() const {
+    return m_controller && m_controller->deviceInfo().has_value();
+}
+
+QString DeviceViewModel::model() const {
+    if (!hasDeviceInfo())
+        return {};
+    const QString& model = m_controller->deviceInfo()->model;
+    return model.isEmpty() ? QStringLiteral("\u2014") : model;
+}
+
+QString DeviceViewModel::firmware() const {
+    return hasDeviceInfo() ? QStringLiteral("v%1").arg(m_controller->deviceInfo()->firmwareVersion)
+                           : QString();
+}
+
+bool DeviceViewModel::hasBattery() const {
+    return m_controller && m_controller->battery().has_value();
+}
+
+QString DeviceViewModel::batteryPercentText() const {
+    const auto percentage = hasBattery() ? m_controller->battery()->percentage() : std::nullopt;
+    return percentage ? QStringLiteral("%1%").arg(*percentage) : QString();
+}
+
+QString DeviceViewModel::batterySymbol() const {
+    const auto percentage = hasBattery() ? m_controller->battery()->percentage() : std::nullopt;
+    return percentage ? ViewLogic::batterySymbol(*percentage).symbol : QString();
+}
+
+QString DeviceViewModel::batteryTint() const {
+    const auto percentage = hasBattery() ? m_controller->battery()->percentage() : std::nullopt;
+    return percentage ? Look::tintName(ViewLogic::batterySymbol(*percentage).tint) : QString();
+}
+
+QString DeviceViewModel::voltageText() const {
+    return hasBattery() ? ViewLogic::voltageText(m_controller->battery()->milliVolts) : QString();
+}
+
+QString DeviceViewModel::frequencyText() const {
+    return hasSelfInfo() ? QString::asprintf("%.3f MHz", m_controller->selfInfo()->radioFrequency)
+                         : QString();
+}
+
+QString DeviceViewModel::bandwidthText() const {
+    return hasSelfInfo() ? QString::asprintf("%.0f kHz", m_controller->selfInfo()->radioBandwidth)
+                         : QString();
+}
+
+QString DeviceViewModel::spreadingFactorText() const {
+    return hasSelfInfo()
+               ? QStringLiteral("SF%1").arg(m_controller->selfInfo()->radioSpreadingFactor)
+               : QString();
+}
+
+QString DeviceViewModel::codingRateText() const {
+    return hasSelfInfo() ? QStringLiteral("4/%1").arg(m_controller->selfInfo()->radioCodingRate)
+                         : QString();
+}
+
+int DeviceViewModel::txPowerMaximum() const {
+    return std::max(hasSelfInfo() ? int(m_controller->selfInfo()->maxTxPower) : 0, 1);
+}
+
+QVariantList DeviceViewModel::statistics() const {
+    QVariantList rows;
+    if (!m_controller)
+        return rows;
+    for (const auto& row : ViewLogic::statisticRows(
+             m_controller->coreStats(), m_controller->radioStats(), m_controller->packetStats()))
+        rows.append(QVariantMap{{QStringLiteral("label"), qtTrId(row.labelKey.constData())},
+                                {QStringLiteral("value"), row.value}});
+    return rows;
+}
+
+QString DeviceViewModel::txPowerText() const {
+    return qtTrId("%lld dBm").arg(qint64(m_txPower));
+}
+
+void DeviceViewModel::editName() {
+    m_nameDraft = name();
+    m_editingName = true;
+    Q_EMIT stateChanged();
+}
+
+void DeviceViewModel::saveName() {
+    if (!canSaveName() || !m_controller)
+        return;
+    m_busy = true;
+    Q_EMIT stateChanged();
+    runSaveName(m_nameDraft);
+}
+
+QCoro::Task<void> DeviceViewModel::runSaveName(QString name) {
+    QPointer<DeviceViewModel> self(this);
+    try {
+        co_await m_controller->setDeviceName(name);
+    } catch (const MeshError&) {
+        // The row shows whatever name the radio has; nothing else to say.
+    }
+    if (!self)
+        co_return;
+    m_editingName = false;
+    m_busy = false;
+    Q_EMIT stateChanged();
+}
+
+void DeviceViewModel::commitTxPower() {
+    if (!m_controller)
+        return;
+    const auto power = std::uint8_t(std::clamp(m_txPower, 0.0, 255.0));
+    [](QPointer<MeshController> controller, std::uint8_t dBm) -> QCoro::Task<void> {
+        try {
+            co_await controller->setTxPower(dBm);
+        } catch (const MeshError&) {
+            // The slider stays where the user put it.
+        }
+    }(m_controller, power);
+}
+
+void DeviceViewModel::advertise(int kind) {
+    if (m_controller && (kind == 0 || kind == 1))
+        runAdvert(kind);
+}
+
+QCoro::Task<void> DeviceViewModel::runAdvert(int kind) {
+    QPointer<DeviceViewModel> self(this);
+    co_await m_controller->sendAdvert(std::uint8_t(kind));
+    if (!self || !m_controller)
+        co_return;
+    m_advertSent[kind] = true;
+    Q_EMIT stateChanged();
+    // Each press shows "sent" for two seconds of its own.
+    Clock* clock = m_controller->clock();
+    const auto timer = std::make_shared<Clock::TimerId>(0);
+    *timer = clock->schedule(2s, [self, kind, timer] {
+        if (!self)
+            return;
+        self->m_sentTimers.removeOne(*timer);
+        self->m_advertSent[kind] = false;
+        Q_EMIT self->stateChanged();
+    });
+    m_sentTimers.append(*timer);
+}
+
+void DeviceViewModel::refresh() {
+    if (m_controller)
+        runRefresh();
+}
+
+QCoro::Task<void> DeviceViewModel::runRefresh() {
+    QPointer<MeshController> controller = m_controller;
+    try {
+        co_await controller->refreshDeviceStats();
+        if (controller)
+            co_await controller->refreshBattery();
+    } catch (const MeshError&) {
+    }
+}
+
+QCoro::Task<void> DeviceViewModel::appear() {
+    QPointer<DeviceViewModel> self(this);
+    QPointer<MeshController> controller = m_controller;
+    co_await runRefresh();
+    if (!self || !controller)
+        co_return;
+    m_txPower = controller->selfInfo() ? controller->selfInfo()->txPower : 0;
+    Q_EMIT stateChanged();
+}
+
+void DeviceViewModel::disconnectRadio() {
+    if (m_controller)
+        m_controller->disconnectFromDevice();
+}

@@ -1,0 +1,126 @@
+// The device pane: its texts and symbols, and its view model against the
+// simulated radio on virtual time.
+#include "device_view_model.h"
+#include "logic/device_texts.h"
+#include "shell_rig.h"
+#include "translations.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+using ViewLogic::Tint;
+
+class TestDeviceView : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() {
+        TestSupport::isolateFromUserFiles();
+        QVERIFY(installTranslations(*QCoreApplication::instance()));
+    }
+
+    void batterySymbolByPercentage_data() {
+        QTest::addColumn<int>("percentage");
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<Tint>("tint");
+        QTest::newRow("0") << 0 << QStringLiteral("battery.0percent") << Tint::red;
+        QTest::newRow("12") << 12 << QStringLiteral("battery.0percent") << Tint::red;
+        QTest::newRow("13") << 13 << QStringLiteral("battery.25percent") << Tint::red;
+        QTest::newRow("19") << 19 << QStringLiteral("battery.25percent") << Tint::red;
+        QTest::newRow("20") << 20 << QStringLiteral("battery.25percent") << Tint::green;
+        QTest::newRow("38") << 38 << QStringLiteral("battery.50percent") << Tint::green;
+        QTest::newRow("77") << 77 << QStringLiteral("battery.75percent") << Tint::green;
+        QTest::newRow("87") << 87 << QStringLiteral("battery.75percent") << Tint::green;
+        QTest::newRow("88") << 88 << QStringLiteral("battery.100percent") << Tint::green;
+        QTest::newRow("100") << 100 << QStringLiteral("battery.100percent") << Tint::green;
+    }
+    void batterySymbolByPercentage() {
+        QFETCH(int, percentage);
+        QFETCH(QString, symbol);
+        QFETCH(Tint, tint);
+        QCOMPARE(ViewLogic::batterySymbol(percentage), (ViewLogic::BatterySymbol{symbol, tint}));
+    }
+
+    void uptime_data() {
+        QTest::addColumn<uint>("seconds");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("59 s") << 59u << QStringLiteral("0m");
+        QTest::newRow("1 h 1 m") << 3661u << QStringLiteral("1h 1m");
+        QTest::newRow("just under a day") << 86399u << QStringLiteral("23h 59m");
+        QTest::newRow("1 d 1 h") << 90061u << QStringLiteral("1d 1h");
+    }
+    void uptime() {
+        QFETCH(uint, seconds);
+        QFETCH(QString, text);
+        QCOMPARE(ViewLogic::uptimeText(seconds), text);
+    }
+
+    void statisticsShowOnlyWhatIsPresent() {
+        DeviceStats core, radio, packets;
+        QVERIFY(ViewLogic::statisticRows(core, radio, packets).isEmpty());
+        radio.lastSNR = 6.24;
+        core.uptimeSeconds = 3661;
+        packets.packetsSent = 0;
+        const QList<ViewLogic::StatisticRow> expected{
+            {"device.field.last.snr", QStringLiteral("6.2 dB")},
+            {"device.field.packets.sent", QStringLiteral("0")},
+            {"device.field.uptime", QStringLiteral("1h 1m")},
+        };
+        QCOMPARE(ViewLogic::statisticRows(core, radio, packets), expected);
+    }
+
+    void showsTheRadioAndActsOnIt() {
+        ShellRig rig;
+        QVERIFY(rig.connect());
+        DeviceViewModel device;
+        device.setController(rig.controller.get());
+        rig.clock.advance(2s); // the appearance reads statistics and battery
+        QVERIFY(device.hasSelfInfo());
+        QCOMPARE(device.publicKeyPrefix().size(), 16);
+        QVERIFY(rig.controller->selfInfo()->publicKey.startsWith(device.publicKeyPrefix()));
+        QVERIFY(!device.statistics().isEmpty());
+        QCOMPARE(device.property("txPower").toDouble(),
+                 double(rig.controller->selfInfo()->txPower));
+        QVERIFY(device.voltageText().startsWith(QLatin1Char('(')));
+
+        // Renaming: the editor opens on the current name, saving closes it.
+        device.editName();
+        QVERIFY(device.editingName());
+        QCOMPARE(device.property("nameDraft").toString(), device.name());
+        device.setProperty("nameDraft", QString());
+        QVERIFY(!device.canSaveName());
+        device.setProperty("nameDraft", QStringLiteral("Ridge Base"));
+        device.saveName();
+        QVERIFY(device.busy());
+        rig.clock.advance(2s);
+        QVERIFY(!device.editingName() && !device.busy());
+        QCOMPARE(device.name(), QStringLiteral("Ridge Base"));
+
+        // The slider reaches the radio only when committed, as a whole number.
+        device.setProperty("txPower", 7.8);
+        QCOMPARE(device.txPowerText(), QStringLiteral("7 dBm"));
+        rig.clock.advance(1s);
+        QVERIFY(rig.controller->selfInfo()->txPower != 7);
+        device.commitTxPower();
+        rig.clock.advance(2s);
+        QCOMPARE(rig.controller->selfInfo()->txPower, 7);
+    }
+
+    void advertShowsSentForTwoSecondsEvenWithoutARadio() {
+        ShellRig rig; // never connected: the advert fails quietly
+        DeviceViewModel device;
+        device.setController(rig.controller.get());
+        device.advertise(0);
+        rig.clock.advance(10ms);
+        QVERIFY(device.advertZeroSent());
+        QVERIFY(!device.advertFloodSent());
+        rig.clock.advance(1900ms);
+        QVERIFY(device.advertZeroSent());
+        rig.clock.advance(200ms);
+        QVERIFY(!device.advertZeroSent());
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDeviceView)
+#include "test_device_view.moc"
