@@ -667,5 +667,13 @@
         <source>Remove Verification</source>
         <translation>Remove Verification</translation>
     </message>
+    <message id="node.detail.map.open">
+        <source>Open in OpenStreetMap</source>
+        <translation>Open in OpenStreetMap</translation>
+    </message>
+    <message id="Public key">
+        <source>Public key</source>
+        <translation>Public key</translation>
+    </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 #include "screenshot_tour.h"
 
 #include "controller/mesh_controller.h"
+#include "sim/radio_frames.h"
 #include "sim/simulated_radio.h"
 
 #include <QCoreApplication>
@@ -89,6 +90,8 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("mode", QStringLiteral("nodes"));
              setMain("nodeSelection", contactKeyNamed(QStringLiteral("Ridge Repeater")));
          }},
+        {QStringLiteral("nodes-no-position"), 800,
+         [this] { setMain("nodeSelection", contactKeyNamed(QStringLiteral("Valley RPT-2"))); }},
         {QStringLiteral("nodes-search-empty"), 600,
          [this] {
              if (QObject* field = find("sidebarSearch"))
@@ -162,6 +165,35 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              if (QObject* dialog = find("rebootDialog"))
                  QMetaObject::invokeMethod(dialog, "close");
              setMain("inspector", QString());
+         }},
+        // The chat info pane in its three verification states.
+        {QStringLiteral("chat-info-verified"), 900,
+         [this] {
+             m_controller->setSelectedConversation(ConversationID::contact(contactKeyNamed(aino)));
+             setMain("inspector", QStringLiteral("chatInfo"));
+         }},
+        {QStringLiteral("chat-info-not-verified"), 600,
+         [this] { m_controller->clearVerified(contactKeyNamed(aino)); }},
+        {QStringLiteral("chat-info-mismatch"), 1200,
+         [this] {
+             m_controller->setVerified(contactKeyNamed(aino));
+             // Someone else takes the same name with a key of their own.
+             Contact impostor;
+             impostor.publicKey = QStringLiteral("b7e0c2d95a13") + QString(52, QLatin1Char('9'));
+             impostor.name = aino;
+             impostor.type = MeshProtocol::AdvertType::chat;
+             impostor.outPathLength = -1;
+             impostor.lastAdvert = QDateTime::currentDateTimeUtc().addSecs(-300);
+             impostor.lastModified = impostor.lastAdvert;
+             if (m_radio) {
+                 m_radio->addContact(impostor);
+                 m_radio->pushFrame(
+                     RadioFrames::contactFrame(impostor, RadioFrames::Code::newAdvert));
+             }
+             QTimer::singleShot(400, this, [this, key = impostor.publicKey] {
+                 m_controller->setSelectedConversation(ConversationID::contact(key));
+                 setMain("inspector", QStringLiteral("chatInfo"));
+             });
          }},
     };
 }

@@ -7,6 +7,8 @@ RowLayout {
     id: row
 
     property string label
+    property string systemImage
+    property color tint: Theme.accent
     property string value
     property bool monospaced: false
     property bool selectable: false
@@ -14,15 +16,25 @@ RowLayout {
 
     spacing: 8
 
+    Item {
+        visible: row.systemImage.length > 0
+        Layout.preferredWidth: 24
+        Layout.preferredHeight: 18
+        Icon {
+            anchors.centerIn: parent
+            symbol: row.systemImage
+            color: row.tint
+        }
+    }
     Text {
         text: row.label
         color: Theme.secondaryText
         font.pixelSize: Theme.calloutSize
     }
-    Item { Layout.fillWidth: true }
     TextEdit {
         objectName: "value"
-        Layout.maximumWidth: row.width * 0.65
+        Layout.fillWidth: true
+        Layout.alignment: Qt.AlignVCenter
         horizontalAlignment: Text.AlignRight
         text: row.value
         readOnly: true

@@ -187,16 +187,27 @@ Item {
                 title: qsTrId("main.empty.conversation.title")
                 message: qsTrId("main.empty.conversation.message")
             }
-            // The node detail view takes this place in a later version; until
-            // then the selected node is named here.
+            Loader {
+                objectName: "nodeDetailLoader"
+                anchors.fill: parent
+                readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
+                active: main.mode === "nodes" && hasNode
+                sourceComponent: NodeDetailView {
+                    controller: main.controller
+                    publicKey: main.nodeSelection
+                    onOpenChat: {
+                        main.shell.select("contact:" + publicKey)
+                        main.mode = "messages"
+                    }
+                }
+            }
             EmptyDetail {
                 objectName: "nodeEmptyDetail"
                 anchors.fill: parent
-                visible: main.mode === "nodes"
-                readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
+                visible: main.mode === "nodes" && !(main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection))
                 symbol: "point.3.connected.trianglepath.dotted"
-                title: hasNode ? main.shell.contactTitle(main.nodeSelection) : qsTrId("main.empty.node.title")
-                message: hasNode ? "" : qsTrId("main.empty.node.message")
+                title: qsTrId("main.empty.node.title")
+                message: qsTrId("main.empty.node.message")
             }
         }
 
@@ -214,6 +225,15 @@ Item {
                 anchors.fill: parent
                 active: main.inspector === "device"
                 sourceComponent: DeviceView { controller: main.controller }
+            }
+            Loader {
+                objectName: "chatInfoLoader"
+                anchors.fill: parent
+                active: main.inspector === "chatInfo" && main.chatContactKey.length > 0
+                sourceComponent: ChatInfoInspector {
+                    controller: main.controller
+                    publicKey: main.chatContactKey
+                }
             }
         }
     }

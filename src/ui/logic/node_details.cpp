@@ -1,0 +1,79 @@
+#include "logic/node_details.h"
+
+#include "logic/node_symbols.h"
+
+#include <QUrlQuery>
+#include <cmath>
+
+namespace ViewLogic {
+
+RoutingRow routingRow(int outPathLength) {
+    const RouteSymbol route = routeSymbol(outPathLength);
+    return {outPathLength < 0 ? "node.detail.routing.flood" : "node.detail.routing.direct",
+            route.symbol, route.tint};
+}
+
+QString pathLengthText(int outPathLength) {
+    const char* key = outPathLength == 1 ? "node.detail.path.length.value"
+                                         : "node.detail.path.length.value.plural";
+    return qtTrId(key).arg(outPathLength);
+}
+
+bool hasPosition(double latitude, double longitude) {
+    return latitude != 0 || longitude != 0;
+}
+
+QString coordinateText(double latitude, double longitude) {
+    return QString::asprintf("%.5f° %s, %.5f° %s", std::abs(latitude), latitude < 0 ? "S" : "N",
+                             std::abs(longitude), longitude < 0 ? "W" : "E");
+}
+
+QUrl mapUrl(double latitude, double longitude) {
+    const QString lat = QString::number(latitude, 'f', 6);
+    const QString lon = QString::number(longitude, 'f', 6);
+    QUrl url(QStringLiteral("https://www.openstreetmap.org/"));
+    QUrlQuery query;
+    query.addQueryItem(QStringLiteral("mlat"), lat);
+    query.addQueryItem(QStringLiteral("mlon"), lon);
+    url.setQuery(query);
+    url.setFragment(QStringLiteral("map=15/%1/%2").arg(lat, lon));
+    return url;
+}
+
+Verification verificationState(bool isVerified, bool conflict) {
+    if (isVerified)
+        return Verification::verified;
+    return conflict ? Verification::mismatch : Verification::notVerified;
+}
+
+VerificationLook verificationLook(Verification state) {
+    switch (state) {
+    case Verification::verified:
+        return {QStringLiteral("checkmark.seal.fill"),
+                Tint::green,
+                "inspector.chat.info.verified",
+                "inspector.chat.info.verified.message",
+                "inspector.chat.info.unverify",
+                QStringLiteral("seal.slash"),
+                Tint::red};
+    case Verification::mismatch:
+        return {QStringLiteral("exclamationmark.shield.fill"),
+                Tint::red,
+                "inspector.chat.info.mismatch",
+                "inspector.chat.info.mismatch.message",
+                "inspector.chat.info.verify",
+                QStringLiteral("checkmark.seal"),
+                Tint::red};
+    case Verification::notVerified:
+        break;
+    }
+    return {QStringLiteral("shield.lefthalf.filled"),
+            Tint::secondary,
+            "inspector.chat.info.not.verified",
+            "inspector.chat.info.not.verified.message",
+            "inspector.chat.info.verify",
+            QStringLiteral("checkmark.seal"),
+            Tint::accent};
+}
+
+} // namespace ViewLogic

@@ -1,0 +1,81 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// The inspector beside a direct chat: the contact's facts and whether its
+// key has been verified.
+ScrollView {
+    id: view
+
+    required property MeshController controller
+    property string publicKey
+
+    objectName: "chatInfoInspector"
+    contentWidth: availableWidth
+    clip: true
+
+    NodeDetailModel {
+        id: node
+        objectName: "nodeModel"
+        controller: view.controller
+        publicKey: view.publicKey
+        inspector: true
+    }
+
+    ColumnLayout {
+        width: view.availableWidth
+        spacing: 14
+
+        Item { Layout.preferredHeight: 8 }
+        NodeHeader {
+            Layout.fillWidth: true
+            node: node
+        }
+        NodePositionCard {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            node: node
+        }
+        NodeFactsCard {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            node: node
+        }
+        PublicKeyRow {
+            Layout.fillWidth: true
+            Layout.leftMargin: 16
+            Layout.rightMargin: 16
+            publicKey: node.publicKey
+        }
+        VerificationCard {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            node: node
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            Layout.bottomMargin: 16
+            spacing: 8
+            PaneButton {
+                objectName: "resetPathButton"
+                text: qsTrId("node.detail.button.reset.path")
+                symbol: "arrow.triangle.2.circlepath"
+                onClicked: node.resetPath()
+            }
+            PaneButton {
+                objectName: "favoriteButton"
+                text: qsTrId(node.isFavorite ? "node.detail.button.favorite.remove"
+                                             : "node.detail.button.favorite.add")
+                symbol: node.isFavorite ? "star.fill" : "star"
+                tint: node.isFavorite ? Theme.yellow : Theme.primaryText
+                onClicked: node.toggleFavorite()
+            }
+        }
+    }
+}
