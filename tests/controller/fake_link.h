@@ -1,6 +1,6 @@
 #pragma once
 
-#include "notifications/notifier.h"
+#include "recording_notifier.h"
 #include "transport/mesh_link.h"
 
 #include <QByteArray>
@@ -44,21 +44,4 @@ public:
 
 private:
     TransportState m_state = TransportState::disconnected;
-};
-
-class RecordingNotifier final : public Notifier {
-public:
-    struct Posted {
-        QString title;
-        QString body;
-        QString thread;
-    };
-    void postNotification(const QString& title, const QString& body,
-                          const QString& threadIdentifier) override {
-        posted.append({title, body, threadIdentifier});
-    }
-    void updateBadge(std::int64_t count) override { badges << count; }
-
-    QList<Posted> posted;
-    QList<std::int64_t> badges;
 };

@@ -3,11 +3,9 @@
 #include <QByteArray>
 #include <QString>
 #include <QTest>
-
-#include <qcoro/qcorotask.h>
-
 #include <exception>
 #include <optional>
+#include <qcoro/qcorotask.h>
 
 namespace TestSupport {
 
@@ -29,8 +27,7 @@ public:
 };
 
 template <typename T>
-QCoro::Task<void> capture(QCoro::Task<T> task, Outcome<T>* outcome)
-{
+QCoro::Task<void> capture(QCoro::Task<T> task, Outcome<T>* outcome) {
     try {
         outcome->value = co_await std::move(task);
     } catch (...) {

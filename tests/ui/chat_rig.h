@@ -1,9 +1,6 @@
 #pragma once
 
-#include "controller/conversation_store.h"
-#include "controller/mesh_controller.h"
-#include "sim/simulated_radio.h"
-#include "time/clock.h"
+#include "sim_rig.h"
 
 #include <QFile>
 #include <QSettings>
@@ -12,46 +9,11 @@
 #include <chrono>
 #include <memory>
 
-// A controller over the simulated radio on virtual time, with throw-away
-// history and settings files: what the chat views are tested against.
-struct ChatRig {
-    QTemporaryDir dir;
-    ManualClock clock;
-    SimulatedRadio radio{&clock, 11};
-    std::unique_ptr<ConversationStore> store;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<MeshController> controller;
-
-    // `history` is written to the history file before the controller loads it.
-    explicit ChatRig(const QList<Conversation>& history = {}) {
-        const QString historyPath = dir.filePath(QStringLiteral("history.json"));
-        if (!history.isEmpty()) {
-            QFile file(historyPath);
-            if (file.open(QIODevice::WriteOnly))
-                file.write(encodeConversations(history));
-        }
-        store = std::make_unique<ConversationStore>(historyPath);
-        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
-                                               QSettings::IniFormat);
-        controller =
-            std::make_unique<MeshController>(&radio, &clock, nullptr, store.get(), settings.get());
-        clock.settle();
-    }
-    ~ChatRig() { controller.reset(); }
-
-    // Scans, connects and lets the handshake finish.
-    bool connect() {
-        using namespace std::chrono_literals;
-        controller->startScan();
-        clock.advance(500ms);
-        if (controller->discoveredDevices().isEmpty())
-            return false;
-        controller->connectToDevice(controller->discoveredDevices().first());
-        clock.advance(1s);
-        clock.advance(20s);
-        return controller->transportState() == TransportState::connected &&
-               !controller->isSyncing();
-    }
+// What the chat views are tested against: a controller over the simulated
+// radio, optionally with a history already on disk.
+struct ChatRig : SimRig {
+    explicit ChatRig(const QList<Conversation>& history = {})
+        : SimRig(11, history) {}
 };
 
 inline Contact chatContact(const QString& key, const QString& name,

@@ -2,7 +2,7 @@
 
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
-#include "fake_link.h"
+#include "recording_notifier.h"
 #include "sim/simulated_radio.h"
 #include "test_support.h"
 #include "time/clock.h"
@@ -15,21 +15,30 @@
 #include <memory>
 
 // A controller talking to the simulated radio, on virtual time: real frames
-// both ways, with the radio's knobs for lost answers, errors and link drops.
+// both ways, with the radio's knobs for lost answers, errors and link drops,
+// and throw-away history and settings files. `history` is written to the
+// history file before the controller loads it.
 //
 // Declare a test's outcomes before its rig: destroying the controller ends
 // every operation still waiting, and those write their outcome then.
 struct SimRig {
     QTemporaryDir dir;
     ManualClock clock;
-    SimulatedRadio radio{&clock, 5};
+    SimulatedRadio radio;
     RecordingNotifier notifier;
     std::unique_ptr<ConversationStore> store;
     std::unique_ptr<QSettings> settings;
     std::unique_ptr<MeshController> controller;
 
-    SimRig() {
-        store = std::make_unique<ConversationStore>(dir.filePath(QStringLiteral("history.json")));
+    explicit SimRig(quint32 seed = 5, const QList<Conversation>& history = {})
+        : radio(&clock, seed) {
+        const QString historyPath = dir.filePath(QStringLiteral("history.json"));
+        if (!history.isEmpty()) {
+            QFile file(historyPath);
+            if (file.open(QIODevice::WriteOnly))
+                file.write(encodeConversations(history));
+        }
+        store = std::make_unique<ConversationStore>(historyPath);
         settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
                                                QSettings::IniFormat);
         controller = std::make_unique<MeshController>(&radio, &clock, &notifier, store.get(),
@@ -52,6 +61,14 @@ struct SimRig {
         radio.clearWrittenFrames();
         return controller->transportState() == TransportState::connected &&
                !controller->isSyncing();
+    }
+
+    std::optional<Contact> contactNamed(const QString& name) const {
+        for (const Contact& contact : controller->contacts()) {
+            if (contact.name == name)
+                return contact;
+        }
+        return std::nullopt;
     }
 
     // The command codes the radio received, in order.
