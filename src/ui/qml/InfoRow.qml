@@ -39,7 +39,9 @@ RowLayout {
         text: row.value
         readOnly: true
         selectByMouse: row.selectable
-        wrapMode: TextEdit.Wrap
+        // Values are short; one line keeps the row's height stable.
+        wrapMode: TextEdit.NoWrap
+        clip: true
         color: row.valueColor
         selectionColor: Theme.selection
         font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize

@@ -18,7 +18,7 @@ RowLayout {
     spacing: 10
 
     Item { Layout.fillWidth: true }
-    Button {
+    SecondaryButton {
         objectName: "cancelButton"
         text: qsTrId("add.contact.button.cancel")
         onClicked: buttons.cancelled()

@@ -55,13 +55,12 @@ Rectangle {
                 wrapMode: Text.Wrap
             }
         }
-        Button {
+        SecondaryButton {
             objectName: "verifyButton"
             Layout.alignment: Qt.AlignVCenter
             text: card.node.verifyButtonText
-            icon.source: Look.iconSource(card.node.verifyButtonSymbol)
-            icon.color: Theme.tint(card.node.verifyButtonTint)
-            palette.buttonText: Theme.tint(card.node.verifyButtonTint)
+            symbol: card.node.verifyButtonSymbol
+            tint: Theme.tint(card.node.verifyButtonTint)
             onClicked: card.node.toggleVerified()
         }
     }
