@@ -671,9 +671,5 @@
         <source>Open in OpenStreetMap</source>
         <translation>Open in OpenStreetMap</translation>
     </message>
-    <message id="Public key">
-        <source>Public key</source>
-        <translation>Public key</translation>
-    </message>
 </context>
 </TS>

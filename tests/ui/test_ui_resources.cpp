@@ -4,7 +4,9 @@
 #include "ui/translations.h"
 
 #include <QCoreApplication>
+#include <QDirIterator>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTest>
 
 namespace {
@@ -68,6 +70,39 @@ const QStringList viewSymbols{"antenna.radiowaves.left.and.right",
                               "timer",
                               "trash",
                               "wifi.slash"};
+
+QString readSource(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// The ids the translation source defines, in file order (duplicates kept).
+QStringList translationSourceIds() {
+    const QString ts =
+        readSource(QStringLiteral(TALVENNE_SOURCE_DIR "/resources/translations/talvenne_en.ts"));
+    static const QRegularExpression idPattern(QStringLiteral(R"re(<message id="([^"]*)")re"));
+    QStringList ids;
+    for (const QRegularExpressionMatch& match : idPattern.globalMatch(ts))
+        ids << match.captured(1);
+    return ids;
+}
+
+// Every literal text id the code and the views look up.
+QStringList idsUsedInSources() {
+    static const QRegularExpression usePattern(
+        QStringLiteral(R"re((?:qsTrId|qtTrId|QT_TRID_NOOP)\(\s*"([^"]*)")re"));
+    QStringList ids;
+    QDirIterator files(QStringLiteral(TALVENNE_SOURCE_DIR "/src"),
+                       {QStringLiteral("*.qml"), QStringLiteral("*.cpp"), QStringLiteral("*.h")},
+                       QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString text = readSource(files.next());
+        for (const QRegularExpressionMatch& match : usePattern.globalMatch(text))
+            ids << match.captured(1);
+    }
+    ids.removeDuplicates();
+    return ids;
+}
 
 } // namespace
 
@@ -148,6 +183,26 @@ private Q_SLOTS:
         const QString text = qtTrId(key.constData());
         QVERIFY(!text.isEmpty());
         QVERIFY2(text != QString::fromLatin1(key), key.constData());
+    }
+
+    // A duplicate id is dropped by lrelease with only a warning; an id missing
+    // from the source shows up in the window as the raw key.
+    void translationSourceMatchesTheCode() {
+        const QStringList defined = translationSourceIds();
+        QVERIFY(defined.size() > 100);
+        QStringList duplicates;
+        for (qsizetype i = 0; i < defined.size(); ++i)
+            if (defined.indexOf(defined[i], i + 1) > i)
+                duplicates << defined[i];
+        QVERIFY2(duplicates.isEmpty(), qPrintable(duplicates.join(u", ")));
+
+        const QStringList used = idsUsedInSources();
+        QVERIFY(used.size() > 50);
+        QStringList missing;
+        for (const QString& id : used)
+            if (!defined.contains(id))
+                missing << id;
+        QVERIFY2(missing.isEmpty(), qPrintable(missing.join(u", ")));
     }
 
     void channelNamesUseTheTable() {
