@@ -1,0 +1,84 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// Who the radio is: its name (editable in place), type, key, model and firmware.
+PaneSection {
+    id: section
+
+    required property DeviceViewModel device
+
+    title: qsTrId("device.section.identity")
+
+    Text {
+        visible: !section.device.hasSelfInfo
+        text: qsTrId("device.loading")
+        color: Theme.secondaryText
+        font.pixelSize: Theme.calloutSize
+    }
+    RowLayout {
+        Layout.fillWidth: true
+        visible: section.device.hasSelfInfo && !section.device.editingName
+        InfoRow {
+            objectName: "nameRow"
+            Layout.fillWidth: true
+            label: qsTrId("device.field.name")
+            value: section.device.name
+        }
+        ToolButton {
+            objectName: "editNameButton"
+            icon.source: Look.iconSource("pencil")
+            icon.color: Theme.accent
+            icon.width: 14
+            icon.height: 14
+            onClicked: section.device.editName()
+        }
+    }
+    RowLayout {
+        Layout.fillWidth: true
+        visible: section.device.hasSelfInfo && section.device.editingName
+        TextField {
+            objectName: "nameEditor"
+            Layout.fillWidth: true
+            text: section.device.nameDraft
+            placeholderText: qsTrId("device.field.name.placeholder")
+            font.pixelSize: Theme.calloutSize
+            onTextEdited: section.device.nameDraft = text
+            onAccepted: section.device.saveName()
+        }
+        ProminentButton {
+            objectName: "saveNameButton"
+            text: qsTrId("device.button.save")
+            enabled: section.device.canSaveName
+            working: section.device.busy
+            onClicked: section.device.saveName()
+        }
+    }
+    InfoRow {
+        Layout.fillWidth: true
+        visible: section.device.hasSelfInfo
+        label: qsTrId("device.field.type")
+        value: section.device.typeName
+    }
+    InfoRow {
+        Layout.fillWidth: true
+        visible: section.device.hasSelfInfo
+        label: qsTrId("device.field.public.key")
+        value: section.device.publicKeyPrefix
+        monospaced: true
+        selectable: true
+    }
+    InfoRow {
+        Layout.fillWidth: true
+        visible: section.device.hasDeviceInfo
+        label: qsTrId("device.field.model")
+        value: section.device.model
+    }
+    InfoRow {
+        Layout.fillWidth: true
+        visible: section.device.hasDeviceInfo
+        label: qsTrId("device.field.firmware")
+        value: section.device.firmware
+    }
+}
