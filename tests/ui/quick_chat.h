@@ -8,17 +8,26 @@
 #include <QString>
 #include <memory>
 
-// Loads the chat view of the QML module into a window of its own.
-inline std::unique_ptr<QQuickView>
-loadChatView(MeshController* controller, const QString& conversationKey, QSize size = {720, 640}) {
+// Loads one view of the QML module into a window of its own, with the
+// root's required properties set.
+inline std::unique_ptr<QQuickView> loadTalvenneView(const QString& file,
+                                                    const QVariantMap& properties, QSize size) {
     auto view = std::make_unique<QQuickView>();
     view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    view->setInitialProperties({{QStringLiteral("controller"), QVariant::fromValue(controller)},
-                                {QStringLiteral("conversationKey"), conversationKey}});
+    view->setInitialProperties(properties);
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->resize(size);
-    view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/ChatView.qml")));
+    view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/") + file));
     return view;
+}
+
+// Loads the chat view of one conversation.
+inline std::unique_ptr<QQuickView>
+loadChatView(MeshController* controller, const QString& conversationKey, QSize size = {720, 640}) {
+    return loadTalvenneView(QStringLiteral("ChatView.qml"),
+                            {{QStringLiteral("controller"), QVariant::fromValue(controller)},
+                             {QStringLiteral("conversationKey"), conversationKey}},
+                            size);
 }
 
 template <typename T = QQuickItem>

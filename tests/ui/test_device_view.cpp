@@ -2,11 +2,17 @@
 // simulated radio on virtual time.
 #include "device_view_model.h"
 #include "logic/device_texts.h"
+#include "protocol/mesh_protocol.h"
+#include "quick_chat.h"
 #include "shell_rig.h"
 #include "translations.h"
 
+#include <QQuickStyle>
 #include <QSignalSpy>
 #include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+
+Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
 using namespace std::chrono_literals;
 using ViewLogic::Tint;
@@ -18,6 +24,7 @@ private Q_SLOTS:
     void initTestCase() {
         TestSupport::isolateFromUserFiles();
         QVERIFY(installTranslations(*QCoreApplication::instance()));
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
     }
 
     void batterySymbolByPercentage_data() {
@@ -107,6 +114,65 @@ private Q_SLOTS:
         QCOMPARE(rig.controller->selfInfo()->txPower, 7);
     }
 
+    // The pane itself: a drag of the power slider reaches the radio once, on
+    // release; reboot waits for the confirmation and Cancel sends nothing.
+    void paneSendsOnReleaseAndConfirmation() {
+        ShellRig rig;
+        QVERIFY(rig.connect());
+        auto view = loadTalvenneView(
+            QStringLiteral("DeviceView.qml"),
+            {{QStringLiteral("controller"), QVariant::fromValue(rig.controller.get())}},
+            {360, 1000});
+        QVERIFY2(view->rootObject(), qPrintable(view->errors().value(0).toString()));
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        rig.clock.advance(2s);
+        rig.radio.clearWrittenFrames();
+
+        auto* slider = findItem(*view, "txPowerSlider");
+        QVERIFY(slider && slider->isVisible());
+        const double maximum = slider->property("to").toDouble();
+        QVERIFY(maximum > 10);
+        const int y = int(slider->height() / 2);
+        const auto xAt = [&](double dBm) {
+            return int(slider->property("leftPadding").toDouble() +
+                       dBm / maximum * slider->property("availableWidth").toDouble());
+        };
+        const QPoint handle =
+            slider->mapToScene({qreal(xAt(slider->property("value").toDouble())), qreal(y)})
+                .toPoint();
+        QTest::mousePress(view.get(), Qt::LeftButton, {}, handle);
+        for (double dBm : {8.0, 5.0, 3.0}) {
+            QTest::mouseMove(view.get(), slider->mapToScene({qreal(xAt(dBm)), qreal(y)}).toPoint());
+            rig.clock.advance(100ms);
+        }
+        QVERIFY(rig.radio.writtenFrames().isEmpty());
+        QTest::mouseRelease(view.get(), Qt::LeftButton, {},
+                            slider->mapToScene({qreal(xAt(3)), qreal(y)}).toPoint());
+        rig.clock.advance(1s);
+        QCOMPARE(rig.radio.writtenFrames().value(0), MeshProtocol::setTxPower(3));
+        QCOMPARE(rig.controller->selfInfo()->txPower, 3);
+
+        QObject* dialog = view->rootObject()->findChild<QObject*>(QStringLiteral("rebootDialog"));
+        QVERIFY(dialog);
+        rig.radio.clearWrittenFrames();
+        QMetaObject::invokeMethod(findItem(*view, "rebootButton"), "clicked");
+        QTRY_VERIFY(dialog->property("opened").toBool());
+        QVERIFY(rig.radio.writtenFrames().isEmpty());
+        QMetaObject::invokeMethod(dialog->findChild<QObject*>(QStringLiteral("rebootCancel")),
+                                  "clicked");
+        QTRY_VERIFY(!dialog->property("visible").toBool());
+        rig.clock.advance(1s);
+        QVERIFY(rig.radio.writtenFrames().isEmpty());
+
+        QMetaObject::invokeMethod(findItem(*view, "rebootButton"), "clicked");
+        QTRY_VERIFY(dialog->property("opened").toBool());
+        QMetaObject::invokeMethod(dialog->findChild<QObject*>(QStringLiteral("rebootConfirm")),
+                                  "clicked");
+        rig.clock.advance(1s);
+        QVERIFY(rig.radio.writtenFrames().contains(MeshProtocol::reboot()));
+    }
+
     void advertShowsSentForTwoSecondsEvenWithoutARadio() {
         ShellRig rig; // never connected: the advert fails quietly
         DeviceViewModel device;
@@ -122,5 +188,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestDeviceView)
+QTEST_MAIN(TestDeviceView)
 #include "test_device_view.moc"
