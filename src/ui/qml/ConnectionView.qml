@@ -133,7 +133,7 @@ Rectangle {
                             objectName: "scanSpinner"
                             visible: view.shell.scanning
                             running: visible
-                            palette.dark: Theme.accent
+                            palette.text: Theme.accent
                             Layout.preferredWidth: 22
                             Layout.preferredHeight: 22
                         }

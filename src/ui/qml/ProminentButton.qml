@@ -25,6 +25,7 @@ Button {
             anchors.centerIn: parent
             visible: button.working
             running: visible
+            palette.text: "white"
             width: 18
             height: 18
         }
