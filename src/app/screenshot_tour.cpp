@@ -144,15 +144,24 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              fillSheet("addChannelSheet", {{"nameField", QStringLiteral("Night owls")}}, "submit");
          }},
         {{}, 300, [this] { setMain("showAddChannel", false); }},
-        // The device pane beside a chat, right after a flood advert.
+        // The device pane beside a chat.
         {QStringLiteral("device"), 1500,
          [this] {
              m_controller->setSelectedConversation(ConversationID::channel(0));
              setMain("inspector", QStringLiteral("device"));
-             if (QObject* model = find("deviceModel"))
-                 QTimer::singleShot(600, model, [model] {
-                     QMetaObject::invokeMethod(model, "advertise", Q_ARG(int, 1));
-                 });
+         }},
+        // Its foot, right after a flood advert.
+        {QStringLiteral("device-adverts"), 800,
+         [this] {
+             if (QObject* pane = find("deviceView")) {
+                 auto* flickable = pane->property("contentItem").value<QObject*>();
+                 if (flickable)
+                     flickable->setProperty("contentY",
+                                            flickable->property("contentHeight").toReal() -
+                                                flickable->property("height").toReal());
+             }
+             if (QObject* advert = find("floodAdvert"))
+                 QMetaObject::invokeMethod(advert, "send");
          }},
         {QStringLiteral("device-reboot"), 600,
          [this] {

@@ -1,5 +1,6 @@
 // The device pane: its texts and symbols, and its view model against the
 // simulated radio on virtual time.
+#include "advert_sender.h"
 #include "device_view_model.h"
 #include "logic/device_texts.h"
 #include "protocol/mesh_protocol.h"
@@ -175,16 +176,42 @@ private Q_SLOTS:
 
     void advertShowsSentForTwoSecondsEvenWithoutARadio() {
         ShellRig rig; // never connected: the advert fails quietly
-        DeviceViewModel device;
-        device.setController(rig.controller.get());
-        device.advertise(0);
+        AdvertSender advert;
+        advert.setController(rig.controller.get());
+        advert.setKind(0);
+        QSignalSpy sentChanges(&advert, &AdvertSender::sentChanged);
+        advert.send();
         rig.clock.advance(10ms);
-        QVERIFY(device.advertZeroSent());
-        QVERIFY(!device.advertFloodSent());
+        QVERIFY(advert.sent());
         rig.clock.advance(1900ms);
-        QVERIFY(device.advertZeroSent());
+        QVERIFY(advert.sent());
         rig.clock.advance(200ms);
-        QVERIFY(!device.advertZeroSent());
+        QVERIFY(!advert.sent());
+        QCOMPARE(sentChanges.size(), 2);
+    }
+
+    // Each press ends its own "sent" two seconds after it; a sender that goes
+    // away with ends still to come leaves nothing behind on the clock.
+    void advertPressesEndOnTheirOwn() {
+        ShellRig rig;
+        QVERIFY(rig.connect());
+        auto advert = std::make_unique<AdvertSender>();
+        advert->setController(rig.controller.get());
+        advert->send();
+        rig.clock.advance(1s);
+        QVERIFY(advert->sent());
+        QCOMPARE(rig.radio.writtenFrames().value(0), MeshProtocol::sendSelfAdvert(1));
+        advert->send();
+        rig.clock.advance(1100ms); // the first press's two seconds are over
+        QVERIFY(!advert->sent());
+        QCOMPARE(rig.radio.writtenFrames().size(), 2);
+
+        advert->send();
+        rig.clock.advance(500ms);
+        QVERIFY(advert->sent());
+        const int pending = rig.clock.pendingTimers(); // the second and third ends among them
+        advert.reset();
+        QCOMPARE(rig.clock.pendingTimers(), pending - 2);
     }
 };
 

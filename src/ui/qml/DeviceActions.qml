@@ -13,21 +13,32 @@ ColumnLayout {
 
     spacing: 8
 
+    AdvertSender {
+        id: zeroHop
+        objectName: "zeroHopAdvert"
+        controller: actions.device.controller
+        kind: 0
+    }
+    AdvertSender {
+        id: flood
+        objectName: "floodAdvert"
+        controller: actions.device.controller
+        kind: 1
+    }
+
     PaneButton {
         objectName: "advertZeroButton"
-        text: qsTrId(actions.device.advertZeroSent ? "device.button.advertise.zero.sent"
-                                                   : "device.button.advertise.zero")
-        symbol: actions.device.advertZeroSent ? "checkmark.circle.fill" : "dot.radiowaves.left.and.right"
-        tint: actions.device.advertZeroSent ? Theme.green : Theme.primaryText
-        onClicked: actions.device.advertise(0)
+        text: qsTrId(zeroHop.sent ? "device.button.advertise.zero.sent" : "device.button.advertise.zero")
+        symbol: zeroHop.sent ? "checkmark.circle.fill" : "dot.radiowaves.left.and.right"
+        tint: zeroHop.sent ? Theme.green : Theme.primaryText
+        onClicked: zeroHop.send()
     }
     PaneButton {
         objectName: "advertFloodButton"
-        text: qsTrId(actions.device.advertFloodSent ? "device.button.advertise.flood.sent"
-                                                    : "device.button.advertise.flood")
-        symbol: actions.device.advertFloodSent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
-        tint: actions.device.advertFloodSent ? Theme.green : Theme.primaryText
-        onClicked: actions.device.advertise(1)
+        text: qsTrId(flood.sent ? "device.button.advertise.flood.sent" : "device.button.advertise.flood")
+        symbol: flood.sent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
+        tint: flood.sent ? Theme.green : Theme.primaryText
+        onClicked: flood.send()
     }
     PaneButton {
         objectName: "rebootButton"

@@ -14,8 +14,6 @@ Item {
     property string mode: "messages"      // "messages" or "nodes"
     property string nodeSelection: ""     // a public key in nodes mode
     property string inspector: ""         // "", "device" or "chatInfo"
-    property bool advertSent: false
-    property int advertsInFlight: 0
     property bool showAddContact: false
     property bool showAddChannel: false
 
@@ -27,17 +25,11 @@ Item {
 
     function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
 
-    function advertise() {
-        // Each press sends its own advert and shows the sent state for 2 s.
-        controller.sendAdvertQml(1).then(function () {
-            main.advertSent = true
-            advertTimer.restart()
-        })
-    }
-    Timer {
-        id: advertTimer
-        interval: 2000
-        onTriggered: main.advertSent = false
+    AdvertSender {
+        id: advert
+        objectName: "toolbarAdvert"
+        controller: main.controller
+        kind: 1
     }
 
     // --- Sheets: a fresh one each time, so no field survives a closing.
@@ -104,12 +96,12 @@ Item {
             }
             ToolbarButton {
                 objectName: "advertiseButton"
-                symbol: main.advertSent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
-                tint: main.advertSent ? Theme.green : Theme.primaryText
-                text: qsTrId(main.advertSent ? "main.toolbar.advertise.sent" : "main.toolbar.advertise")
+                symbol: advert.sent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
+                tint: advert.sent ? Theme.green : Theme.primaryText
+                text: qsTrId(advert.sent ? "main.toolbar.advertise.sent" : "main.toolbar.advertise")
                 help: qsTrId("main.toolbar.advertise.help")
                 showText: true
-                onClicked: main.advertise()
+                onClicked: advert.send()
             }
             ToolbarButton {
                 objectName: "conversationInfoButton"

@@ -10,13 +10,6 @@ using namespace std::chrono_literals;
 DeviceViewModel::DeviceViewModel(QObject* parent)
     : QObject(parent) {}
 
-DeviceViewModel::~DeviceViewModel() {
-    if (m_controller && m_controller->clock()) {
-        for (std::uint64_t timer : std::as_const(m_sentTimers))
-            m_controller->clock()->cancel(timer);
-    }
-}
-
 void DeviceViewModel::setController(MeshController* controller) {
     if (m_controller == controller)
         return;
@@ -170,31 +163,6 @@ void DeviceViewModel::commitTxPower() {
             // The slider stays where the user put it.
         }
     }(m_controller, power);
-}
-
-void DeviceViewModel::advertise(int kind) {
-    if (m_controller && (kind == 0 || kind == 1))
-        runAdvert(kind);
-}
-
-QCoro::Task<void> DeviceViewModel::runAdvert(int kind) {
-    QPointer<DeviceViewModel> self(this);
-    co_await m_controller->sendAdvert(std::uint8_t(kind));
-    if (!self || !m_controller)
-        co_return;
-    m_advertSent[kind] = true;
-    Q_EMIT stateChanged();
-    // Each press shows "sent" for two seconds of its own.
-    Clock* clock = m_controller->clock();
-    const auto timer = std::make_shared<Clock::TimerId>(0);
-    *timer = clock->schedule(2s, [self, kind, timer] {
-        if (!self)
-            return;
-        self->m_sentTimers.removeOne(*timer);
-        self->m_advertSent[kind] = false;
-        Q_EMIT self->stateChanged();
-    });
-    m_sentTimers.append(*timer);
 }
 
 void DeviceViewModel::refresh() {

@@ -10,8 +10,8 @@
 #include <qcoro/qcorotask.h>
 
 // What the device pane shows of the connected radio, as ready texts, and
-// the pane's own short-lived state: the name editor, the power slider and
-// the two seconds of "sent" after an advert. Setting the controller is the
+// the pane's own short-lived state: the name editor and the power slider.
+// Setting the controller is the
 // pane appearing: statistics and battery are read once, then the slider
 // takes the radio's power.
 class DeviceViewModel : public QObject {
@@ -43,12 +43,9 @@ class DeviceViewModel : public QObject {
     Q_PROPERTY(bool canSaveName READ canSaveName NOTIFY stateChanged)
     Q_PROPERTY(double txPower MEMBER m_txPower NOTIFY stateChanged)
     Q_PROPERTY(QString txPowerText READ txPowerText NOTIFY stateChanged)
-    Q_PROPERTY(bool advertZeroSent READ advertZeroSent NOTIFY stateChanged)
-    Q_PROPERTY(bool advertFloodSent READ advertFloodSent NOTIFY stateChanged)
 
 public:
     explicit DeviceViewModel(QObject* parent = nullptr);
-    ~DeviceViewModel() override;
 
     MeshController* controller() const { return m_controller; }
     void setController(MeshController* controller);
@@ -75,15 +72,11 @@ public:
     bool busy() const { return m_busy; }
     bool canSaveName() const { return !m_busy && !m_nameDraft.isEmpty(); }
     QString txPowerText() const;
-    bool advertZeroSent() const { return m_advertSent[0]; }
-    bool advertFloodSent() const { return m_advertSent[1]; }
 
     Q_INVOKABLE void editName();
     Q_INVOKABLE void saveName();
     // The slider was let go: the radio gets its position, fraction dropped.
     Q_INVOKABLE void commitTxPower();
-    // 0: zero hop, 1: flood.
-    Q_INVOKABLE void advertise(int kind);
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void disconnectRadio();
 
@@ -96,14 +89,10 @@ private:
     QCoro::Task<void> appear();
     QCoro::Task<void> runRefresh();
     QCoro::Task<void> runSaveName(QString name);
-    QCoro::Task<void> runAdvert(int kind);
 
     QPointer<MeshController> m_controller;
     bool m_editingName = false;
     QString m_nameDraft;
     bool m_busy = false;
     double m_txPower = 0;
-    bool m_advertSent[2] = {false, false};
-    // Per advert button: timers of "sent" states still to end.
-    QList<std::uint64_t> m_sentTimers;
 };
