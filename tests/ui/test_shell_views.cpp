@@ -1,3 +1,4 @@
+#include "quick_chat.h"
 #include "shell_rig.h"
 #include "translations.h"
 
@@ -28,6 +29,22 @@ class TestShellViews : public QObject {
     bool shows(const char* name) const {
         auto* item = find<QQuickItem>(name);
         return item && item->isVisible();
+    }
+    // Looks through visual children too, where repeated and list items live.
+    QQuickItem* item(const char* name) const {
+        auto* window = qobject_cast<QQuickWindow*>(root());
+        return window ? findVisualItem(window->contentItem(), QLatin1String(name)) : nullptr;
+    }
+    QQuickItem* listRow(const char* list, int index) const {
+        QQuickItem* row = nullptr;
+        QMetaObject::invokeMethod(find(list), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row),
+                                  Q_ARG(int, index));
+        return row;
+    }
+    void click(QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) const {
+        QVERIFY(item);
+        const QPointF centre = item->mapToScene({item->width() / 2, item->height() / 2});
+        QTest::mouseClick(item->window(), button, {}, centre.toPoint());
     }
     // Moves virtual time and lets Qt Quick catch up (fades, bindings).
     void advance(std::chrono::milliseconds duration) {
@@ -141,6 +158,73 @@ private Q_SLOTS:
                  qtTrId("sidebar.empty.nodes.title"));
         QCOMPARE(find("nodeEmptyDetail")->property("title").toString(),
                  qtTrId("main.empty.node.title"));
+    }
+
+    // The picker, a node row and the node's Message button hand the mode and
+    // the selection to the main view, which stays their single owner.
+    void nodeToChatRoundTrip() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        click(item("modeButton_nodes"));
+        QTRY_VERIFY(find("nodeList"));
+        QCOMPARE(find("mainView")->property("mode").toString(), QStringLiteral("nodes"));
+        QTRY_VERIFY(listRow("nodeList", 0));
+        click(listRow("nodeList", 0));
+        QTRY_VERIFY(shows("nodeDetailView"));
+        QVERIFY(!find("mainView")->property("nodeSelection").toString().isEmpty());
+        QCOMPARE(find("nodeList")->property("currentIndex").toInt(), 0);
+
+        // A node that can chat opens its conversation in messages mode.
+        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
+        find("mainView")->setProperty("nodeSelection", aino->publicKey);
+        QTRY_VERIFY(shows("messageButton"));
+        QMetaObject::invokeMethod(find("messageButton"), "clicked");
+        QTRY_VERIFY(find("conversationList"));
+        QVERIFY(!find("nodeList"));
+        QCOMPARE(m_rig->controller->selectedConversation(),
+                 std::optional(ConversationID::contact(aino->publicKey)));
+
+        // Back in nodes mode: a click on another row selects that node.
+        click(item("modeButton_nodes"));
+        QTRY_VERIFY(find("nodeList"));
+        QTRY_VERIFY(listRow("nodeList", 1));
+        click(listRow("nodeList", 1));
+        QString second;
+        QMetaObject::invokeMethod(find("nodeModel"), "keyAt", Q_RETURN_ARG(QString, second),
+                                  Q_ARG(int, 1));
+        QTRY_COMPARE(find("mainView")->property("nodeSelection").toString(), second);
+        QCOMPARE(find("nodeList")->property("currentIndex").toInt(), 1);
+    }
+
+    // Right-click menus: favourite for a contact, remove for a channel.
+    void rowContextMenus() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
+        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
+
+        QQuickItem* contactRow = listRow("conversationList", 1);
+        click(contactRow, Qt::RightButton);
+        auto* favorite = contactRow->findChild<QObject*>(QStringLiteral("favoriteMenuItem"));
+        QVERIFY(favorite);
+        QTRY_VERIFY(favorite->property("visible").toBool());
+        QVERIFY(!contactRow->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"))
+                     ->property("visible")
+                     .toBool());
+        QCOMPARE(favorite->property("text").toString(), qtTrId("sidebar.favorite.add"));
+        QMetaObject::invokeMethod(favorite, "triggered");
+        QVERIFY(m_rig->controller->favorites().contains(aino->publicKey));
+
+        QQuickItem* channelRow = listRow("conversationList", 0);
+        click(channelRow, Qt::RightButton);
+        auto* remove = channelRow->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"));
+        QVERIFY(remove);
+        QTRY_VERIFY(remove->property("visible").toBool());
+        QMetaObject::invokeMethod(remove, "triggered");
+        advance(2s);
+        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 4);
+        for (const Channel& channel : m_rig->controller->channels())
+            QVERIFY(channel.index != 0);
     }
 };
 

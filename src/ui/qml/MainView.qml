@@ -150,8 +150,8 @@ Item {
             shell: main.shell
             mode: main.mode
             nodeSelection: main.nodeSelection
-            onModeChanged: main.mode = mode
-            onNodeSelectionChanged: main.nodeSelection = nodeSelection
+            onModePicked: (mode) => main.mode = mode
+            onNodeSelected: (key) => main.nodeSelection = key
         }
 
         // --- Detail column

@@ -10,9 +10,14 @@ Rectangle {
 
     required property MeshController controller
     required property ShellModel shell
+    // Both belong to the main view; the sidebar shows them and asks for
+    // changes through the two signals.
     property string mode: "messages"
     property string nodeSelection: ""
     readonly property bool nodesMode: mode === "nodes"
+
+    signal modePicked(string mode)
+    signal nodeSelected(string key)
 
     objectName: "sidebarView"
     color: Theme.sidebarBackground
@@ -40,7 +45,7 @@ Rectangle {
     function selectRow(row) {
         if (nodesMode) {
             if (row >= 0 && row < nodes.count)
-                nodeSelection = nodes.keyAt(row)
+                nodeSelected(nodes.keyAt(row))
         } else if (row >= 0 && row < conversations.count) {
             shell.select(conversations.keyAt(row))
         }
@@ -51,86 +56,20 @@ Rectangle {
         anchors.topMargin: 10
         spacing: 8
 
-        // Segmented mode picker.
-        Rectangle {
+        ModePicker {
             Layout.fillWidth: true
             Layout.leftMargin: 10
             Layout.rightMargin: 10
-            implicitHeight: 30
-            radius: 8
-            color: Theme.controlBackground
-
-            Rectangle {
-                x: 2 + (sidebar.nodesMode ? (parent.width - 4) / 2 : 0)
-                y: 2
-                width: (parent.width - 4) / 2
-                height: parent.height - 4
-                radius: 6
-                color: Theme.dark ? Qt.rgba(1, 1, 1, 0.16) : "white"
-                border.color: Theme.separator
-                Behavior on x { NumberAnimation { duration: 150; easing.type: Easing.OutQuad } }
-            }
-            Row {
-                anchors.fill: parent
-                Repeater {
-                    model: [
-                        { mode: "messages", key: "main.mode.messages", symbol: "bubble.left.and.bubble.right.fill" },
-                        { mode: "nodes", key: "main.mode.nodes", symbol: "point.3.connected.trianglepath.dotted" }
-                    ]
-                    delegate: MouseArea {
-                        required property var modelData
-                        objectName: "modeButton_" + modelData.mode
-                        width: parent.width / 2
-                        height: parent.height
-                        cursorShape: Qt.PointingHandCursor
-                        onClicked: sidebar.mode = modelData.mode
-                        Row {
-                            anchors.centerIn: parent
-                            spacing: 6
-                            Icon {
-                                anchors.verticalCenter: parent.verticalCenter
-                                symbol: modelData.symbol
-                                size: 13
-                                color: sidebar.mode === modelData.mode ? Theme.primaryText : Theme.secondaryText
-                            }
-                            Text {
-                                anchors.verticalCenter: parent.verticalCenter
-                                text: qsTrId(modelData.key)
-                                color: sidebar.mode === modelData.mode ? Theme.primaryText : Theme.secondaryText
-                                font.pixelSize: Theme.subheadlineSize
-                                font.weight: sidebar.mode === modelData.mode ? Font.DemiBold : Font.Normal
-                            }
-                        }
-                    }
-                }
-            }
+            mode: sidebar.mode
+            onPicked: (mode) => sidebar.modePicked(mode)
         }
-
-        // Search field.
-        TextField {
+        SearchField {
             id: searchField
             objectName: "sidebarSearch"
             Layout.fillWidth: true
             Layout.leftMargin: 10
             Layout.rightMargin: 10
             placeholderText: qsTrId(sidebar.nodesMode ? "sidebar.search.nodes" : "sidebar.search.conversations")
-            leftPadding: 30
-            font.pixelSize: Theme.calloutSize
-            background: Rectangle {
-                implicitHeight: 30
-                radius: 8
-                color: Theme.controlBackground
-                border.color: searchField.activeFocus ? Theme.accent : "transparent"
-                border.width: 1
-            }
-            Icon {
-                anchors.left: parent.left
-                anchors.leftMargin: 9
-                anchors.verticalCenter: parent.verticalCenter
-                symbol: "magnifyingglass"
-                size: 14
-                color: Theme.secondaryText
-            }
             Keys.onDownPressed: { list.forceActiveFocus(); sidebar.selectRow(0) }
         }
 
@@ -244,26 +183,13 @@ Rectangle {
                                 sidebar.selectRow(cell.index)
                         }
                     }
-                    Menu {
+                    SidebarRowMenu {
                         id: contextMenu
-                        readonly property bool isChannel: !sidebar.nodesMode && cell.model.kind === "channel"
-                        readonly property string contactKey: sidebar.nodesMode ? cell.model.key : (cell.model.contactKey || "")
-                        MenuItem {
-                            visible: !contextMenu.isChannel
-                            height: visible ? implicitHeight : 0
-                            text: qsTrId(cell.model.isFavorite ? "sidebar.favorite.remove" : "sidebar.favorite.add")
-                            icon.source: Look.iconSource(cell.model.isFavorite ? "star.slash" : "star")
-                            onTriggered: sidebar.controller.toggleFavorite(contextMenu.contactKey)
-                        }
-                        MenuItem {
-                            visible: contextMenu.isChannel
-                            height: visible ? implicitHeight : 0
-                            text: qsTrId("sidebar.channel.remove")
-                            icon.source: Look.iconSource("trash")
-                            icon.color: Theme.red
-                            palette.windowText: Theme.red
-                            onTriggered: sidebar.controller.removeChannelQml(cell.model.channelIndex)
-                        }
+                        controller: sidebar.controller
+                        isChannel: !sidebar.nodesMode && cell.model.kind === "channel"
+                        channelIndex: isChannel ? cell.model.channelIndex : -1
+                        contactKey: sidebar.nodesMode ? cell.model.key : (cell.model.contactKey || "")
+                        isFavorite: cell.model.isFavorite || false
                     }
                 }
             }

@@ -1,0 +1,34 @@
+import QtQuick
+import QtQuick.Controls
+import Talvenne
+
+// The context menu of a sidebar row: favourite or not for a contact or a
+// node, remove for a channel.
+Menu {
+    id: menu
+
+    required property MeshController controller
+    property bool isChannel: false
+    property int channelIndex: -1
+    property string contactKey
+    property bool isFavorite: false
+
+    MenuItem {
+        objectName: "favoriteMenuItem"
+        visible: !menu.isChannel
+        height: visible ? implicitHeight : 0
+        text: qsTrId(menu.isFavorite ? "sidebar.favorite.remove" : "sidebar.favorite.add")
+        icon.source: Look.iconSource(menu.isFavorite ? "star.slash" : "star")
+        onTriggered: menu.controller.toggleFavorite(menu.contactKey)
+    }
+    MenuItem {
+        objectName: "removeChannelMenuItem"
+        visible: menu.isChannel
+        height: visible ? implicitHeight : 0
+        text: qsTrId("sidebar.channel.remove")
+        icon.source: Look.iconSource("trash")
+        icon.color: Theme.red
+        palette.windowText: Theme.red
+        onTriggered: menu.controller.removeChannelQml(menu.channelIndex)
+    }
+}
