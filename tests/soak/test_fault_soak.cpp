@@ -3,16 +3,10 @@
 // middle of the handshake. Whatever happens: nothing crashes, no request
 // waits beyond its timeout, every outgoing message ends sent, delivered or
 // failed, and the history file always loads.
-#include "controller/conversation_store.h"
-#include "controller/mesh_controller.h"
-#include "sim/simulated_radio.h"
-#include "test_support.h"
-#include "time/clock.h"
+#include "sim_rig.h"
 
 #include <QFile>
 #include <QRandomGenerator>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QTest>
 #include <chrono>
 #include <list>
@@ -29,13 +23,7 @@ int envInt(const char* name, int fallback) {
     return ok ? value : fallback;
 }
 
-struct Soak {
-    QTemporaryDir dir;
-    ManualClock clock;
-    SimulatedRadio radio{&clock, 17};
-    std::unique_ptr<ConversationStore> store;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<MeshController> controller;
+struct Soak : SimRig {
     QRandomGenerator random;
     // Every operation's outcome lives until the end: a finished coroutine
     // writes into it, and the rig is torn down before it.
@@ -45,17 +33,12 @@ struct Soak {
     int sends = 0;
 
     explicit Soak(quint32 seed)
-        : random(seed) {
-        radio.setSeed(seed);
+        : SimRig(seed)
+        , random(seed) {
         radio.populateDemoNeighbours();
         radio.setDropAnswers(0.2);
-        store = std::make_unique<ConversationStore>(dir.filePath(QStringLiteral("history.json")));
-        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
-                                               QSettings::IniFormat);
-        controller =
-            std::make_unique<MeshController>(&radio, &clock, nullptr, store.get(), settings.get());
-        clock.settle();
     }
+    // The outcomes below outlive the controller's last writes into them.
     ~Soak() { controller.reset(); }
 
     void track(QCoro::Task<void> task) {
