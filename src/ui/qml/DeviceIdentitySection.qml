@@ -43,6 +43,8 @@ PaneSection {
             Layout.fillWidth: true
             text: section.device.nameDraft
             placeholderText: qsTrId("device.field.name.placeholder")
+            placeholderTextColor: Theme.secondaryText
+            color: Theme.primaryText
             font.pixelSize: Theme.calloutSize
             onTextEdited: section.device.nameDraft = text
             onAccepted: section.device.saveName()

@@ -8,6 +8,10 @@ TextField {
 
     leftPadding: 30
     font.pixelSize: Theme.calloutSize
+    color: Theme.primaryText
+    placeholderTextColor: Theme.secondaryText
+    selectionColor: Theme.selection
+    selectedTextColor: Theme.primaryText
     background: Rectangle {
         implicitHeight: 30
         radius: 8

@@ -1,0 +1,103 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Talvenne
+
+// The card of radios found nearby, with the scan spinner, or the scan's
+// status while the list is empty. A click on a row connects to that radio.
+Rectangle {
+    id: card
+
+    required property MeshController controller
+    required property ShellModel shell
+
+    implicitHeight: Math.min(260, cardColumn.implicitHeight + 28)
+    radius: 14
+    color: Theme.dark ? Qt.rgba(1, 1, 1, 0.05) : Qt.rgba(1, 1, 1, 0.75)
+    border.color: Theme.separator
+    border.width: 1
+
+    DeviceListModel {
+        id: devices
+        controller: card.controller
+    }
+
+    ColumnLayout {
+        id: cardColumn
+        anchors.fill: parent
+        anchors.margins: 14
+        spacing: 8
+
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+            Icon {
+                symbol: "antenna.radiowaves.left.and.right"
+                size: 16
+                color: Theme.accent
+            }
+            Text {
+                Layout.fillWidth: true
+                text: qsTrId("connection.nearby.devices")
+                color: Theme.primaryText
+                font.pixelSize: Theme.headlineSize
+                font.weight: Font.DemiBold
+            }
+            BusyIndicator {
+                objectName: "scanSpinner"
+                visible: card.shell.scanning
+                running: visible
+                palette.text: Theme.accent
+                Layout.preferredWidth: 22
+                Layout.preferredHeight: 22
+            }
+        }
+
+        ColumnLayout {
+            objectName: "emptyDevices"
+            visible: devices.count === 0
+            Layout.fillWidth: true
+            Layout.topMargin: 10
+            Layout.bottomMargin: 10
+            spacing: 8
+            Icon {
+                Layout.alignment: Qt.AlignHCenter
+                symbol: "magnifyingglass"
+                size: 28
+                color: Theme.secondaryText
+            }
+            Text {
+                objectName: "connectionStatus"
+                Layout.alignment: Qt.AlignHCenter
+                text: card.shell.statusText
+                color: Theme.secondaryText
+                font.pixelSize: Theme.calloutSize
+            }
+        }
+
+        ListView {
+            objectName: "deviceList"
+            visible: devices.count > 0
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.preferredHeight: contentHeight
+            clip: true
+            spacing: 2
+            model: devices
+            boundsBehavior: Flickable.StopAtBounds
+            delegate: DeviceRow {
+                required property int index
+                required property var model
+                width: ListView.view.width
+                deviceId: model.deviceId
+                name: model.name
+                rssi: model.rssi
+                rssiText: model.rssiText
+                onAction: {
+                    card.shell.dismissConnectionError()
+                    devices.connectTo(index)
+                }
+            }
+        }
+    }
+}
