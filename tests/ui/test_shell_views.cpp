@@ -203,7 +203,8 @@ private Q_SLOTS:
         QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
         const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
 
-        QQuickItem* contactRow = listRow("conversationList", 1);
+        QQuickItem* contactRow = nullptr;
+        QTRY_VERIFY((contactRow = listRow("conversationList", 1)));
         click(contactRow, Qt::RightButton);
         auto* favorite = contactRow->findChild<QObject*>(QStringLiteral("favoriteMenuItem"));
         QVERIFY(favorite);
@@ -215,7 +216,8 @@ private Q_SLOTS:
         QMetaObject::invokeMethod(favorite, "triggered");
         QVERIFY(m_rig->controller->favorites().contains(aino->publicKey));
 
-        QQuickItem* channelRow = listRow("conversationList", 0);
+        QQuickItem* channelRow = nullptr;
+        QTRY_VERIFY((channelRow = listRow("conversationList", 0)));
         click(channelRow, Qt::RightButton);
         auto* remove = channelRow->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"));
         QVERIFY(remove);
