@@ -3,10 +3,6 @@
 #include "logic/device_texts.h"
 #include "look.h"
 
-#include <chrono>
-
-using namespace std::chrono_literals;
-
 DeviceViewModel::DeviceViewModel(QObject* parent)
     : QObject(parent) {}
 

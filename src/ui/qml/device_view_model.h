@@ -11,9 +11,8 @@
 
 // What the device pane shows of the connected radio, as ready texts, and
 // the pane's own short-lived state: the name editor and the power slider.
-// Setting the controller is the
-// pane appearing: statistics and battery are read once, then the slider
-// takes the radio's power.
+// Setting the controller is the pane appearing: statistics and battery are
+// read once, then the slider takes the radio's power.
 class DeviceViewModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
