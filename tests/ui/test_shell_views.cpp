@@ -46,6 +46,18 @@ class TestShellViews : public QObject {
         const QPointF centre = item->mapToScene({item->width() / 2, item->height() / 2});
         QTest::mouseClick(item->window(), button, {}, centre.toPoint());
     }
+    // Right-clicks a row of the conversation list and returns the menu item
+    // of that name once the menu shows it; null if it never does.
+    QObject* rowMenuItem(int index, const char* name) const {
+        QQuickItem* row = nullptr;
+        if (!QTest::qWaitFor([&] { return (row = listRow("conversationList", index)); }))
+            return nullptr;
+        click(row, Qt::RightButton);
+        auto* menuItem = row->findChild<QObject*>(QLatin1String(name));
+        if (!menuItem || !QTest::qWaitFor([&] { return menuItem->property("visible").toBool(); }))
+            return nullptr;
+        return menuItem;
+    }
     // Moves virtual time and lets Qt Quick catch up (fades, bindings).
     void advance(std::chrono::milliseconds duration) {
         m_rig->clock.advance(duration);
@@ -203,25 +215,18 @@ private Q_SLOTS:
         QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
         const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
 
-        QQuickItem* contactRow = nullptr;
-        QTRY_VERIFY((contactRow = listRow("conversationList", 1)));
-        click(contactRow, Qt::RightButton);
-        auto* favorite = contactRow->findChild<QObject*>(QStringLiteral("favoriteMenuItem"));
+        QObject* favorite = rowMenuItem(1, "favoriteMenuItem");
         QVERIFY(favorite);
-        QTRY_VERIFY(favorite->property("visible").toBool());
-        QVERIFY(!contactRow->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"))
+        QVERIFY(!listRow("conversationList", 1)
+                     ->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"))
                      ->property("visible")
                      .toBool());
         QCOMPARE(favorite->property("text").toString(), qtTrId("sidebar.favorite.add"));
         QMetaObject::invokeMethod(favorite, "triggered");
         QVERIFY(m_rig->controller->favorites().contains(aino->publicKey));
 
-        QQuickItem* channelRow = nullptr;
-        QTRY_VERIFY((channelRow = listRow("conversationList", 0)));
-        click(channelRow, Qt::RightButton);
-        auto* remove = channelRow->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"));
+        QObject* remove = rowMenuItem(0, "removeChannelMenuItem");
         QVERIFY(remove);
-        QTRY_VERIFY(remove->property("visible").toBool());
         QMetaObject::invokeMethod(remove, "triggered");
         advance(2s);
         QTRY_COMPARE(find("conversationList")->property("count").toInt(), 4);
