@@ -204,7 +204,74 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                  setMain("inspector", QStringLiteral("chatInfo"));
              });
          }},
+        // Strangers pick their names and texts: markup, overrides, invisible
+        // and control characters, piles of marks and right-to-left scripts.
+        {QStringLiteral("hostile-names"), 1500,
+         [this] {
+             const QString key = addHostileNeighbours();
+             m_controller->setSelectedConversation(ConversationID::contact(key));
+             setMain("inspector", QStringLiteral("chatInfo"));
+         }},
+        {QStringLiteral("hostile-channel"), 900,
+         [this] {
+             setMain("inspector", QString());
+             m_controller->setSelectedConversation(ConversationID::channel(0));
+         }},
     };
+}
+
+// Neighbours whose names and messages try every trick; returns the key of
+// the one whose chat the tour opens.
+QString ScreenshotTour::addHostileNeighbours() {
+    using Direction = ChatMessage::Direction;
+    const QStringList names{
+        QStringLiteral("<b>Bold</b> <i>Bob</i>"),
+        QStringLiteral("<img src=http://127.0.0.1:9/>"),
+        QStringLiteral("<u>Ann</u>\u202Egnp.exe"),
+        QStringLiteral("Al\u200Bi\u2066ce\uFEFF \u0007\u001B[31m"),
+        QStringLiteral("Z") + QString(13, QChar(0x0301)) + QStringLiteral("algo"),
+        QStringLiteral("علي الحسن"),
+        QStringLiteral("שלום <i>Dana</i>"),
+    };
+    const QStringList texts{
+        QStringLiteral("<img src=\"http://127.0.0.1:9/x.png\"> hi"),
+        QStringLiteral("pay \u202E0001\u202C now\u0007"),
+        QStringLiteral("meet at <gate 3> at 5"),
+        QString(120, QLatin1Char('W')),
+        QStringLiteral("<a href=\"http://example.org\">click</a>"),
+        QStringLiteral("مرحبا 12:30"),
+        QStringLiteral("line one\nline two"),
+    };
+    const QDateTime t = QDateTime::currentDateTimeUtc().addSecs(-600);
+    QString first;
+    for (int i = 0; i < names.size(); ++i) {
+        Contact contact;
+        contact.publicKey = QStringLiteral("e%1").arg(i) + QString(62, QLatin1Char('4'));
+        contact.name = names.at(i);
+        contact.type = MeshProtocol::AdvertType::chat;
+        contact.outPathLength = 1;
+        contact.lastAdvert = t;
+        contact.lastModified = t;
+        if (m_radio) {
+            m_radio->addContact(contact);
+            m_radio->pushFrame(RadioFrames::contactFrame(contact, RadioFrames::Code::newAdvert));
+        }
+        m_controller->appendMessage(message(Direction::incoming, texts.at(i), t.addSecs(i)),
+                                    ConversationID::contact(contact.publicKey));
+        if (first.isEmpty())
+            first = contact.publicKey;
+    }
+    const QStringList channelLines{
+        QStringLiteral("<b>Mallory</b>: <img src=\"http://127.0.0.1:9/y.png\"> look"),
+        QStringLiteral("\u202Eyrollam: the override stays in its box"),
+        QStringLiteral("דנה: שלום לכולם"),
+        QStringLiteral("Z") + QString(12, QChar(0x0336)) + QStringLiteral(": marks stay in line"),
+    };
+    for (int i = 0; i < channelLines.size(); ++i)
+        m_controller->appendMessage(
+            message(Direction::incoming, channelLines.at(i), t.addSecs(60 + i)),
+            ConversationID::channel(0));
+    return first;
 }
 
 void ScreenshotTour::start() {

@@ -41,6 +41,7 @@ private:
     void fillDirectChat(const QString& contactKey);
     void fillChannelChat();
     void openLastReportCard();
+    QString addHostileNeighbours();
     // Sets properties of named objects inside a sheet, then calls `method`
     // (if any) on the object named "form".
     void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,

@@ -125,17 +125,22 @@ QCoro::Task<void> MeshController::joinHashtagChannel(QString hashtag) {
     co_await addChannel(name, hashtagChannelSecret(name));
 }
 
-QString MeshController::hashtagChannelName(QStringView hashtag) {
-    // Spaces and tabs only: a line break is no part of a pasted tag's margin.
-    const auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
+QString MeshController::trimmedBlanks(QStringView text) {
+    // A pasted no-break or ideographic space would otherwise name another channel.
+    const auto blank = [](QChar c) { return c == u'\t' || c.category() == QChar::Separator_Space; };
     qsizetype begin = 0;
-    qsizetype end = hashtag.size();
-    while (begin < end && blank(hashtag.at(begin)))
+    qsizetype end = text.size();
+    while (begin < end && blank(text.at(begin)))
         ++begin;
-    while (end > begin && blank(hashtag.at(end - 1)))
+    while (end > begin && blank(text.at(end - 1)))
         --end;
-    const QStringView tag = hashtag.sliced(begin, end - begin);
-    return tag.startsWith(u'#') ? tag.toString() : QLatin1Char('#') + tag.toString();
+    return text.sliced(begin, end - begin).toString();
+}
+
+QString MeshController::hashtagChannelName(QStringView hashtag) {
+    // A line break is no part of a pasted tag's margin and stays.
+    const QString tag = trimmedBlanks(hashtag);
+    return tag.startsWith(u'#') ? tag : QLatin1Char('#') + tag;
 }
 
 QByteArray MeshController::hashtagChannelSecret(const QString& channelName) {

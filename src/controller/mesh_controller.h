@@ -172,6 +172,8 @@ public:
     void appendMessage(const ChatMessage& message, const ConversationID& target);
     QString conversationTitle(const ConversationID& target) const;
 
+    // The first contact whose key starts with a whole 12-digit prefix; a
+    // shorter prefix matches no contact.
     std::optional<Contact> contactForPrefix(const QString& prefix) const;
     std::optional<Contact> contactForKey(const QString& key) const;
     std::optional<Channel> channelForIndex(int index) const;
@@ -254,8 +256,11 @@ public:
     // it go, and the history is saved. An index outside the slots throws
     // device(illegalArgument) and sends nothing.
     QCoro::Task<void> removeChannel(int index);
-    // The channel name for a typed hashtag: spaces and tabs trimmed, "#" put
-    // in front unless it is there already. Case is kept.
+    // `text` without the horizontal white space at both ends: tabs and every
+    // space character (no-break, ideographic, ...); line breaks stay.
+    static QString trimmedBlanks(QStringView text);
+    // The channel name for a typed hashtag: blanks trimmed, "#" put in front
+    // unless it is there already. Case is kept.
     static QString hashtagChannelName(QStringView hashtag);
     // The first 16 bytes of channelDigest of the name's UTF-8 bytes.
     static QByteArray hashtagChannelSecret(const QString& channelName);

@@ -14,6 +14,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto sendTimeout = 8s;
+// A sender's key prefix: the first 6 bytes of its key as hex.
+constexpr qsizetype keyPrefixHexDigits = 12;
 
 // The key under which a sent direct message waits for its acknowledgement.
 QString acknowledgementKey(std::uint32_t ackCode) {
@@ -131,6 +133,11 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
         message.timestamp = e->timestamp;
         message.snr = e->snr;
         message.pathLength = e->pathLength;
+        // A frame cut inside the sender's prefix names nobody, and nothing
+        // of its text arrived: it is dropped rather than filed under a
+        // contact that merely starts with the bytes that came.
+        if (e->prefix.size() < keyPrefixHexDigits)
+            return;
         // A sender missing from the contact list gets a conversation under its key prefix.
         const auto contact = contactForPrefix(e->prefix);
         appendMessage(message, ConversationID::contact(contact ? contact->publicKey : e->prefix));
@@ -203,6 +210,9 @@ QString MeshController::conversationTitle(const ConversationID& target) const {
 }
 
 std::optional<Contact> MeshController::contactForPrefix(const QString& prefix) const {
+    // Every key starts with a shorter prefix (the empty one included).
+    if (prefix.size() < keyPrefixHexDigits)
+        return std::nullopt;
     for (const Contact& contact : m_contacts) {
         if (contact.publicKey.startsWith(prefix))
             return contact;

@@ -6,7 +6,6 @@
 #include <QDateTime>
 #include <QMetaType>
 #include <QString>
-
 #include <cstdint>
 #include <optional>
 
@@ -40,8 +39,9 @@ struct DeviceInfo {
 
 struct BatteryInfo {
     int milliVolts = 0;
-    std::optional<int> usedStorageKB;
-    std::optional<int> totalStorageKB;
+    // Unsigned 32-bit on the wire: 4 TB and more must not turn negative.
+    std::optional<std::uint32_t> usedStorageKB;
+    std::optional<std::uint32_t> totalStorageKB;
 
     // 0 to 100, none when the voltage is below 1 mV.
     std::optional<int> percentage() const;

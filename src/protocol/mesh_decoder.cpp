@@ -65,8 +65,8 @@ BatteryInfo readBattery(FrameReader& reader) {
     battery.milliVolts = reader.u16();
     // Older firmware reports the voltage alone.
     if (reader.remaining() >= 8) {
-        battery.usedStorageKB = static_cast<int>(reader.u32());
-        battery.totalStorageKB = static_cast<int>(reader.u32());
+        battery.usedStorageKB = reader.u32();
+        battery.totalStorageKB = reader.u32();
     }
     return battery;
 }

@@ -223,6 +223,20 @@ private Q_SLOTS:
         QTest::newRow("UTF-8 of the name") << "sää\t"
                                            << "#sää"
                                            << "bb1d59b087df34bb38e990ca17481973";
+        QTest::newRow("no-break and ideographic spaces")
+            << QStringLiteral("\u00a0#lora\u3000") << "#lora" << lora;
+        QTest::newRow("every space character, inside too")
+            << QStringLiteral("\u2003\u202flo\u00a0ra\u205f") << QStringLiteral("#lo\u00a0ra")
+            << MeshProtocol::hexString(
+                   QCryptographicHash::hash(QStringLiteral("#lo\u00a0ra").toUtf8(),
+                                            QCryptographicHash::Sha256)
+                       .first(16));
+        QTest::newRow("zero-width space is no white space")
+            << QStringLiteral("\u200blora") << QStringLiteral("#\u200blora")
+            << MeshProtocol::hexString(
+                   QCryptographicHash::hash(QStringLiteral("#\u200blora").toUtf8(),
+                                            QCryptographicHash::Sha256)
+                       .first(16));
         QTest::newRow("line break is not trimmed")
             << "lora\n"
             << "#lora\n"

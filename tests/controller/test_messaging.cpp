@@ -173,6 +173,25 @@ private Q_SLOTS:
         QCOMPARE(rig.notifier.badges, QList<std::int64_t>{1});
     }
 
+    // A frame cut inside the sender's prefix carries no text and names nobody:
+    // it must not land in the first contact whose key starts with those bytes.
+    void truncatedSenderPrefixIsDropped_data() {
+        QTest::addColumn<QString>("prefix");
+        QTest::newRow("nothing of the prefix") << QString();
+        QTest::newRow("two bytes of it") << contactKey.left(4);
+        QTest::newRow("one digit short") << contactKey.left(11);
+    }
+    void truncatedSenderPrefixIsDropped() {
+        QFETCH(QString, prefix);
+        ControllerRig rig;
+        rig.deliver(Events::Contact{makeContact(contactKey, "Ann")});
+        QVERIFY(!rig.controller->contactForPrefix(prefix));
+        QVERIFY(rig.controller->contactForPrefix(contactKey.left(12)));
+        rig.deliver(directFrom(prefix, QString()));
+        QVERIFY(rig.controller->conversations().isEmpty());
+        QVERIFY(rig.notifier.posted.isEmpty());
+    }
+
     // Unread and notification only when the user is not looking at it.
     void viewingSuppressesUnreadAndNotification_data() {
         QTest::addColumn<bool>("selected");

@@ -94,6 +94,9 @@ private Q_SLOTS:
         row("battery with storage", hex("0c 100e 01000000 00020000"),
             Events::Battery{{3600, 1, 512}});
         row("battery, one byte", hex("0c 10"), Events::Battery{{16, {}, {}}});
+        // Storage is unsigned on the wire; the top bit is no sign.
+        row("battery, storage above 2^31 KB", hex("0c 100e 00000080 ffffffff"),
+            Events::Battery{{3600, 0x80000000u, 0xFFFFFFFFu}});
 
         row("device info", hex("0d 08 010203040506") + QByteArray("12 Mar 2025\0", 12) + "T-Beam",
             Events::DeviceInfo{{8, "12 Mar 2025", "T-Beam"}});

@@ -67,6 +67,10 @@ private Q_SLOTS:
                     "'textType':0,'timestamp':1,'text':'ö'}");
         QTest::newRow("battery, storage absent")
             << hex("0c 100e") << json("{'event':'battery','battery':{'milliVolts':3600}}");
+        QTest::newRow("battery, storage above 2^31 KB stays unsigned")
+            << hex("0c 100e 00000080 ffffffff")
+            << json("{'event':'battery','battery':{'milliVolts':3600,"
+                    "'usedStorageKB':2147483648,'totalStorageKB':4294967295}}");
         QTest::newRow("radio stats")
             << hex("18 01 88ff a6 ef 64000000 04030201")
             << json("{'event':'stats','stats':{'noiseFloor':-120,'lastRSSI':-90,'lastSNR':-4.25,"

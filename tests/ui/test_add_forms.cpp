@@ -38,16 +38,18 @@ private Q_SLOTS:
         QQuickStyle::setStyle(QStringLiteral("Fusion"));
     }
 
-    void trimmedFieldRemovesOnlySpacesAndTabs_data() {
+    void trimmedFieldRemovesOnlyBlanks_data() {
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("trimmed");
         QTest::newRow("spaces") << QStringLiteral("  Aino  ") << QStringLiteral("Aino");
         QTest::newRow("tabs") << QStringLiteral("\tAino\t") << QStringLiteral("Aino");
         QTest::newRow("inner kept") << QStringLiteral(" Aino  V ") << QStringLiteral("Aino  V");
         QTest::newRow("newline kept") << QStringLiteral("Aino\n") << QStringLiteral("Aino\n");
+        QTest::newRow("pasted no-break and ideographic spaces")
+            << QStringLiteral("\u00a0#lora\u3000\u2009") << QStringLiteral("#lora");
         QTest::newRow("blank") << QStringLiteral(" \t ") << QString();
     }
-    void trimmedFieldRemovesOnlySpacesAndTabs() {
+    void trimmedFieldRemovesOnlyBlanks() {
         QFETCH(QString, typed);
         QFETCH(QString, trimmed);
         QCOMPARE(ViewLogic::trimmedField(typed), trimmed);
@@ -107,6 +109,8 @@ private Q_SLOTS:
             << 3 << QString() << QString() << QStringLiteral("#lora") << false << true;
         QTest::newRow("join hashtag, blank")
             << 3 << QStringLiteral("Owls") << QString() << QStringLiteral("  ") << false << false;
+        QTest::newRow("join hashtag, only pasted blanks")
+            << 3 << QString() << QString() << QStringLiteral("\u00a0\u3000") << false << false;
         QTest::newRow("join hashtag, working")
             << 3 << QString() << QString() << QStringLiteral("#lora") << true << false;
     }
@@ -184,7 +188,7 @@ private Q_SLOTS:
         form.setMode(3);
         QVERIFY(form.errorMessage().isEmpty());
 
-        form.setProperty("hashtag", QStringLiteral(" #lora "));
+        form.setProperty("hashtag", QStringLiteral(" #lora\u00a0"));
         form.submit();
         rig.clock.advance(1s);
         QCOMPARE(finished.count(), 1);

@@ -5,14 +5,7 @@
 namespace ViewLogic {
 
 QString trimmedField(const QString& text) {
-    const auto blank = [](QChar c) { return c == QLatin1Char(' ') || c == QLatin1Char('\t'); };
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && blank(text.at(begin)))
-        ++begin;
-    while (end > begin && blank(text.at(end - 1)))
-        --end;
-    return text.sliced(begin, end - begin);
+    return MeshController::trimmedBlanks(text);
 }
 
 HexCounter hexCounter(const QString& typed, int required) {

@@ -7,7 +7,8 @@
 // count, and when the main button may be pressed.
 namespace ViewLogic {
 
-// Spaces and tabs removed from both ends (other white space stays).
+// Tabs and space characters of every kind removed from both ends (line
+// breaks stay).
 QString trimmedField(const QString& text);
 
 // "12/64": how many hex digits a typed key or secret holds, against the

@@ -2,6 +2,7 @@
 
 #include "ui/logic/conversation_row.h"
 #include "ui/logic/node_symbols.h"
+#include "ui/logic/safe_text.h"
 
 namespace ViewLogic {
 
@@ -89,7 +90,7 @@ VerificationControl verificationControl(const Contact& contact, VerificationStat
 std::optional<LocalizedText> conflictBannerText(const Contact& contact, VerificationState state) {
     if (state != VerificationState::conflict)
         return std::nullopt;
-    return LocalizedText::fromKey("chat.conflict.message", {contact.name});
+    return LocalizedText::fromKey("chat.conflict.message", {safeName(contact.name)});
 }
 
 VerificationCard verificationCard(VerificationState state) {

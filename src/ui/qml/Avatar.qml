@@ -55,6 +55,7 @@ Item {
         anchors.centerIn: parent
         visible: avatar.symbol.length === 0
         text: avatar.initials
+        textFormat: Text.PlainText
         color: "white"
         font.pixelSize: Math.round(avatar.size * 0.38)
         font.bold: true

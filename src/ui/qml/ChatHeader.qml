@@ -36,6 +36,7 @@ Rectangle {
                 objectName: "chatTitle"
                 Layout.fillWidth: true
                 text: header.chat.title
+                textFormat: Text.PlainText
                 color: Theme.primaryText
                 font.pixelSize: Theme.headlineSize
                 font.weight: Font.DemiBold
@@ -45,6 +46,7 @@ Rectangle {
                 objectName: "chatSubtitle"
                 Layout.fillWidth: true
                 text: header.chat.subtitle
+                textFormat: Text.PlainText
                 color: Theme.secondaryText
                 font.pixelSize: Theme.captionSize
                 elide: Text.ElideRight

@@ -31,6 +31,7 @@ Rectangle {
             objectName: "conflictText"
             Layout.fillWidth: true
             text: banner.chat.conflictText
+            textFormat: Text.PlainText
             color: "white"
             font.pixelSize: Theme.captionSize
             font.weight: Font.Medium

@@ -30,6 +30,7 @@ Rectangle {
             Text {
                 objectName: "pillTitle"
                 text: pill.shell.pillTitle
+                textFormat: Text.PlainText
                 color: Theme.primaryText
                 font.pixelSize: Theme.subheadlineSize
                 font.weight: Font.DemiBold

@@ -47,6 +47,7 @@ Item {
                     objectName: "rowTitle"
                     Layout.fillWidth: true
                     text: row.title
+                    textFormat: Text.PlainText
                     color: Theme.primaryText
                     font.pixelSize: Theme.bodySize
                     font.weight: Font.DemiBold
@@ -65,6 +66,7 @@ Item {
                 Text {
                     Layout.fillWidth: true
                     text: row.subtitle
+                    textFormat: Text.PlainText
                     color: Theme.secondaryText
                     font.pixelSize: Theme.captionSize + 1
                     elide: Text.ElideRight

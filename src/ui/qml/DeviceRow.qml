@@ -39,6 +39,7 @@ Rectangle {
                 objectName: "deviceName"
                 Layout.fillWidth: true
                 text: row.name
+                textFormat: Text.PlainText
                 color: Theme.primaryText
                 font.pixelSize: Theme.bodySize
                 font.weight: Font.DemiBold

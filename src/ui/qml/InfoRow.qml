@@ -37,6 +37,7 @@ RowLayout {
         Layout.alignment: Qt.AlignVCenter
         horizontalAlignment: Text.AlignRight
         text: row.value
+        textFormat: TextEdit.PlainText
         readOnly: true
         selectByMouse: row.selectable
         // Values are short; one line keeps the row's height stable.

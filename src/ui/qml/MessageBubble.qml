@@ -98,6 +98,7 @@ Item {
                 Text {
                     visible: bubbleRow.hasSender
                     text: bubbleRow.sender
+                    textFormat: Text.PlainText
                     color: bubbleRow.senderColor
                     font.pixelSize: Theme.captionSize
                     font.weight: Font.DemiBold

@@ -22,6 +22,7 @@ ColumnLayout {
         Layout.fillWidth: true
         horizontalAlignment: Text.AlignHCenter
         text: header.node.name
+        textFormat: Text.PlainText
         elide: Text.ElideRight
         color: Theme.primaryText
         font.pixelSize: Theme.title2Size

@@ -47,6 +47,7 @@ Item {
                     objectName: "rowTitle"
                     Layout.fillWidth: true
                     text: row.title
+                    textFormat: Text.PlainText
                     color: Theme.primaryText
                     font.pixelSize: Theme.bodySize
                     font.weight: Font.Medium

@@ -15,6 +15,7 @@ Rectangle {
     Text {
         anchors.centerIn: parent
         text: parent.badgeText
+        textFormat: Text.PlainText
         color: parent.senderColor
         font.pixelSize: Theme.captionSize
         font.bold: true

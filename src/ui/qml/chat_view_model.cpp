@@ -3,6 +3,7 @@
 #include "conversation_key.h"
 #include "logic/chat_header.h"
 #include "logic/composer.h"
+#include "logic/safe_text.h"
 #include "look.h"
 
 #include <QtGlobal>
@@ -76,10 +77,10 @@ void ChatViewModel::refresh() {
                                   : std::nullopt;
         const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
         header.isChannel = m_target->isChannel();
-        header.title = base.title;
+        header.title = ViewLogic::safeName(base.title);
         header.subtitle = base.subtitle.text();
         header.avatarSeed = base.avatarSeed;
-        header.avatarInitials = base.avatarInitials;
+        header.avatarInitials = ViewLogic::safeName(base.avatarInitials);
         header.avatarSymbol = base.avatarSymbol.value_or(QString());
         if (contact && base.showsVerification) {
             const auto state =

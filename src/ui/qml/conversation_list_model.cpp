@@ -2,6 +2,7 @@
 
 #include "controller/mesh_controller.h"
 #include "logic/relative_time.h"
+#include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
 
 using SidebarRows::ConversationEntry;
@@ -76,9 +77,9 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
     case SectionRole:
         return entry.section;
     case TitleRole:
-        return row.title;
+        return ViewLogic::safeName(row.title);
     case SubtitleRole:
-        return row.subtitle;
+        return ViewLogic::safePreview(row.subtitle);
     case TimeTextRole:
         return row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString();
     case UnreadRole:
@@ -86,7 +87,7 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
     case SeedRole:
         return row.seed;
     case InitialsRole:
-        return row.initials;
+        return ViewLogic::safeName(row.initials);
     case SymbolRole:
         return row.symbol.value_or(QString());
     case IsFavoriteRole:

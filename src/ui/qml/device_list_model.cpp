@@ -2,6 +2,7 @@
 
 #include "controller/mesh_controller.h"
 #include "logic/connection_texts.h"
+#include "logic/safe_text.h"
 
 DeviceListModel::DeviceListModel(QObject* parent)
     : QAbstractListModel(parent) {}
@@ -48,7 +49,7 @@ QVariant DeviceListModel::data(const QModelIndex& index, int role) const {
     case IdRole:
         return device.id.toString(QUuid::WithoutBraces);
     case NameRole:
-        return device.name;
+        return ViewLogic::safeName(device.name);
     case RssiRole:
         return device.rssi;
     case RssiTextRole:

@@ -1,6 +1,7 @@
 #include "device_view_model.h"
 
 #include "logic/device_texts.h"
+#include "logic/safe_text.h"
 #include "look.h"
 
 DeviceViewModel::DeviceViewModel(QObject* parent)
@@ -29,7 +30,7 @@ bool DeviceViewModel::hasSelfInfo() const {
 }
 
 QString DeviceViewModel::name() const {
-    return hasSelfInfo() ? m_controller->selfInfo()->name : QString();
+    return hasSelfInfo() ? ViewLogic::safeName(m_controller->selfInfo()->name) : QString();
 }
 
 QString DeviceViewModel::typeName() const {
@@ -49,7 +50,7 @@ QString DeviceViewModel::model() const {
     if (!hasDeviceInfo())
         return {};
     const QString& model = m_controller->deviceInfo()->model;
-    return model.isEmpty() ? QStringLiteral("\u2014") : model;
+    return model.isEmpty() ? QStringLiteral("\u2014") : ViewLogic::safeName(model);
 }
 
 QString DeviceViewModel::firmware() const {
@@ -121,7 +122,8 @@ QString DeviceViewModel::txPowerText() const {
 }
 
 void DeviceViewModel::editName() {
-    m_nameDraft = name();
+    // The draft starts from the name as the radio has it, not as shown.
+    m_nameDraft = hasSelfInfo() ? m_controller->selfInfo()->name : QString();
     m_editingName = true;
     Q_EMIT stateChanged();
 }

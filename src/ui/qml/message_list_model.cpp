@@ -3,6 +3,7 @@
 #include "conversation_key.h"
 #include "logic/channel_sender.h"
 #include "logic/delivery_report.h"
+#include "logic/safe_text.h"
 #include "logic/text_segments.h"
 #include "look.h"
 
@@ -184,18 +185,20 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
     case OutgoingRole:
         return outgoing;
     case RichTextRole:
-        return styledText(channelSender().body, outgoing, m_mentionColor, m_linkColor);
+        return styledText(ViewLogic::safeBody(channelSender().body), outgoing, m_mentionColor,
+                          m_linkColor);
     case TextRole:
         return message->text;
     case SenderRole:
-        return channelSender().sender;
+        return ViewLogic::safeName(channelSender().sender);
     case SenderColorRole: {
         const QString sender = channelSender().sender;
         return sender.isEmpty() ? QColor() : ViewLogic::senderColor(sender);
     }
     case SenderBadgeRole: {
         const QString sender = channelSender().sender;
-        return sender.isEmpty() ? QString() : ViewLogic::senderBadgeText(sender);
+        return sender.isEmpty() ? QString()
+                                : ViewLogic::safeName(ViewLogic::senderBadgeText(sender));
     }
     case TimeTextRole:
         return ViewLogic::bubbleFooter(*message).time;

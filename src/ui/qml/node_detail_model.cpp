@@ -3,6 +3,7 @@
 #include "logic/date_formats.h"
 #include "logic/node_details.h"
 #include "logic/node_symbols.h"
+#include "logic/safe_text.h"
 #include "look.h"
 
 using ViewLogic::Verification;
@@ -45,18 +46,19 @@ QString NodeDetailModel::name() const {
     if (!m_contact)
         return {};
     if (!m_contact->name.isEmpty())
-        return m_contact->name;
+        return ViewLogic::safeName(m_contact->name);
     return qtTrId(m_inspector ? "inspector.chat.info.unnamed" : "node.detail.unnamed");
 }
 
 QString NodeDetailModel::title() const {
     if (!m_contact)
         return {};
-    return m_contact->name.isEmpty() ? m_contact->publicKey.left(12) : m_contact->name;
+    return ViewLogic::safeName(m_contact->name.isEmpty() ? m_contact->publicKey.left(12)
+                                                         : m_contact->name);
 }
 
 QString NodeDetailModel::initials() const {
-    return m_contact ? m_contact->initials() : QString();
+    return m_contact ? ViewLogic::safeName(m_contact->initials()) : QString();
 }
 
 QString NodeDetailModel::avatarSymbol() const {

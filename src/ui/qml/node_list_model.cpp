@@ -3,6 +3,7 @@
 #include "controller/mesh_controller.h"
 #include "logic/conversation_row.h"
 #include "logic/node_symbols.h"
+#include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
 #include "look.h"
 
@@ -49,9 +50,9 @@ QVariant NodeListModel::data(const QModelIndex& index, int role) const {
     case SectionRole:
         return entry.section;
     case TitleRole:
-        return ViewLogic::contactTitle(contact);
+        return ViewLogic::safeName(ViewLogic::contactTitle(contact));
     case InitialsRole:
-        return contact.initials();
+        return ViewLogic::safeName(contact.initials());
     case AvatarSymbolRole:
         return ViewLogic::nodeAvatarSymbol(contact.type).value_or(QString());
     case TypeNameRole:

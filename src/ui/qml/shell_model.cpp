@@ -3,6 +3,7 @@
 #include "controller/mesh_controller.h"
 #include "logic/connection_texts.h"
 #include "logic/conversation_row.h"
+#include "logic/safe_text.h"
 #include "look.h"
 
 #include <QMetaEnum>
@@ -95,7 +96,8 @@ bool ShellModel::syncing() const {
 }
 
 QString ShellModel::pillTitle() const {
-    return ViewLogic::pillTitle(m_controller ? m_controller->selfInfo() : std::nullopt);
+    return ViewLogic::safeName(
+        ViewLogic::pillTitle(m_controller ? m_controller->selfInfo() : std::nullopt));
 }
 
 QString ShellModel::pillSecondLine() const {
@@ -176,5 +178,5 @@ QString ShellModel::contactTitle(const QString& publicKey) const {
     if (!m_controller)
         return {};
     const auto contact = m_controller->contactForKey(publicKey);
-    return contact ? ViewLogic::contactTitle(*contact) : QString();
+    return contact ? ViewLogic::safeName(ViewLogic::contactTitle(*contact)) : QString();
 }

@@ -1,0 +1,342 @@
+#include "quick_chat.h"
+#include "shell_rig.h"
+#include "translations.h"
+#include "ui/logic/safe_text.h"
+
+#include <QMutex>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QQmlApplicationEngine>
+#include <QQmlNetworkAccessManagerFactory>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTcpServer>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+#include <qcoro/qcoroqml.h>
+
+Q_IMPORT_QML_PLUGIN(TalvennePlugin)
+
+using namespace std::chrono_literals;
+using TestSupport::captureVoid;
+using TestSupport::VoidOutcome;
+
+namespace {
+
+// Every URL the engine's network managers were asked for; none is fetched.
+// Image loads run on a thread of their own, hence the lock.
+class RecordingNetworkFactory : public QQmlNetworkAccessManagerFactory {
+public:
+    QNetworkAccessManager* create(QObject* parent) override { return new Manager(this, parent); }
+    void clear() {
+        QMutexLocker lock(&m_mutex);
+        m_requests.clear();
+    }
+    QList<QUrl> requests() const {
+        QMutexLocker lock(&m_mutex);
+        return m_requests;
+    }
+
+private:
+    class Manager : public QNetworkAccessManager {
+    public:
+        Manager(RecordingNetworkFactory* factory, QObject* parent)
+            : QNetworkAccessManager(parent)
+            , m_factory(factory) {}
+
+    protected:
+        QNetworkReply* createRequest(Operation operation, const QNetworkRequest& request,
+                                     QIODevice* data) override {
+            {
+                QMutexLocker lock(&m_factory->m_mutex);
+                m_factory->m_requests.append(request.url());
+            }
+            // Answered at once with an error, without touching the network.
+            return QNetworkAccessManager::createRequest(
+                operation, QNetworkRequest(QUrl(QStringLiteral("unknown-scheme:refused"))), data);
+        }
+
+    private:
+        RecordingNetworkFactory* m_factory;
+    };
+
+    mutable QMutex m_mutex;
+    QList<QUrl> m_requests;
+};
+
+QString key(char digit) {
+    return QString(64, QLatin1Char(digit));
+}
+
+Contact chatContact(const QString& publicKey, const QString& name) {
+    Contact contact;
+    contact.publicKey = publicKey;
+    contact.type = MeshProtocol::AdvertType::chat;
+    contact.name = name;
+    contact.outPathLength = 1;
+    return contact;
+}
+
+bool isTextItem(const QQuickItem* item) {
+    return item->inherits("QQuickText") || item->inherits("QQuickTextEdit") ||
+           item->inherits("QQuickTextInput");
+}
+
+void collectTextItems(QQuickItem* item, QList<QQuickItem*>& found) {
+    if (isTextItem(item))
+        found.append(item);
+    for (QQuickItem* child : item->childItems())
+        collectTextItems(child, found);
+}
+
+// A character no label may show as it came: it is hidden, steers the
+// direction of what follows, or breaks the line. Our own isolate pair
+// around a whole text is the one exception.
+bool isForbiddenInLabel(const QString& text, bool multiLine) {
+    const QList<uint> codePoints = text.toUcs4();
+    for (qsizetype i = 0; i < codePoints.size(); ++i) {
+        const char32_t c = codePoints.at(i);
+        const bool ourIsolate =
+            (c == 0x2068 && i == 0) ||
+            (c == 0x2069 && i == codePoints.size() - 1 && codePoints.at(0) == 0x2068);
+        if (ourIsolate || (multiLine && c == u'\n') || c == 0x200C || c == 0x200D)
+            continue;
+        if (c < 0x20 || (c >= 0x7F && c <= 0x9F) || QChar::category(c) == QChar::Other_Format ||
+            c == 0x2028 || c == 0x2029)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+// Names and texts a stranger picks go through the simulated radio into the
+// whole window, and every label that shows them shows plain, isolated,
+// harmless text that fetches nothing.
+class TestHostileText : public QObject {
+    Q_OBJECT
+
+    QTcpServer m_listener; // where the images point; nobody may call
+    QString m_imageUrl;
+    RecordingNetworkFactory m_factory;
+    std::unique_ptr<ShellRig> m_rig;
+    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    QStringList m_names;
+    QString m_verifiedKey;
+    QString m_spoofKey;
+
+    QObject* root() const { return m_engine->rootObjects().value(0); }
+    QObject* find(const char* name) const {
+        return root() ? root()->findChild<QObject*>(QLatin1String(name)) : nullptr;
+    }
+    QList<QQuickItem*> textItems() const {
+        QList<QQuickItem*> found;
+        if (auto* window = qobject_cast<QQuickWindow*>(root()))
+            collectTextItems(window->contentItem(), found);
+        return found;
+    }
+    // Moves virtual time and lets Qt Quick catch up.
+    void advance(std::chrono::milliseconds duration) {
+        m_rig->clock.advance(duration);
+        QTest::qWait(20);
+    }
+
+    // What every text item of the window shows, checked item by item.
+    void checkEveryLabel(QStringList* shown) const {
+        for (QQuickItem* item : textItems()) {
+            const QString text = item->property("text").toString();
+            const int format = item->property("textFormat").toInt();
+            const bool richBubble = item->objectName() == QLatin1String("messageText");
+            if (richBubble) {
+                // The bubble is rich text by design; everything from the
+                // radio in it is escaped.
+                QCOMPARE(format, int(Qt::RichText));
+                QVERIFY2(!text.contains(QLatin1String("<img")) &&
+                             !text.contains(QLatin1String("<b>")),
+                         qPrintable(text));
+            } else if (!item->inherits("QQuickTextInput")) {
+                QVERIFY2(format == int(Qt::PlainText) || !Qt::mightBeRichText(text),
+                         qPrintable(item->objectName() + QLatin1String(": ") + text));
+            }
+            QVERIFY2(!isForbiddenInLabel(text, richBubble),
+                     qPrintable(item->objectName() + QLatin1String(": ") + text));
+            if (item->isVisible())
+                shown->append(text);
+        }
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        TestSupport::isolateFromUserFiles();
+        QCoro::Qml::registerTypes();
+        installTranslations(*QCoreApplication::instance());
+        QVERIFY(m_listener.listen(QHostAddress::LocalHost));
+        m_imageUrl = QStringLiteral("http://127.0.0.1:%1/x.png").arg(m_listener.serverPort());
+    }
+
+    void init() {
+        m_rig = std::make_unique<ShellRig>();
+        const QString port = QString::number(m_listener.serverPort());
+        // Each fits the radio's 32-byte name field.
+        m_names = {
+            QStringLiteral("<b>Bold</b> <i>Bob</i>"),
+            QStringLiteral("<img src=http://localhost:") + port + QStringLiteral(">"),
+            QStringLiteral("<u>Ann</u>\u202Egnp.exe"),
+            QStringLiteral("<s>Al\u200Bi\u2066ce\uFEFF</s>"),
+            QStringLiteral("<b>\u0001\u001B[31m\u007F\u0085x</b>"),
+            QStringLiteral("Z") + QString(15, QChar(0x0301)),
+            QStringLiteral("<i>علي</i> Ali"),
+            QStringLiteral("<i>שלום</i>"),
+            QString(32, QLatin1Char('W')),
+        };
+        for (int i = 0; i < m_names.size(); ++i)
+            m_rig->radio.addContact(chatContact(key(char('a' + i)), m_names.at(i)));
+        // A second key under the first name, once that one is verified.
+        m_verifiedKey = key('a');
+        m_spoofKey = key('9');
+        m_rig->radio.addContact(chatContact(m_spoofKey, m_names.first()));
+
+        m_factory.clear();
+        m_engine = std::make_unique<QQmlApplicationEngine>();
+        m_engine->setNetworkAccessManagerFactory(&m_factory);
+        m_engine->setInitialProperties(
+            {{QStringLiteral("controller"), QVariant::fromValue(m_rig->controller.get())}});
+        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+        QVERIFY(root());
+    }
+
+    void cleanup() {
+        m_engine.reset();
+        m_rig.reset();
+    }
+
+    // The detector itself: a rich text image through the same engine is seen.
+    void anImageInRichTextWouldBeSeen() {
+        QQmlComponent component(m_engine.get());
+        component.setData("import QtQuick\nText { textFormat: Text.RichText }", QUrl());
+        std::unique_ptr<QObject> text(component.create());
+        QVERIFY(text);
+        text->setProperty("text", QStringLiteral("<img src=\"%1\">").arg(m_imageUrl));
+        QTRY_VERIFY(!m_factory.requests().isEmpty());
+    }
+
+    void hostileNamesAndTextsStayPlainAndFetchNothing() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(find("mainView"));
+        const auto now = QDateTime::currentDateTimeUtc();
+
+        // Traffic: an image preview, a control-laden text, a very long word,
+        // channel senders with markup and an override.
+        const QString imageText = QStringLiteral("<img src=\"%1\"> hi").arg(m_imageUrl);
+        m_rig->radio.queueIncomingDirect(key('a'), imageText, now);
+        m_rig->radio.queueIncomingDirect(key('c'), QStringLiteral("pay\u202E 0001\u0007\nline"),
+                                         now);
+        m_rig->radio.queueIncomingDirect(key('i'), QString(300, QLatin1Char('m')), now);
+        m_rig->radio.queueIncomingChannel(0, QStringLiteral("<b>Mallory</b>: ") + imageText, now);
+        m_rig->radio.queueIncomingChannel(0, QStringLiteral("\u202Eyrollam\u2069: yo"), now);
+        VoidOutcome renamed;
+        captureVoid(m_rig->controller->setDeviceName(QStringLiteral("<b>Radio</b>\u202E\u200B") +
+                                                     QString(80, QLatin1Char('R'))),
+                    &renamed);
+        VoidOutcome joined;
+        captureVoid(m_rig->controller->joinHashtagChannel(QStringLiteral("<i>x</i>\u202Ey")),
+                    &joined);
+        advance(2s);
+        QVERIFY(renamed.done && !renamed.error);
+        QVERIFY(joined.done && !joined.error);
+
+        // The verified first name under another key: the conflict check
+        // compares the names as received and still catches it.
+        const auto original = m_rig->controller->contactForKey(m_verifiedKey);
+        QVERIFY(original);
+        m_rig->controller->setVerified(*original);
+        const auto spoof = m_rig->controller->contactForKey(m_spoofKey);
+        QVERIFY(spoof);
+        QCOMPARE(m_rig->controller->conflictingVerifiedKey(*spoof), std::optional(m_verifiedKey));
+
+        // Sidebar rows: one height, one line, left-aligned whatever the script.
+        auto* list = qobject_cast<QQuickItem*>(find("conversationList"));
+        QVERIFY(list);
+        const int demoChats = 4;
+        const int rows = 2 + demoChats + int(m_names.size()) + 1;
+        QTRY_COMPARE(list->property("count").toInt(), rows);
+        QList<qreal> heights;
+        for (int row = 0; row < rows; ++row) {
+            QMetaObject::invokeMethod(list, "positionViewAtIndex", Q_ARG(int, row),
+                                      Q_ARG(int, 4 /* ListView.Contain */));
+            QQuickItem* delegate = nullptr;
+            QTRY_VERIFY(
+                (QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, delegate),
+                                           Q_ARG(int, row)),
+                 delegate));
+            heights << delegate->height();
+            QQuickItem* title = findVisualItem(delegate, QStringLiteral("rowTitle"));
+            QVERIFY(title);
+            const QString text = title->property("text").toString();
+            QCOMPARE(title->property("lineCount").toInt(), 1);
+            QVERIFY2(title->property("effectiveHorizontalAlignment").toInt() == Qt::AlignLeft,
+                     qPrintable(text));
+            QVERIFY2(title->height() < delegate->height(), qPrintable(text));
+        }
+        QCOMPARE(heights, QList<qreal>(rows, heights.first()));
+
+        // Open the spoofed contact's chat with its info pane, then the channel.
+        QStringList shown;
+        m_rig->controller->setSelectedConversation(ConversationID::contact(m_spoofKey));
+        find("mainView")->setProperty("inspector", QStringLiteral("chatInfo"));
+        QTRY_VERIFY(find("conflictText") && find("conflictText")->property("visible").toBool());
+        QTRY_VERIFY(find("chatInfoInspector"));
+        QTest::qWait(50);
+        checkEveryLabel(&shown);
+        m_rig->controller->setSelectedConversation(ConversationID::contact(key('a')));
+        QTest::qWait(50);
+        checkEveryLabel(&shown);
+        m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+        QTest::qWait(50);
+        checkEveryLabel(&shown);
+        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
+        find("mainView")->setProperty("nodeSelection", key('c'));
+        QTRY_VERIFY(find("nodeDetailView"));
+        QTest::qWait(50);
+        checkEveryLabel(&shown);
+
+        // The walk reached the labels that show radio text, each as shown safely.
+        const QStringList expected{
+            ViewLogic::safeName(m_names.at(0)),                    // row, header, node
+            ViewLogic::safeName(m_names.at(2)),                    // an override
+            ViewLogic::safeName(m_names.at(6)),                    // Arabic
+            ViewLogic::safePreview(imageText),                     // the sidebar preview
+            ViewLogic::safeName(QStringLiteral("<b>Mallory</b>")), // a channel sender
+            ViewLogic::safeName(QStringLiteral("\u202Eyrollam\u2069")),
+            qtTrId("chat.conflict.message").arg(ViewLogic::safeName(m_names.at(0))),
+            ViewLogic::safeName(m_rig->controller->selfInfo()->name), // the pill
+        };
+        for (const QString& text : expected)
+            QVERIFY2(shown.contains(text), qPrintable(text));
+
+        // Nothing asked for the images, through the engine or around it.
+        QTest::qWait(300);
+        QCOMPARE(m_factory.requests(), QList<QUrl>());
+        QVERIFY(!m_listener.hasPendingConnections());
+        QVERIFY(!m_listener.waitForNewConnection(0));
+    }
+
+    // The connection screen's rows, with a radio whose name is markup.
+    void radioRowShowsItsNameAsText() {
+        QQmlComponent component(m_engine.get(),
+                                QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/DeviceRow.qml")));
+        std::unique_ptr<QObject> row(component.createWithInitialProperties(
+            {{QStringLiteral("name"),
+              ViewLogic::safeName(QStringLiteral("<img src=\"%1\">\u202E").arg(m_imageUrl))}}));
+        QVERIFY2(row, qPrintable(component.errorString()));
+        auto* name = row->findChild<QQuickItem*>(QStringLiteral("deviceName"));
+        QVERIFY(name);
+        QCOMPARE(name->property("textFormat").toInt(), int(Qt::PlainText));
+        QTest::qWait(200);
+        QCOMPARE(m_factory.requests(), QList<QUrl>());
+        QVERIFY(!m_listener.hasPendingConnections());
+    }
+};
+
+QTEST_MAIN(TestHostileText)
+#include "test_hostile_text.moc"
