@@ -6,11 +6,13 @@
 #include <QMutex>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QQmlComponent>
 #include <QQmlApplicationEngine>
 #include <QQmlNetworkAccessManagerFactory>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTcpServer>
+#include <QTextDocument>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
