@@ -33,8 +33,8 @@ constexpr qint64 foldDivisor = 8;
 
 // Moves an unusable file out of the way under a name of its own, so that
 // nothing the user had is lost when the next save writes a fresh one.
-bool moveAside(const QString& path) {
-    const QString stem = path + QStringLiteral(".damaged-") +
+bool moveAside(const QString& path, QLatin1StringView why = QLatin1StringView("damaged")) {
+    const QString stem = path + QLatin1Char('.') + why + QLatin1Char('-') +
                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString target = stem;
     for (int n = 2; QFileInfo::exists(target) && n < 100; ++n)
@@ -121,6 +121,24 @@ QString lockedText(const QLockFile& lock) {
     return text.arg(pid);
 }
 
+// Takes the lock unless a running process holds it. A lock file without a
+// readable owner was left by a process killed while it was creating it;
+// once that moment is clearly over, the file is stale.
+bool takeLock(QLockFile& lock, const QString& lockPath) {
+    if (lock.tryLock(0))
+        return true;
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    if (lock.error() != QLockFile::LockFailedError || lock.getLockInfo(&pid, &host, &application))
+        return false;
+    const QDateTime created = QFileInfo(lockPath).lastModified();
+    if (!created.isValid() || qAbs(created.secsTo(QDateTime::currentDateTime())) < 5)
+        return false;
+    lock.removeStaleLockFile();
+    return lock.tryLock(0);
+}
+
 // What is on the disk: the file with the journal replayed on top.
 struct History {
     // Whatever is at the path may be replaced: nothing there, a file that
@@ -189,8 +207,12 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
         qCWarning(lcStore) << "journal" << journalPath
                            << (replay.end == End::damaged ? "damaged after" : "for another file,")
                            << replay.records.size() << "records";
+        // A journal for another file is, almost always, one whose fold was
+        // cut short after the new file was in place: all it holds is in the
+        // file. It is kept all the same, as "old".
         if (mayMove)
-            moveAside(journalPath);
+            moveAside(journalPath,
+                      QLatin1StringView(replay.end == End::damaged ? "damaged" : "old"));
     }
     return history;
 }
@@ -369,7 +391,7 @@ private:
         }
         if (m_lockHeld)
             return true;
-        if (lock.tryLock(0)) {
+        if (takeLock(lock, m_path + QStringLiteral(".lock"))) {
             m_lockHeld = true;
             return true;
         }
@@ -457,6 +479,7 @@ private:
         m_journal.setFileName(m_journalPath);
         m_journalAppendable =
             m_journal.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
+            m_journal.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) &&
             m_journal.write(header) == header.size() && syncToDisk(m_journal);
         m_journal.close();
         m_journalBytes = header.size();
@@ -500,7 +523,7 @@ ConversationStore::ConversationStore(QString filePath, QObject* parent)
     // Only a lock whose process is gone is stale, however old it is.
     m_lock.setStaleLockTime(0);
     QDir().mkpath(QFileInfo(m_filePath).absolutePath());
-    const bool held = m_lock.tryLock(0);
+    const bool held = takeLock(m_lock, m_filePath + QStringLiteral(".lock"));
     if (!held && m_lock.error() == QLockFile::LockFailedError)
         m_writable = false;
     m_writer = std::make_unique<Writer>(this, held);

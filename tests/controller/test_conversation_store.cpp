@@ -174,6 +174,7 @@ private slots:
         store.save(history(1, 1));
         store.flush();
         QCOMPARE(mode(pathIn(dir)), 0600u);
+        QCOMPARE(mode(pathIn(dir) + QStringLiteral(".journal")), 0600u);
         QCOMPARE(historyFiles(dir.path()),
                  (QStringList{"conversations.json", "conversations.json.journal"}));
     }
