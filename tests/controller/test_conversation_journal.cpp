@@ -89,7 +89,7 @@ private slots:
         QList<Conversation> state = history(4, 20);
         const QList<Conversation> start = state;
         for (int n = 20; n < 40; ++n) {
-            state[n % 4].messages.append(message(n));
+            state[n % state.size()].messages.append(message(n));
             if (n % 5 == 0)
                 state[0].messages[1].deliveryState = ChatMessage::DeliveryState(n % 4);
             if (n == 30)
