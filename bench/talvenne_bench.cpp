@@ -5,6 +5,7 @@
 // Every figure is the median of several runs.
 //   talvenne-bench            the table
 //   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
+#include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "history_generator.h"
@@ -250,6 +251,106 @@ QList<Row> historyRows(const QString& path, const QList<Conversation>& history) 
     return rows;
 }
 
+// --- Bounded writes ---------------------------------------------------------
+
+// Bytes on disk per stored message while messages keep arriving one by one
+// into the big history, each saved (and synced) before the next: journal
+// records, the folds past the journal's bound, and the fold at quit.
+Row bytesPerMessageRow(const QString& historyPath, const QList<Conversation>& history,
+                       const QString& directory) {
+    constexpr int arriving = 12'000;
+    const QString path = directory + QStringLiteral("/arriving.json");
+    QFile::remove(path);
+    QFile::remove(path + QStringLiteral(".journal"));
+    QFile::copy(historyPath, path);
+    qint64 bytes = 0;
+    {
+        ConversationStore store(path);
+        store.load();
+        QList<Conversation> state = history;
+        const QDateTime at = QDateTime::currentDateTimeUtc();
+        for (int n = 0; n < arriving; ++n) {
+            Conversation& conversation = state[(n * 7919) % state.size()];
+            ChatMessage message;
+            message.id = QUuid::createUuid();
+            message.text = QStringLiteral("arriving message %1, a little chat text").arg(n);
+            message.timestamp = at.addSecs(n);
+            message.snr = 6.25;
+            message.pathLength = 2;
+            conversation.messages.append(message);
+            conversation.lastActivity = message.timestamp;
+            ++conversation.unreadCount;
+            store.save(state);
+            store.flush();
+        }
+        bytes = store.bytesWritten();
+    }
+    bytes += QFileInfo(path).size(); // the fold at quit
+    const double perMessage = double(bytes) / arriving;
+    return {QStringLiteral("bytes written per stored message, 100,000 loaded"),
+            QStringLiteral("%1 KiB (%2 messages, %3 MB in all)")
+                .arg(perMessage / 1024, 0, 'f', 1)
+                .arg(arriving)
+                .arg(double(bytes) / 1e6, 0, 'f', 0),
+            QStringLiteral("≤ 64 KiB (was the whole file)"), perMessage <= 64 * 1024};
+}
+
+// Loading the history from a file and a journal just under its bound (the
+// last 50 messages of every conversation, one record each), against the
+// same history in the file alone.
+Row journalLoadRow(const QString& historyPath, const QList<Conversation>& history,
+                   const QString& directory) {
+    const QString path = directory + QStringLiteral("/journalled.json");
+    QList<Conversation> older = history;
+    for (Conversation& conversation : older)
+        conversation.messages.resize(std::max<qsizetype>(0, conversation.messages.size() - 50));
+    const QByteArray base = encodeConversations(older);
+    QByteArray journal = Journal::header(base);
+    int records = 0;
+    for (qsizetype c = 0; c < history.size(); ++c) {
+        for (qsizetype m = older[c].messages.size(); m < history[c].messages.size(); ++m) {
+            Conversation change{history[c].target,
+                                {history[c].messages[m]},
+                                history[c].lastActivity,
+                                history[c].unreadCount};
+            journal += Journal::frame({JournalRecord::Kind::merge, change});
+            ++records;
+        }
+    }
+    for (const auto& [name, bytes] : {std::pair{path, base}, {path + ".journal", journal}}) {
+        QFile file(name);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            return {};
+    }
+    const auto timeLoad = [](const QString& file, qsizetype& messages) {
+        return medianOf([&] {
+            QElapsedTimer timer;
+            timer.start();
+            const QList<Conversation> loaded = ConversationStore(file).load();
+            const double millis = millisSince(timer);
+            messages = 0;
+            for (const Conversation& conversation : loaded)
+                messages += conversation.messages.size();
+            return millis;
+        });
+    };
+    // Held here, so that the timed stores only read (a store that holds the
+    // lock folds the journal when it closes).
+    const ConversationStore holdJournalled(path);
+    const ConversationStore holdPlain(historyPath);
+    qsizetype journalled = 0;
+    qsizetype plain = 0;
+    const double withJournal = timeLoad(path, journalled);
+    const double fileOnly = timeLoad(historyPath, plain);
+    if (journalled != historyMessages || plain != historyMessages)
+        std::printf("warning: loaded %lld and %lld messages\n", qint64(journalled), qint64(plain));
+    return {QStringLiteral("history load, file + journal of %1 records").arg(records),
+            QStringLiteral("%1 ms (file alone %2 ms)")
+                .arg(withJournal, 0, 'f', 0)
+                .arg(fileOnly, 0, 'f', 0),
+            QStringLiteral("≤ file alone + 10 %"), withJournal <= fileOnly * 1.1};
+}
+
 // --- Drain ---------------------------------------------------------------
 
 struct DrainResult {
@@ -412,6 +513,8 @@ int main(int argc, char* argv[]) {
     QList<Row> rows;
     rows << decodingRow();
     rows << historyRows(historyPath, history);
+    rows << bytesPerMessageRow(historyPath, history, directory.path());
+    rows << journalLoadRow(historyPath, history, directory.path());
     rows << drainRows(historyPath, directory.path());
     rows << openRow(directory.path());
     rows << residentRow(historyPath);

@@ -671,5 +671,13 @@
         <source>Open in OpenStreetMap</source>
         <translation>Open in OpenStreetMap</translation>
     </message>
+    <message id="history.save.failed">
+        <source>History could not be saved: %1</source>
+        <translation>History could not be saved: %1</translation>
+    </message>
+    <message id="history.error.locked">
+        <source>Talvenne is already running (process %1) and keeps it</source>
+        <translation>Talvenne is already running (process %1) and keeps it</translation>
+    </message>
 </context>
 </TS>

@@ -1,5 +1,6 @@
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "instance/single_instance.h"
 #include "notifications/notification_manager.h"
 #include "screenshot_tour.h"
 #include "sim/demo_link.h"
@@ -18,6 +19,7 @@
 #include <QQuickStyle>
 #include <QSettings>
 #include <QUrl>
+#include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 #include <memory>
 #include <qcoro/qcoroqml.h>
@@ -91,6 +93,10 @@ int main(int argc, char* argv[]) {
         QGuiApplication::setPalette(darkPalette());
 
     const bool tour = options.isSet(screenshots);
+    // One Talvenne per user: a second launch brings the first to the front.
+    SingleInstance instance;
+    if (!tour && instance.claim() == SingleInstance::Role::handedOver)
+        return 0;
     SystemClock clock;
     std::unique_ptr<QtBleAdapter> adapter;
     std::unique_ptr<BluetoothTransport> bluetooth;
@@ -116,6 +122,8 @@ int main(int argc, char* argv[]) {
     if (tour)
         QFile::remove(historyPath);
     ConversationStore store(historyPath);
+    if (!store.isWritable()) // the window says it too
+        qWarning("History not saved: %s", qPrintable(store.error()));
     std::unique_ptr<QSettings> settings =
         tour ? std::make_unique<QSettings>(options.value(screenshots) +
                                                QStringLiteral("/settings.ini"),
@@ -139,6 +147,13 @@ int main(int argc, char* argv[]) {
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
+    QObject::connect(&instance, &SingleInstance::activationRequested, &engine, [&engine] {
+        if (auto* window = qobject_cast<QWindow*>(engine.rootObjects().value(0))) {
+            window->show();
+            window->raise();
+            window->requestActivate();
+        }
+    });
 
     std::unique_ptr<ScreenshotTour> screenshotTour;
     if (tour) {

@@ -86,6 +86,7 @@ QCoro::Task<void> MeshController::removeContact(Contact contact) {
 
     removeContactsWithKey(contact.publicKey);
     dropConversation(ConversationID::contact(contact.publicKey));
+    saveConversations();
 }
 
 QCoro::Task<void> MeshController::resetPath(Contact contact) {

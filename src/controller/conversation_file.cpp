@@ -13,6 +13,7 @@
 // members are left out when they have no value. Enumerations are objects with
 // one member named after the case, whose value is an empty object.
 
+#include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 
 #include <algorithm>
@@ -236,16 +237,21 @@ void writeMessage(JsonWriter& w, const ChatMessage& m) {
     w.raw('}');
 }
 
-void writeConversation(JsonWriter& w, const Conversation& c) {
-    w.literal("{\"target\":");
-    if (c.target.isContact()) {
+void writeTarget(JsonWriter& w, const ConversationID& target) {
+    if (target.isContact()) {
         w.literal("{\"contact\":{\"_0\":");
-        w.string(c.target.contactKey());
+        w.string(target.contactKey());
     } else {
         w.literal("{\"channel\":{\"_0\":");
-        w.integer(c.target.channelIndex());
+        w.integer(target.channelIndex());
     }
-    w.literal("}},\"messages\":[");
+    w.literal("}}");
+}
+
+void writeConversation(JsonWriter& w, const Conversation& c) {
+    w.literal("{\"target\":");
+    writeTarget(w, c.target);
+    w.literal(",\"messages\":[");
     bool first = true;
     for (const ChatMessage& m : c.messages) {
         if (!first)
@@ -291,6 +297,27 @@ public:
             return false;
         skipSpace();
         return m_p == m_end;
+    }
+
+    // {"put":<conversation>}, {"merge":<conversation>} or {"remove":<target>}.
+    bool record(JournalRecord& out) {
+        int members = 0;
+        const bool ok = object([&](QByteArrayView name) {
+            if (++members != 1)
+                return false;
+            if (name == "put" || name == "merge") {
+                out.kind = name == "put" ? JournalRecord::Kind::put : JournalRecord::Kind::merge;
+                return conversation(out.conversation);
+            }
+            if (name == "remove") {
+                out.kind = JournalRecord::Kind::remove;
+                out.conversation = Conversation{};
+                return target(out.conversation.target);
+            }
+            return false;
+        });
+        skipSpace();
+        return ok && members == 1 && m_p == m_end;
     }
 
 private:
@@ -853,4 +880,35 @@ std::optional<QList<Conversation>> decodeConversations(QByteArrayView json) {
     if (!JsonReader(json).file(conversations))
         return std::nullopt;
     return conversations;
+}
+
+QByteArray encodeJournalRecord(const JournalRecord& record) {
+    QByteArray out;
+    out.reserve(256 + record.conversation.messages.size() * 240);
+    JsonWriter w(out);
+    switch (record.kind) {
+    case JournalRecord::Kind::put:
+        w.literal("{\"put\":");
+        writeConversation(w, record.conversation);
+        break;
+    case JournalRecord::Kind::merge:
+        w.literal("{\"merge\":");
+        writeConversation(w, record.conversation);
+        break;
+    case JournalRecord::Kind::remove:
+        w.literal("{\"remove\":");
+        writeTarget(w, record.conversation.target);
+        break;
+    }
+    w.raw('}');
+    return out;
+}
+
+std::optional<JournalRecord> decodeJournalRecord(QByteArrayView json) {
+    if (!json.isValidUtf8())
+        return std::nullopt;
+    JournalRecord record;
+    if (!JsonReader(json).record(record))
+        return std::nullopt;
+    return record;
 }

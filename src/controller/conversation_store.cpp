@@ -1,5 +1,7 @@
 #include "controller/conversation_store.h"
 
+#include "controller/conversation_journal.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -7,21 +9,32 @@
 #include <QLoggingCategory>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 
-// Write and read failures are dropped; enable "talvenne.store.warning" to see
-// them.
+#ifdef Q_OS_UNIX
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+// Failures reach the user through error(); enable "talvenne.store.warning"
+// to see each of them.
 Q_LOGGING_CATEGORY(lcStore, "talvenne.store", QtCriticalMsg)
 
 namespace {
 
-// Moves an unusable history file out of the way under a name of its own, so
-// that nothing the user had is lost when the next save writes a fresh file.
-bool moveAside(const QString& path) {
-    const QString stem = path + QStringLiteral(".damaged-") +
+constexpr qint64 defaultMinimumFoldBytes = 64 * 1024;
+// The journal is folded once it holds an eighth of the file's size: at a
+// few hundred bytes a record, a 25 MB history is rewritten about every
+// 10,000 changes.
+constexpr qint64 foldDivisor = 8;
+
+// Moves an unusable file out of the way under a name of its own, so that
+// nothing the user had is lost when the next save writes a fresh one.
+bool moveAside(const QString& path, QLatin1StringView why = QLatin1StringView("damaged")) {
+    const QString stem = path + QLatin1Char('.') + why + QLatin1Char('-') +
                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString target = stem;
     for (int n = 2; QFileInfo::exists(target) && n < 100; ++n)
@@ -35,50 +48,188 @@ bool moveAside(const QString& path) {
     return false;
 }
 
-struct ReadOutcome {
-    // Whether a save may now replace whatever is at the path: nothing there,
-    // a file we could read, or a damaged file that has been moved aside.
-    bool safeToReplace = false;
-    QList<Conversation> conversations;
+// A file as the disk has it: which one, and how long.
+struct FileId {
+    qint64 device = -1;
+    qint64 inode = -1;
+    qint64 size = -1;
+
+    bool exists() const { return size >= 0; }
+    bool sameFile(const FileId& other) const {
+        return exists() && device == other.device && inode == other.inode;
+    }
+    bool operator==(const FileId&) const = default;
 };
 
-ReadOutcome readOrMoveAside(const QString& path) {
-    ReadOutcome outcome;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (!QFileInfo::exists(path)) {
-            outcome.safeToReplace = true;
-            return outcome;
+#ifdef Q_OS_UNIX
+FileId fromStat(const struct stat& info) {
+    return {qint64(info.st_dev), qint64(info.st_ino), qint64(info.st_size)};
+}
+#endif
+
+FileId fileId(const QString& path) {
+#ifdef Q_OS_UNIX
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return fromStat(info);
+#else
+    const QFileInfo info(path);
+    return info.exists() ? FileId{0, 0, info.size()} : FileId{};
+#endif
+}
+
+FileId fileId(const QFile& file) {
+#ifdef Q_OS_UNIX
+    struct stat info {};
+    if (::fstat(file.handle(), &info) != 0)
+        return {};
+    return fromStat(info);
+#else
+    return fileId(file.fileName());
+#endif
+}
+
+// Waits until the bytes written to `file` are on the disk.
+bool syncToDisk(const QFileDevice& file) {
+#if defined(Q_OS_LINUX)
+    return ::fdatasync(file.handle()) == 0;
+#elif defined(Q_OS_UNIX)
+    return ::fsync(file.handle()) == 0;
+#else
+    Q_UNUSED(file);
+    return true;
+#endif
+}
+
+// The device's own message, else the last system error's.
+QString failureText(const QFileDevice& file, int error) {
+    if (file.error() != QFileDevice::NoError && !file.errorString().isEmpty())
+        return file.errorString();
+    return qt_error_string(error);
+}
+
+QString lockedText(const QLockFile& lock) {
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    lock.getLockInfo(&pid, &host, &application);
+    //: Why the history is not saved; %1 is the process id of the other Talvenne.
+    QString text = qtTrId("history.error.locked");
+    if (!text.contains(QLatin1String("%1"))) // no string table loaded
+        text = QStringLiteral("Talvenne is already running (process %1) and keeps it");
+    return text.arg(pid);
+}
+
+// Takes the lock unless a running process holds it. A lock file without a
+// readable owner was left by a process killed while it was creating it;
+// once that moment is clearly over, the file is stale.
+bool takeLock(QLockFile& lock, const QString& lockPath) {
+    if (lock.tryLock(0))
+        return true;
+    qint64 pid = 0;
+    QString host;
+    QString application;
+    if (lock.error() != QLockFile::LockFailedError || lock.getLockInfo(&pid, &host, &application))
+        return false;
+    const QDateTime created = QFileInfo(lockPath).lastModified();
+    if (!created.isValid() || qAbs(created.secsTo(QDateTime::currentDateTime())) < 5)
+        return false;
+    lock.removeStaleLockFile();
+    return lock.tryLock(0);
+}
+
+// What is on the disk: the file with the journal replayed on top.
+struct History {
+    // Whatever is at the path may be replaced: nothing there, a file that
+    // was read, or a damaged file that has been moved aside.
+    bool safeToReplace = false;
+    QString problem; // why it may not
+    QList<Conversation> conversations;
+    FileId base;                    // the file read (none when there was none)
+    bool journalAppendable = false; // the journal continues the file and ends cleanly
+    qint64 journalBytes = 0;
+    bool foldWanted = false; // the journal holds records, or an end to tidy away
+};
+
+History readHistory(const QString& path, const QString& journalPath, bool mayMove) {
+    History history;
+    QByteArray bytes;
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            if (QFileInfo::exists(path)) {
+                // There but unreadable: keep it rather than write over it.
+                qCWarning(lcStore) << "cannot read" << path << file.errorString();
+                history.problem = file.errorString();
+                history.safeToReplace = mayMove && moveAside(path);
+                return history;
+            }
+        } else {
+            bytes = file.readAll();
+            const bool readFailed = file.error() != QFileDevice::NoError;
+            history.base = fileId(file);
+            if (auto decoded = readFailed ? std::nullopt : decodeConversations(bytes)) {
+                history.conversations = std::move(*decoded);
+            } else {
+                qCWarning(lcStore) << "undecodable history" << path;
+                file.close();
+                history.base = {};
+                history.safeToReplace = mayMove && moveAside(path);
+                if (!history.safeToReplace)
+                    history.problem = qt_error_string(errno);
+                // The journal continued that file; its records mean nothing
+                // without it, but it is kept as well.
+                if (mayMove && QFileInfo::exists(journalPath))
+                    moveAside(journalPath);
+                return history;
+            }
         }
-        // There but unreadable: keep it rather than write over it.
-        qCWarning(lcStore) << "cannot read" << path << file.errorString();
-        outcome.safeToReplace = moveAside(path);
-        return outcome;
     }
-    const QByteArray bytes = file.readAll();
-    const bool readFailed = file.error() != QFileDevice::NoError;
-    file.close();
-    if (!readFailed) {
-        if (auto decoded = decodeConversations(bytes)) {
-            outcome.safeToReplace = true;
-            outcome.conversations = std::move(*decoded);
-            return outcome;
+    history.safeToReplace = true;
+
+    QFile journal(journalPath);
+    if (!journal.open(QIODevice::ReadOnly)) {
+        if (QFileInfo::exists(journalPath)) {
+            qCWarning(lcStore) << "cannot read" << journalPath << journal.errorString();
+            history.foldWanted = !mayMove || moveAside(journalPath);
         }
+        return history;
     }
-    qCWarning(lcStore) << "undecodable history" << path;
-    outcome.safeToReplace = moveAside(path);
-    return outcome;
+    const QByteArray records = journal.readAll();
+    const Journal::Replay replay = Journal::read(records, bytes);
+    Journal::apply(history.conversations, replay.records);
+    using End = Journal::Replay::End;
+    history.journalAppendable = replay.end == End::complete;
+    history.journalBytes = records.size();
+    history.foldWanted = !replay.records.isEmpty() || replay.end != End::complete;
+    if (replay.end == End::damaged || replay.end == End::otherBase) {
+        qCWarning(lcStore) << "journal" << journalPath
+                           << (replay.end == End::damaged ? "damaged after" : "for another file,")
+                           << replay.records.size() << "records";
+        // A journal for another file is, almost always, one whose fold was
+        // cut short after the new file was in place: all it holds is in the
+        // file. It is kept all the same, as "old".
+        if (mayMove)
+            moveAside(journalPath,
+                      QLatin1StringView(replay.end == End::damaged ? "damaged" : "old"));
+    }
+    return history;
 }
 
 } // namespace
 
 // The one background thread that encodes and writes snapshots. The mutex
-// guards only the slot of the newest snapshot and the two counters; the
-// encoding and the file work happen outside it.
+// guards the slot of the newest snapshot, the counters and the error text;
+// the encoding and the file work happen outside it. Everything else is
+// touched by this thread only, or by load() while the thread is idle.
 class ConversationStore::Writer {
 public:
-    explicit Writer(QString filePath)
-        : m_filePath(std::move(filePath))
+    Writer(ConversationStore* owner, bool lockHeld)
+        : m_owner(owner)
+        , m_path(owner->m_filePath)
+        , m_journalPath(owner->journalPath())
+        , m_lockHeld(lockHeld)
         , m_thread([this] { run(); }) {}
 
     ~Writer() {
@@ -87,7 +238,7 @@ public:
             m_stopping = true;
         }
         m_wake.notify_one();
-        // run() writes what is still in the slot before it returns.
+        // run() writes what is still in the slot and folds before it returns.
         m_thread.join();
     }
 
@@ -108,7 +259,38 @@ public:
         m_done.wait(lock, [&] { return m_finished >= target; });
     }
 
-    void setExistingFileChecked(bool checked) { m_existingFileChecked = checked; }
+    // What load() found becomes what the disk holds. Only while idle.
+    void adopt(History history) {
+        std::lock_guard lock(m_mutex);
+        m_checked = history.safeToReplace;
+        if (history.safeToReplace)
+            m_written = std::move(history.conversations);
+        m_base = history.base;
+        m_journal.close();
+        m_journalAppendable = history.journalAppendable;
+        m_journalBytes = history.journalBytes;
+        m_foldWanted = history.foldWanted;
+    }
+
+    QString error() const {
+        std::lock_guard lock(m_mutex);
+        return m_error;
+    }
+
+    void setError(const QString& error) {
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_error == error)
+                return;
+            m_error = error;
+        }
+        if (!error.isEmpty())
+            qCWarning(lcStore) << "history not saved:" << error;
+        Q_EMIT m_owner->errorChanged(error);
+    }
+
+    std::atomic<qint64> bytesWritten = 0;
+    std::atomic<qint64> minimumFoldBytes = defaultMinimumFoldBytes;
 
 private:
     void run() {
@@ -116,92 +298,298 @@ private:
         for (;;) {
             m_wake.wait(lock, [&] { return m_latest.has_value() || m_stopping; });
             if (!m_latest)
-                return;
+                break;
             QList<Conversation> snapshot = std::move(*m_latest);
             m_latest.reset();
             const quint64 generation = m_submitted;
             lock.unlock();
 
-            write(snapshot);
-            snapshot = {};
+            write(std::move(snapshot));
 
             lock.lock();
             m_finished = generation;
             m_done.notify_all();
         }
+        lock.unlock();
+        close();
     }
 
-    void write(const QList<Conversation>& snapshot) {
-        // A file nobody has looked at yet might be a damaged history; it is
-        // moved aside before it can be replaced. load() normally does this.
-        if (!m_existingFileChecked) {
-            if (!readOrMoveAside(m_filePath).safeToReplace)
+    void write(QList<Conversation> snapshot) {
+        if (!m_owner->m_writable || !ensureLock())
+            return;
+        // A save before any load: whatever is there is looked at first (and
+        // moved aside when damaged), so that the journal continues the file.
+        if (!m_checked) {
+            History history = readHistory(m_path, m_journalPath, true);
+            if (!history.safeToReplace) {
+                setError(history.problem);
                 return;
-            m_existingFileChecked = true;
+            }
+            adopt(std::move(history));
         }
 
-        const QByteArray bytes = encodeConversations(snapshot);
-        QDir().mkpath(QFileInfo(m_filePath).absolutePath());
-        QSaveFile file(m_filePath);
-        if (!file.open(QIODevice::WriteOnly)) {
-            qCWarning(lcStore) << "cannot write" << m_filePath << file.errorString();
+        QString reason;
+        if (baseIntact() && journalIntact()) {
+            QByteArray records;
+            for (const JournalRecord& record : Journal::diff(*m_written, snapshot))
+                records += Journal::frame(record);
+            if (records.isEmpty()) {
+                succeeded(std::move(snapshot));
+                return;
+            }
+            const bool withinBound = m_journalBytes + records.size() <=
+                                     std::max(minimumFoldBytes.load(), m_base.size / foldDivisor);
+            if (withinBound && append(records, reason)) {
+                succeeded(std::move(snapshot));
+                return;
+            }
+            if (fold(snapshot, reason)) {
+                succeeded(std::move(snapshot));
+                return;
+            }
+            // Better a long journal than a lost change.
+            if (!withinBound && append(records, reason)) {
+                succeeded(std::move(snapshot));
+                return;
+            }
+        } else if (fold(snapshot, reason)) {
+            succeeded(std::move(snapshot));
             return;
+        }
+        m_unsaved = std::move(snapshot);
+        setError(reason);
+    }
+
+    void succeeded(QList<Conversation> snapshot) {
+        m_written = std::move(snapshot);
+        m_unsaved.reset();
+        setError({});
+    }
+
+    // At quit: the journal goes into a fresh file, and a snapshot that could
+    // not be saved gets one more try.
+    void close() {
+        if (!m_owner->m_writable || !m_lockHeld)
+            return;
+        QString reason;
+        if (m_unsaved) {
+            if (!fold(*m_unsaved, reason))
+                qCWarning(lcStore) << "history not saved at quit:" << reason;
+        } else if (m_written && m_foldWanted && !fold(*m_written, reason)) {
+            qCWarning(lcStore) << "journal not folded at quit:" << reason;
+        }
+        m_journal.close();
+    }
+
+    bool ensureLock() {
+        QDir().mkpath(QFileInfo(m_path).absolutePath());
+        QLockFile& lock = m_owner->m_lock;
+        // A folder removed while we run takes the lock file with it.
+        if (m_lockHeld && !QFileInfo::exists(m_path + QStringLiteral(".lock"))) {
+            lock.unlock();
+            m_lockHeld = false;
+        }
+        if (m_lockHeld)
+            return true;
+        if (takeLock(lock, m_path + QStringLiteral(".lock"))) {
+            m_lockHeld = true;
+            return true;
+        }
+        if (lock.error() == QLockFile::LockFailedError) {
+            // Another Talvenne took the history meanwhile: this one stays out.
+            m_owner->m_writable = false;
+            setError(lockedText(lock));
+        } else {
+            setError(qt_error_string(lock.error() == QLockFile::PermissionError ? EACCES : errno));
+        }
+        return false;
+    }
+
+    bool baseIntact() const { return m_base.exists() && fileId(m_path) == m_base; }
+
+    bool journalIntact() const {
+        if (!m_journalAppendable)
+            return false;
+        const FileId onDisk = fileId(m_journalPath);
+        if (onDisk.size != m_journalBytes)
+            return false;
+        return !m_journal.isOpen() || fileId(m_journal).sameFile(onDisk);
+    }
+
+    // Appends whole records and waits for the disk; on failure the journal
+    // is cut back to where it was.
+    bool append(const QByteArray& records, QString& reason) {
+        if (!m_journal.isOpen()) {
+            m_journal.setFileName(m_journalPath);
+            if (!m_journal.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
+                reason = m_journal.errorString();
+                m_journalAppendable = false;
+                return false;
+            }
+        }
+        const qint64 written = m_journal.write(records);
+        const int writeError = errno;
+        if (written == records.size() && syncToDisk(m_journal)) {
+            m_journalBytes += written;
+            bytesWritten += written;
+            m_foldWanted = true;
+            return true;
+        }
+        reason = failureText(m_journal, written == records.size() ? errno : writeError);
+        if (!m_journal.resize(m_journalBytes)) {
+            // A cut-short record stays at the end: no record may follow it.
+            m_journalAppendable = false;
+            m_journal.close();
+        }
+        return false;
+    }
+
+    // Writes the whole snapshot to a new file that replaces the old one only
+    // once every byte is on the disk, then starts an empty journal for it.
+    bool fold(const QList<Conversation>& snapshot, QString& reason) {
+        const QByteArray bytes = encodeConversations(snapshot);
+        QSaveFile file(m_path);
+        // Unbuffered: a write that fails says so here, not silently in commit().
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+            reason = file.errorString();
+            return false;
         }
         file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-        if (file.write(bytes) != bytes.size()) {
-            qCWarning(lcStore) << "write failed" << m_filePath << file.errorString();
+        const qint64 written = file.write(bytes);
+        const int writeError = errno;
+        if (written != bytes.size() || !file.flush() || !syncToDisk(file)) {
+            reason = failureText(file, written == bytes.size() ? errno : writeError);
             file.cancelWriting();
-            return;
+            return false;
         }
-        if (!file.commit())
-            qCWarning(lcStore) << "commit failed" << m_filePath << file.errorString();
+        if (!file.commit()) {
+            reason = file.errorString();
+            return false;
+        }
+        bytesWritten += bytes.size();
+        m_base = fileId(m_path);
+        m_base.size = bytes.size();
+        m_written = snapshot;
+        m_foldWanted = false;
+
+        // A journal that cannot be started leaves the new file whole: its
+        // old header names the old file, so its records are not replayed.
+        const QByteArray header = Journal::header(bytes);
+        m_journal.close();
+        m_journal.setFileName(m_journalPath);
+        m_journalAppendable =
+            m_journal.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
+            m_journal.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) &&
+            m_journal.write(header) == header.size() && syncToDisk(m_journal);
+        m_journal.close();
+        m_journalBytes = header.size();
+        if (m_journalAppendable)
+            bytesWritten += header.size();
+        else
+            qCWarning(lcStore) << "cannot start" << m_journalPath << m_journal.errorString();
+        return true;
     }
 
-    const QString m_filePath;
-    std::atomic<bool> m_existingFileChecked = false;
+    ConversationStore* const m_owner;
+    const QString m_path;
+    const QString m_journalPath;
 
-    std::mutex m_mutex;
+    bool m_lockHeld;
+    bool m_checked = false; // the existing file was looked at (by load or a first save)
+    std::optional<QList<Conversation>> m_written; // what the disk holds
+    std::optional<QList<Conversation>> m_unsaved; // the newest snapshot whose write failed
+    FileId m_base;                                // conversations.json as last read or written
+    QFile m_journal;
+    bool m_journalAppendable = false;
+    qint64 m_journalBytes = 0;
+    bool m_foldWanted = false;
+
+    mutable std::mutex m_mutex;
     std::condition_variable m_wake;
     std::condition_variable m_done;
     std::optional<QList<Conversation>> m_latest;
     quint64 m_submitted = 0; // snapshots handed in so far
-    quint64 m_finished = 0;  // the newest of them written (or dropped on error)
+    quint64 m_finished = 0;  // the newest of them written (or failed)
     bool m_stopping = false;
+    QString m_error;
 
     std::thread m_thread; // last: starts once everything above exists
 };
 
-ConversationStore::ConversationStore(QString filePath)
-    : m_filePath(std::move(filePath))
-    , m_writer(std::make_unique<Writer>(m_filePath)) {}
+ConversationStore::ConversationStore(QString filePath, QObject* parent)
+    : QObject(parent)
+    , m_filePath(std::move(filePath))
+    , m_lock(m_filePath + QStringLiteral(".lock")) {
+    // Only a lock whose process is gone is stale, however old it is.
+    m_lock.setStaleLockTime(0);
+    QDir().mkpath(QFileInfo(m_filePath).absolutePath());
+    const bool held = takeLock(m_lock, m_filePath + QStringLiteral(".lock"));
+    if (!held && m_lock.error() == QLockFile::LockFailedError)
+        m_writable = false;
+    m_writer = std::make_unique<Writer>(this, held);
+    if (!m_writable)
+        m_writer->setError(lockedText(m_lock));
+}
 
-ConversationStore::~ConversationStore() = default;
+ConversationStore::~ConversationStore() {
+    m_writer.reset();
+}
 
 QString ConversationStore::defaultFilePath() {
-    QString folder = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    if (folder.isEmpty())
-        folder = QDir::tempPath() + QStringLiteral("/Talvenne");
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString folder = (data.isEmpty() ? QDir::tempPath() : data) + QStringLiteral("/Talvenne");
     QDir().mkpath(folder);
-    return folder + QStringLiteral("/conversations.json");
+    const QString path = folder + QStringLiteral("/conversations.json");
+
+    // Earlier versions wrote into Talvenne/Talvenne (organisation and
+    // application folder); such a history moves up when it is the only one.
+    const QString doubled = folder + QStringLiteral("/Talvenne/conversations.json");
+    if (!QFileInfo::exists(path) && QFileInfo::exists(doubled)) {
+        if (QFile::rename(doubled, path) || QFile::copy(doubled, path))
+            QDir(folder).rmdir(QStringLiteral("Talvenne"));
+        else
+            qCWarning(lcStore) << "could not move" << doubled << "to" << path;
+    }
+    return path;
 }
 
 const QString& ConversationStore::filePath() const {
     return m_filePath;
 }
 
+QString ConversationStore::journalPath() const {
+    return m_filePath + QStringLiteral(".journal");
+}
+
 QList<Conversation> ConversationStore::load() {
-    // With no write in flight the writer does not touch the file while it is
-    // read (saves come from this same thread).
+    // With no write in flight the writer does not touch the files while
+    // they are read (saves come from this same thread).
     m_writer->flush();
-    ReadOutcome outcome = readOrMoveAside(m_filePath);
-    m_writer->setExistingFileChecked(outcome.safeToReplace);
-    return std::move(outcome.conversations);
+    History history = readHistory(m_filePath, journalPath(), m_writable);
+    QList<Conversation> conversations = history.conversations;
+    if (m_writable && !history.safeToReplace)
+        m_writer->setError(history.problem);
+    m_writer->adopt(std::move(history));
+    return conversations;
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {
-    m_writer->submit(std::move(snapshot));
+    if (m_writable)
+        m_writer->submit(std::move(snapshot));
 }
 
 void ConversationStore::flush() {
     m_writer->flush();
+}
+
+QString ConversationStore::error() const {
+    return m_writer->error();
+}
+
+qint64 ConversationStore::bytesWritten() const {
+    return m_writer->bytesWritten.load();
+}
+
+void ConversationStore::setMinimumFoldBytes(qint64 bytes) {
+    m_writer->minimumFoldBytes = bytes;
 }

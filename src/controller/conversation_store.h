@@ -5,42 +5,82 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
+#include <QLockFile>
+#include <QObject>
 #include <QString>
-
+#include <atomic>
 #include <memory>
 #include <optional>
 
-// The conversation history file, conversations.json: a JSON array of
-// conversations. Encoding and writing run on one background thread; the
-// caller only hands over a snapshot.
-class ConversationStore {
+// The conversation history on disk: conversations.json (a JSON array of
+// conversations, complete whenever the app is not running) and beside it the
+// journal conversations.json.journal, to which each later change is appended
+// (see conversation_journal.h). The journal is folded into a fresh file, by
+// an atomic replace, when it grows past an eighth of the file (at least
+// 64 KiB) and when the store closes. Encoding and writing run on one
+// background thread; the caller only hands over snapshots.
+//
+// One process writes at a time: the store holds conversations.json.lock
+// (QLockFile; the lock of a process that is gone is taken over). A store
+// that finds the lock held by a running process reads but never writes in
+// its whole life, and says so in error().
+//
+// A write that fails leaves the files as they were (a half-written journal
+// record is cut off again, a new file replaces the old one only once all of
+// it is on disk); error() then tells why, until a later save succeeds.
+class ConversationStore : public QObject {
+    Q_OBJECT
+
 public:
-    explicit ConversationStore(QString filePath);
-    // Finishes the writes already asked for.
-    ~ConversationStore();
+    explicit ConversationStore(QString filePath, QObject* parent = nullptr);
+    // Finishes the writes already asked for and folds the journal.
+    ~ConversationStore() override;
 
     ConversationStore(const ConversationStore&) = delete;
     ConversationStore& operator=(const ConversationStore&) = delete;
 
-    // <the user's data folder>/Talvenne/conversations.json; creates the folder.
+    // <the user's data folder>/Talvenne/conversations.json (on Linux
+    // ~/.local/share/Talvenne/conversations.json), whatever the application's
+    // organisation name. Creates the folder; a history left only in the
+    // Talvenne/Talvenne folder of earlier versions is moved there.
     static QString defaultFilePath();
     const QString& filePath() const;
+    QString journalPath() const;
 
-    // Reads the file. Missing or unreadable: no conversations. Undecodable: the
-    // file is moved aside (conversations.json.damaged-<time>) and no
-    // conversations are returned.
+    // Reads the file and replays the journal. Missing or unreadable: no
+    // conversations. An undecodable file, or a journal with a damaged record
+    // or written for another file, is moved aside (<name>.damaged-<time>)
+    // and never deleted; the journal's records before the damage are used.
     QList<Conversation> load();
 
-    // Returns at once. The file always ends with the newest snapshot handed
+    // Returns at once. The disk always ends with the newest snapshot handed
     // in; an older snapshot that has not started writing may be skipped.
     void save(QList<Conversation> snapshot);
 
-    // Blocks until every snapshot handed in so far is on disk.
+    // Blocks until every snapshot handed in so far is on disk (or failed).
     void flush();
+
+    // Why the history is not being saved, or empty. Set by a failed write and
+    // cleared by the next that succeeds; set for good when another running
+    // process holds the history.
+    QString error() const;
+    // False when another running process holds the history.
+    bool isWritable() const { return m_writable.load(); }
+
+    // Bytes written to the disk so far (file, journal), for measurements.
+    qint64 bytesWritten() const;
+    // The smallest journal that is folded into the file (64 KiB); for tests.
+    void setMinimumFoldBytes(qint64 bytes);
+
+Q_SIGNALS:
+    // Emitted on the writing thread when error() changes.
+    void errorChanged(const QString& error);
 
 private:
     class Writer;
     QString m_filePath;
+    QLockFile m_lock; // after construction used by the writing thread only
+    std::atomic<bool> m_writable = true;
     std::unique_ptr<Writer> m_writer;
 };
 

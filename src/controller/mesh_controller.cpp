@@ -35,6 +35,10 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     connect(link, &MeshLink::transportReceived, this, &MeshController::onTransportReceived);
 
     loadPreferences();
+    if (m_store) {
+        connect(m_store, &ConversationStore::errorChanged, this, &MeshController::setHistoryError);
+        setHistoryError(m_store->error());
+    }
     loadConversations();
 }
 
@@ -85,6 +89,11 @@ void MeshController::loadConversations() {
         loaded.insert(conversation.target.conversationKey(), conversation);
     m_conversations = std::move(loaded);
     refreshTotalUnreadCount();
+    resumeDeliveryTracking();
+}
+
+void MeshController::setHistoryError(const QString& error) {
+    assign(m_historyError, error, &MeshController::historyErrorChanged);
 }
 
 // --- state writers

@@ -73,6 +73,7 @@ class MeshController : public QObject {
     Q_PROPERTY(QSet<QString> favorites READ favorites NOTIFY favoritesChanged)
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
+    Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
 
 public:
     using ConversationMap = QHash<QString, Conversation>;
@@ -122,6 +123,8 @@ public:
     const VerifiedKeyMap& verifiedKeys() const { return m_verifiedKeys; }
     // Sum of the unread counts of all conversations.
     qint64 totalUnreadCount() const { return m_totalUnreadCount; }
+    // Why the history is not being saved (the store's error), or empty.
+    const QString& historyError() const { return m_historyError; }
 
     void setSelectedConversation(std::optional<ConversationID> target);
     // Whether the application is the active one; the app wires this to the
@@ -203,9 +206,9 @@ public:
     // device(illegalArgument) before the link is even looked at.
     QCoro::Task<void> addContact(QString publicKeyText, QString name,
                                  MeshProtocol::AdvertType type);
-    // On ok: the contact leaves `contacts`, its conversation is dropped and
-    // the selection cleared if it was that conversation. The history file is
-    // left for the next save; favourites and verified keys keep the key.
+    // On ok: the contact leaves `contacts`, its conversation is dropped (and
+    // the history saved) and the selection cleared if it was that
+    // conversation. Favourites and verified keys keep the key.
     QCoro::Task<void> removeContact(Contact contact);
     // `contacts` keeps the old path until the radio reports the new one.
     QCoro::Task<void> resetPath(Contact contact);
@@ -352,6 +355,7 @@ Q_SIGNALS:
     void favoritesChanged();
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
+    void historyErrorChanged();
 
 private:
     // Link reports.
@@ -378,6 +382,9 @@ private:
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
     void handleIncomingMessage(const MeshEvent& event);
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
+    // After loading: a message left `sending` is failed, and each `sent` one
+    // with its expected acknowledgement waits for its confirmation again.
+    void resumeDeliveryTracking();
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
@@ -409,6 +416,7 @@ private:
 
     void loadPreferences();
     void loadConversations();
+    void setHistoryError(const QString& error);
 
     QPointer<MeshLink> m_link;
     QPointer<Clock> m_clock;
@@ -434,6 +442,7 @@ private:
     QSet<QString> m_favorites;
     VerifiedKeyMap m_verifiedKeys;
     qint64 m_totalUnreadCount = 0;
+    QString m_historyError;
     bool m_applicationActive = true;
 
     QList<PendingRequest> m_pending; // oldest first

@@ -116,6 +116,25 @@ void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundT
         markDelivered(id, *owner, roundTripMillis);
 }
 
+void MeshController::resumeDeliveryTracking() {
+    using State = ChatMessage::DeliveryState;
+    bool changed = false;
+    for (Conversation& conversation : m_conversations) {
+        for (ChatMessage& message : conversation.messages) {
+            // Its transmission ended with the run that stored it.
+            if (message.deliveryState == State::sending) {
+                message.deliveryState = State::failed;
+                changed = true;
+            }
+            // The radio may still confirm it.
+            if (message.deliveryState == State::sent && message.expectedAck)
+                m_lastSentMessageID.insert(acknowledgementKey(*message.expectedAck), message.id);
+        }
+    }
+    if (changed)
+        saveConversations();
+}
+
 void MeshController::handleIncomingMessage(const MeshEvent& event) {
     ChatMessage message;
     message.id = QUuid::createUuid();

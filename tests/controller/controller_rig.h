@@ -36,13 +36,13 @@ struct ControllerRig {
             std::make_unique<MeshController>(&link, &clock, &notifier, store.get(), settings.get());
     }
     QString historyPath() const { return dir.filePath(QStringLiteral("conversations.json")); }
-    // What the file holds once every save so far has been written.
+    // What the disk holds (file and journal) once every save so far has been
+    // written; read by a second store, which stays read-only beside `store`.
     std::optional<QList<Conversation>> savedHistory() {
         store->flush();
-        QFile file(historyPath());
-        if (!file.open(QIODevice::ReadOnly))
+        if (!QFile::exists(historyPath()))
             return std::nullopt;
-        return decodeConversations(file.readAll());
+        return ConversationStore(historyPath()).load();
     }
     // Connected without the handshake, for tests of single operations.
     void connectQuietly() { link.setState(TransportState::connected); }

@@ -1,62 +1,29 @@
-// The conversation file on disk: background writing, atomic replacement,
-// damaged files and a large history.
+// The history on disk: background writing, the journal and its folding,
+// atomic replacement, damaged files, failing disks, the lock and a large
+// history.
 
+#include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
+#include "history_samples.h"
 #include "test_support.h"
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QRegularExpression>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
-const QDateTime base(QDate(2025, 3, 1), QTime(12, 0), Qt::UTC);
-
-ChatMessage message(int n) {
-    ChatMessage m;
-    m.id = QUuid::createUuid();
-    m.direction = n % 2 ? ChatMessage::Direction::outgoing : ChatMessage::Direction::incoming;
-    m.text = QStringLiteral("Message %1: on the ridge by the \"old\" mast, battery fine").arg(n);
-    m.timestamp = base.addMSecs(qint64(n) * 7919);
-    if (n % 2) {
-        m.deliveryState = ChatMessage::DeliveryState::delivered;
-        m.expectedAck = 0x9e3779b9u * std::uint32_t(n);
-        m.roundTripMillis = 900 + n % 3000;
-        m.estimatedTimeoutMillis = 6400;
-        m.hopCount = n % 4;
-    } else {
-        m.snr = (n % 80 - 40) / 4.0;
-        m.pathLength = n % 5;
-    }
-    return m;
-}
-
-// `count` messages spread over `conversations` conversations.
-QList<Conversation> history(int conversations, int count) {
-    QList<Conversation> list;
-    for (int c = 0; c < conversations; ++c) {
-        Conversation conversation;
-        conversation.target =
-            c % 10 == 0
-                ? ConversationID::channel(c / 10)
-                : ConversationID::contact(QStringLiteral("%1").arg(c, 64, 16, QLatin1Char('0')));
-        conversation.lastActivity = distantPast();
-        list.append(conversation);
-    }
-    for (int n = 0; n < count; ++n) {
-        Conversation& conversation = list[n % conversations];
-        conversation.messages.append(message(n));
-        conversation.lastActivity = conversation.messages.last().timestamp;
-        conversation.unreadCount += n % 7 == 0;
-    }
-    return list;
-}
+using HistorySamples::history;
+using HistorySamples::message;
 
 QByteArray contents(const QString& path) {
     QFile file(path);
@@ -77,7 +44,30 @@ unsigned mode(const QString& path) {
 }
 
 QStringList damagedCopies(const QDir& dir) {
-    return dir.entryList({QStringLiteral("conversations.json.damaged-*")}, QDir::Files, QDir::Name);
+    return dir.entryList({QStringLiteral("conversations.json*.damaged-*")}, QDir::Files,
+                         QDir::Name);
+}
+
+// The files of the history (the lock aside).
+QStringList historyFiles(const QString& path) {
+    QStringList files = QDir(path).entryList(QDir::Files, QDir::Name);
+    files.removeAll(QStringLiteral("conversations.json.lock"));
+    return files;
+}
+
+// Drops the last `bytes` bytes of the file.
+void cutShort(const QString& path, qint64 bytes) {
+    QFile file(path);
+    QVERIFY(file.resize(file.size() - bytes));
+}
+
+// Runs the store probe; returns its first line of output.
+QString probe(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral(STORE_PROBE), arguments);
+    if (!process.waitForFinished(60'000))
+        return QStringLiteral("probe did not finish");
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
 }
 
 } // namespace
@@ -90,23 +80,69 @@ private:
         return dir.filePath(QStringLiteral("conversations.json"));
     }
 
+    // What the disk holds, read as a second store would (read-only while
+    // another store of this process holds the lock).
+    static QList<Conversation> onDisk(const QString& path) {
+        return ConversationStore(path).load();
+    }
+
 private slots:
     void initTestCase() { TestSupport::isolateFromUserFiles(); }
 
-    void defaultPathIsInTheAppDataFolder() {
-        const QString path = ConversationStore::defaultFilePath();
-        QCOMPARE(QFileInfo(path).fileName(), QStringLiteral("conversations.json"));
-        QCOMPARE(QFileInfo(path).absolutePath(),
-                 QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
-        QVERIFY(path.contains(QStringLiteral("/Talvenne/")));
-        QVERIFY(QFileInfo(QFileInfo(path).absolutePath()).isDir());
+    // The path as the app computes it: the organisation and application
+    // names the app sets, the real XDG data folder (pointed at a temporary
+    // one), no test mode.
+    void defaultPathIsTheUsersTalvenneFolder_data() {
+        QTest::addColumn<bool>("doubled");
+        QTest::addColumn<bool>("current");
+        QTest::newRow("fresh") << false << false;
+        QTest::newRow("only the doubled folder") << true << false;
+        QTest::newRow("both") << true << true;
+    }
+
+    void defaultPathIsTheUsersTalvenneFolder() {
+        QFETCH(bool, doubled);
+        QFETCH(bool, current);
+        QTemporaryDir data;
+        const QByteArray oldData = qgetenv("XDG_DATA_HOME");
+        const QString oldOrganisation = QCoreApplication::organizationName();
+        const auto restore = qScopeGuard([&] {
+            qputenv("XDG_DATA_HOME", oldData);
+            QCoreApplication::setOrganizationName(oldOrganisation);
+            QStandardPaths::setTestModeEnabled(true);
+        });
+        QStandardPaths::setTestModeEnabled(false);
+        qputenv("XDG_DATA_HOME", data.path().toLocal8Bit());
+        QCoreApplication::setOrganizationName(QStringLiteral("Talvenne"));
+        QCoreApplication::setApplicationName(QStringLiteral("Talvenne"));
+        const QString expected = data.filePath(QStringLiteral("Talvenne/conversations.json"));
+        const QString old = data.filePath(QStringLiteral("Talvenne/Talvenne/conversations.json"));
+        if (doubled) {
+            QVERIFY(QDir().mkpath(QFileInfo(old).absolutePath()));
+            writeFile(old, "[\"old\"]");
+        }
+        if (current)
+            writeFile(expected, "[\"current\"]");
+
+        QCOMPARE(ConversationStore::defaultFilePath(), expected);
+        QVERIFY(QFileInfo(QFileInfo(expected).absolutePath()).isDir());
+        if (doubled && !current) {
+            QCOMPARE(contents(expected), QByteArray("[\"old\"]"));
+            QVERIFY(!QFileInfo::exists(QFileInfo(old).absolutePath()));
+        } else if (current) {
+            QCOMPARE(contents(expected), QByteArray("[\"current\"]"));
+            QCOMPARE(contents(old), QByteArray("[\"old\"]"));
+        } else {
+            QVERIFY(!QFileInfo::exists(expected));
+        }
     }
 
     void missingFileLoadsEmpty() {
         QTemporaryDir dir;
         ConversationStore store(pathIn(dir));
         QVERIFY(store.load().isEmpty());
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::NoDotAndDotDot), QStringList());
+        QCOMPARE(historyFiles(dir.path()), QStringList());
+        QVERIFY(store.error().isEmpty());
     }
 
     void savesAndLoadsBack() {
@@ -117,8 +153,10 @@ private slots:
             QVERIFY(store.load().isEmpty());
             store.save(list);
             store.flush();
-            QCOMPARE(contents(pathIn(dir)), encodeConversations(list));
+            QVERIFY(onDisk(pathIn(dir)) == list);
         }
+        // Closed: the file alone holds everything, in its own shape.
+        QCOMPARE(contents(pathIn(dir)), encodeConversations(list));
         ConversationStore again(pathIn(dir));
         QVERIFY(again.load() == list);
     }
@@ -136,7 +174,9 @@ private slots:
         store.save(history(1, 1));
         store.flush();
         QCOMPARE(mode(pathIn(dir)), 0600u);
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"conversations.json"});
+        QCOMPARE(mode(pathIn(dir) + QStringLiteral(".journal")), 0600u);
+        QCOMPARE(historyFiles(dir.path()),
+                 (QStringList{"conversations.json", "conversations.json.journal"}));
     }
 
     void destructorFinishesTheWrites() {
@@ -162,13 +202,132 @@ private slots:
             store.save({growing});
         }
         store.flush();
-        ConversationStore reader(pathIn(dir));
-        const QList<Conversation> loaded = reader.load();
+        const QList<Conversation> loaded = onDisk(pathIn(dir));
         QCOMPARE(loaded.size(), 1);
         QCOMPARE(loaded[0].messages.size(), 1000);
         QVERIFY(loaded[0] == growing);
         // No temporary files left behind.
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"conversations.json"});
+        QCOMPARE(historyFiles(dir.path()),
+                 (QStringList{"conversations.json", "conversations.json.journal"}));
+    }
+
+    // Each change is on disk after flush(): appended to the journal, which is
+    // folded into the file once it passes its bound.
+    void changesGoToTheJournalUntilItIsFolded() {
+        QTemporaryDir dir;
+        QList<Conversation> list = history(4, 400);
+        {
+            ConversationStore store(pathIn(dir));
+            store.load();
+            store.save(list);
+        }
+        const QByteArray folded = contents(pathIn(dir));
+        QCOMPARE(folded, encodeConversations(list));
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.load() == list);
+        store.setMinimumFoldBytes(20'000);
+        int folds = 0;
+        QByteArray file = folded;
+        for (int n = 400; n < 600; ++n) {
+            const qint64 before = store.bytesWritten();
+            list[n % 4].messages.append(message(n));
+            list[n % 4].lastActivity = list[n % 4].messages.last().timestamp;
+            if (n % 3 == 0) // a change in place as well
+                list[0].messages[n % 50].deliveryState = ChatMessage::DeliveryState::failed;
+            store.save(list);
+            store.flush();
+            QVERIFY(onDisk(pathIn(dir)) == list);
+            const QByteArray now = contents(pathIn(dir));
+            if (now != file) {
+                ++folds;
+                QCOMPARE(now, encodeConversations(list));
+                file = now;
+            } else {
+                QVERIFY2(store.bytesWritten() - before < 1000,
+                         qPrintable(QString::number(store.bytesWritten() - before)));
+            }
+        }
+        QVERIFY2(folds >= 2 && folds <= 10, qPrintable(QString::number(folds)));
+        QVERIFY(store.error().isEmpty());
+        // Nothing changed: nothing written.
+        const qint64 before = store.bytesWritten();
+        store.save(list);
+        store.flush();
+        QCOMPARE(store.bytesWritten(), before);
+    }
+
+    // The writer stopped mid-record: the record is ignored, and the next
+    // save starts clean.
+    void tornJournalTailIsIgnored() {
+        QTemporaryDir dir;
+        QList<Conversation> list = history(3, 30);
+        ConversationStore writer(pathIn(dir));
+        writer.load();
+        writer.save(list);
+        writer.flush();
+        const QList<Conversation> beforeLast = list;
+        list[1].messages.append(message(99));
+        writer.save(list);
+        writer.flush();
+        const QString journal = writer.journalPath();
+        // Take the store's place as if it had been killed: a copy of its files.
+        QTemporaryDir after;
+        QFile::copy(pathIn(dir), pathIn(after));
+        QFile::copy(journal, pathIn(after) + QStringLiteral(".journal"));
+        cutShort(pathIn(after) + QStringLiteral(".journal"), 5);
+
+        ConversationStore store(pathIn(after));
+        QVERIFY(store.load() == beforeLast);
+        QVERIFY(damagedCopies(QDir(after.path())).isEmpty());
+        list[2].messages.append(message(100));
+        store.save(list);
+        store.flush();
+        QVERIFY(onDisk(pathIn(after)) == list);
+    }
+
+    // A damaged record in the middle: replay stops there, the journal is
+    // kept aside byte for byte, and the history goes on from what was read.
+    void damagedJournalRecordStopsTheReplay() {
+        QTemporaryDir dir;
+        QList<Conversation> list = history(3, 30);
+        QList<QList<Conversation>> states;
+        {
+            ConversationStore store(pathIn(dir));
+            store.load();
+            store.save(list);
+            store.flush();
+            for (int n = 30; n < 33; ++n) {
+                list[n % 3].messages.append(message(n));
+                store.save(list);
+                store.flush();
+                states.append(list);
+            }
+            QFile::copy(store.journalPath(), dir.filePath(QStringLiteral("copy")));
+        }
+        // Rebuild the killed store's files: the file it started from and its journal.
+        writeFile(pathIn(dir), encodeConversations(history(3, 30)));
+        QFile::remove(pathIn(dir) + QStringLiteral(".journal"));
+        QVERIFY(QFile::rename(dir.filePath(QStringLiteral("copy")),
+                              pathIn(dir) + QStringLiteral(".journal")));
+        QByteArray journal = contents(pathIn(dir) + QStringLiteral(".journal"));
+        const QList<QByteArray> lines = journal.split('\n');
+        QCOMPARE(lines.size(), 5); // header, three records, the empty rest
+        // Flip one letter inside the second record's text.
+        const qsizetype at = lines[0].size() + lines[1].size() + 2 + lines[2].indexOf("Message");
+        journal[at] = 'm';
+        writeFile(pathIn(dir) + QStringLiteral(".journal"), journal);
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.load() == states[0]);
+        const QStringList aside = damagedCopies(QDir(dir.path()));
+        QCOMPARE(aside.size(), 1);
+        QVERIFY(aside[0].startsWith(QStringLiteral("conversations.json.journal.damaged-")));
+        QCOMPARE(contents(dir.filePath(aside[0])), journal);
+        store.save(states[2]);
+        store.flush();
+        QVERIFY(onDisk(pathIn(dir)) == states[2]);
+        QCOMPARE(contents(dir.filePath(aside[0])), journal);
     }
 
     void flushCoversEachSave() {
@@ -180,7 +339,7 @@ private slots:
             const QList<Conversation> list = history(2, n);
             store.save(list);
             store.flush();
-            QCOMPARE(contents(pathIn(dir)), encodeConversations(list));
+            QVERIFY(onDisk(pathIn(dir)) == list);
         }
     }
 
@@ -254,6 +413,167 @@ private slots:
         QVERIFY(store.load().isEmpty());
         QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
         QCOMPARE(contents(pathIn(dir)), QByteArray("[]"));
+    }
+
+    // A file-size limit in another process (as a full disk would): the
+    // good history stays as it was unless the whole change got on disk.
+    void fileSizeLimit_data() {
+        QTest::addColumn<int>("conversations");
+        QTest::addColumn<int>("existing");
+        QTest::addColumn<int>("wanted");
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<bool>("saved");
+        QTest::newRow("small history, 4 KiB") << 5 << 4 << 50 << 4096 << false;
+        QTest::newRow("small history, first save") << 5 << 0 << 50 << 4096 << false;
+        QTest::newRow("small history, room") << 5 << 4 << 50 << 1 << true;
+        QTest::newRow("large history, 64 KiB") << 20 << 2000 << 2600 << 65536 << false;
+        QTest::newRow("large history, journal fits") << 20 << 2000 << 2100 << 65536 << true;
+    }
+
+    void fileSizeLimit() {
+        QFETCH(int, conversations);
+        QFETCH(int, existing);
+        QFETCH(int, wanted);
+        QFETCH(int, limit);
+        QFETCH(bool, saved);
+        QTemporaryDir dir;
+        const QList<Conversation> good = history(conversations, existing);
+        if (existing > 0)
+            ConversationStore(pathIn(dir)).save(good);
+        const QByteArray before = contents(pathIn(dir));
+        const QString output = probe({QStringLiteral("limit"), pathIn(dir),
+                                      QString::number(limit == 1 ? 1 << 30 : limit),
+                                      QString::number(conversations), QString::number(wanted)});
+        if (saved) {
+            QCOMPARE(output, QStringLiteral("saved"));
+            QVERIFY(onDisk(pathIn(dir)) == history(conversations, wanted));
+            return;
+        }
+        QVERIFY2(output.startsWith(QStringLiteral("error: File too large")), qPrintable(output));
+        QCOMPARE(contents(pathIn(dir)), before);
+        QVERIFY(onDisk(pathIn(dir)) == (existing > 0 ? good : QList<Conversation>()));
+        QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
+    }
+
+    // A folder that cannot be written, for a probe without root's rights:
+    // the warning shows and the file stays; once the folder is writable the
+    // next save clears the warning.
+    void unwritableFolder() {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("history"));
+        QVERIFY(QDir().mkpath(folder));
+        const QString path = folder + QStringLiteral("/conversations.json");
+        const QList<Conversation> good = history(3, 20);
+        ConversationStore(path).save(good);
+        const QByteArray before = contents(path);
+        const bool root = ::geteuid() == 0;
+        const auto readable = QFileDevice::ReadOwner | QFileDevice::ReadGroup |
+                              QFileDevice::ReadOther | QFileDevice::ExeOwner |
+                              QFileDevice::ExeGroup | QFileDevice::ExeOther;
+        QVERIFY(QFile::setPermissions(dir.path(), readable | QFileDevice::WriteOwner));
+        // (QSaveFile replaces only a file its user may write.)
+        QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                QFileDevice::ReadOther | QFileDevice::WriteOther));
+        QVERIFY(QFile::setPermissions(folder, readable));
+
+        QProcess child;
+        if (root) // the probe runs as nobody, for whom the folder is read-only
+            child.setChildProcessModifier([] {
+                if (::setgid(65534) != 0 || ::setuid(65534) != 0)
+                    ::_exit(9);
+            });
+        child.start(QStringLiteral(STORE_PROBE),
+                    {QStringLiteral("twice"), path, QStringLiteral("3"), QStringLiteral("25")});
+        QVERIFY(child.waitForReadyRead(30'000));
+        const QByteArray first = child.readLine().trimmed();
+        QVERIFY2(first.startsWith("error: Permission denied"), first.constData());
+        QCOMPARE(contents(path), before);
+
+        if (root)
+            QCOMPARE(::chown(QFile::encodeName(folder).constData(), 65534, 65534), 0);
+        QVERIFY(QFile::setPermissions(folder, readable | QFileDevice::WriteOwner));
+        child.write("again\n");
+        QVERIFY(child.waitForFinished(30'000));
+        QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArray("saved"));
+        QVERIFY(onDisk(path) == history(3, 26));
+    }
+
+    // The folder vanishes while the app runs: the next save writes the whole
+    // history again (not a journal on its own). When a file stands in the
+    // folder's way, the warning shows until it is gone.
+    void folderRemovedWhileRunning() {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("history"));
+        QVERIFY(QDir().mkpath(folder));
+        const QString path = folder + QStringLiteral("/conversations.json");
+        ConversationStore store(path);
+        QSignalSpy errors(&store, &ConversationStore::errorChanged);
+        store.load();
+        store.save(history(3, 20));
+        store.flush();
+
+        QVERIFY(QDir(folder).removeRecursively());
+        store.save(history(3, 21));
+        store.flush();
+        QVERIFY(store.error().isEmpty());
+        QVERIFY(onDisk(path) == history(3, 21));
+
+        QVERIFY(QDir(folder).removeRecursively());
+        writeFile(folder, "in the way");
+        store.save(history(3, 22));
+        store.flush();
+        QVERIFY(!store.error().isEmpty());
+        QVERIFY(QFile::remove(folder));
+        store.save(history(3, 23));
+        store.flush();
+        QVERIFY(store.error().isEmpty());
+        QCOMPARE(errors.count(), 2);
+        QVERIFY(onDisk(path) == history(3, 23));
+    }
+
+    // A second store of the same history, in another process, never writes
+    // and says why; once the first process is gone its lock is taken over.
+    void secondProcessNeverWrites() {
+        QTemporaryDir dir;
+        const QList<Conversation> good = history(2, 10);
+        ConversationStore(pathIn(dir)).save(good);
+
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
+        QVERIFY(holder.waitForReadyRead(30'000));
+        QCOMPARE(holder.readLine().trimmed(), QByteArray("writable"));
+        {
+            ConversationStore second(pathIn(dir));
+            QVERIFY(!second.isWritable());
+            QVERIFY2(second.error().contains(QString::number(holder.processId())),
+                     qPrintable(second.error()));
+            QVERIFY(second.load() == good);
+            second.save(history(2, 11));
+            second.flush();
+        }
+        QCOMPARE(contents(pathIn(dir)), encodeConversations(good));
+        QVERIFY(onDisk(pathIn(dir)) == good);
+
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+    }
+
+    void staleLockIsTakenOver() {
+        QTemporaryDir dir;
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
+        QVERIFY(holder.waitForReadyRead(30'000));
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(QFileInfo::exists(pathIn(dir) + QStringLiteral(".lock")));
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.isWritable());
+        store.load();
+        store.save(history(2, 3));
+        store.flush();
+        QVERIFY(store.error().isEmpty());
+        QVERIFY(onDisk(pathIn(dir)) == history(2, 3));
     }
 
     void largeHistory() {

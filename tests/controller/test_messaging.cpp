@@ -239,6 +239,77 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 1);
         QCOMPARE(rig.savedHistory()->first().unreadCount, 0);
     }
+
+    // After a restart: a message caught mid-send is failed (and saved so), a
+    // sent one still turns delivered when its acknowledgement comes.
+    void restartEndsSendingAndKeepsWaitingForAcknowledgements() {
+        ControllerRig rig;
+        const auto alice = ConversationID::contact(keyOf('a'));
+        const auto channel = ConversationID::channel(2);
+        rig.connectQuietly();
+        rig.controller->sendMessage(QStringLiteral("in flight"), channel);
+        rig.controller->sendMessage(QStringLiteral("waiting"), alice);
+        rig.controller->sendMessage(QStringLiteral("mid-send"), alice);
+        rig.deliver(Events::MessageSent{0, 0xff, 4000});
+        const QUuid waiting =
+            rig.controller->conversations()["contact:" + keyOf('a')].messages[0].id;
+        rig.store->flush();
+        rig.controller.reset();
+
+        rig.buildController();
+        using State = ChatMessage::DeliveryState;
+        const auto states = [&](const ConversationID& target) {
+            QList<State> list;
+            for (const ChatMessage& m :
+                 rig.controller->conversations()[target.conversationKey()].messages)
+                list.append(m.deliveryState);
+            return list;
+        };
+        QCOMPARE(states(channel), QList<State>{State::failed});
+        QCOMPARE(states(alice), (QList<State>{State::sent, State::failed}));
+        const QList<Conversation> saved = rig.savedHistory().value();
+        QCOMPARE(saved.size(), 2);
+        for (const Conversation& c : saved)
+            QVERIFY(std::none_of(c.messages.begin(), c.messages.end(), [](const ChatMessage& m) {
+                return m.deliveryState == State::sending;
+            }));
+
+        rig.deliver(Events::SendConfirmed{0xff, 900});
+        QCOMPARE(states(alice), (QList<State>{State::delivered, State::failed}));
+        const ChatMessage delivered =
+            rig.controller->conversations()["contact:" + keyOf('a')].messages[0];
+        QCOMPARE(delivered.id, waiting);
+        QCOMPARE(delivered.roundTripMillis, 900u);
+    }
+
+    // The store's error is the controller's historyError: shown while saves
+    // fail, cleared by the next that succeeds.
+    void historyErrorFollowsTheStore() {
+        QTemporaryDir dir;
+        const QString folder = dir.filePath(QStringLiteral("history"));
+        ControllerRig rig(false);
+        rig.store =
+            std::make_unique<ConversationStore>(folder + QStringLiteral("/conversations.json"));
+        rig.buildController();
+        QSignalSpy changed(rig.controller.get(), &MeshController::historyErrorChanged);
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly)); // a file where the folder was
+        blocker.close();
+        rig.deliver(Events::ChannelMessage{1, 0, 0, {}, QStringLiteral("a"), {}});
+        rig.store->flush();
+        QTRY_COMPARE(changed.count(), 1);
+        QVERIFY(!rig.controller->historyError().isEmpty());
+
+        QVERIFY(QFile::remove(folder));
+        rig.deliver(Events::ChannelMessage{1, 0, 0, {}, QStringLiteral("b"), {}});
+        rig.store->flush();
+        QTRY_COMPARE(changed.count(), 2);
+        QVERIFY(rig.controller->historyError().isEmpty());
+        const QList<Conversation> saved = ConversationStore(rig.store->filePath()).load();
+        QCOMPARE(saved.size(), 1);
+        QCOMPARE(saved.first().messages.size(), 2);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestMessaging)

@@ -1,7 +1,8 @@
 // Saves a growing history again and again until it is killed:
 //   history_writer <file> <first sequence number>
 // After each save is on disk it prints "saved <n>" and flushes, so whoever
-// kills it knows the newest save that completed. Save n holds a conversation
+// kills it knows the newest save that completed; a failed save prints
+// "failed <n>". Save n holds a conversation
 // whose last message reads "save <n>", next to a steady bulk of others.
 #include "controller/conversation_store.h"
 
@@ -45,6 +46,12 @@ int main(int argc, char* argv[]) {
         history.last().lastActivity = history.last().messages.last().timestamp;
         store.save(history);
         store.flush();
+        // A save that failed (the lock of a writer killed while taking it,
+        // say) is not reported as saved.
+        if (!store.error().isEmpty()) {
+            std::printf("failed %lld\n", n);
+            continue;
+        }
         std::printf("saved %lld\n", n);
         std::fflush(stdout);
     }

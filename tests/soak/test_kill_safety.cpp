@@ -1,9 +1,10 @@
-// The history file survives its writer being killed at any moment: after
-// each SIGKILL it loads, and it holds at least the newest save the writer
-// reported as complete.
+// The history (file and journal) survives its writer being killed at any
+// moment: after each SIGKILL it loads, and it holds at least the newest save
+// the writer reported as complete.
 #include "controller/conversation_store.h"
 #include "test_support.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -71,11 +72,13 @@ private Q_SLOTS:
                 QVERIFY2(completed < 0, qPrintable(context + QStringLiteral(": file missing")));
                 continue;
             }
-            QFile file(path);
-            QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(context));
-            const auto history = decodeConversations(file.readAll());
-            QVERIFY2(history.has_value(), qPrintable(context + QStringLiteral(": does not load")));
-            const qint64 onDisk = lastSave(*history);
+            // Read as the next start would: the file with the journal
+            // replayed, and nothing put aside as damaged.
+            const QList<Conversation> history = ConversationStore(path).load();
+            QVERIFY2(
+                QDir(dir.path()).entryList({QStringLiteral("*.damaged-*")}, QDir::Files).isEmpty(),
+                qPrintable(context + QStringLiteral(": damaged files")));
+            const qint64 onDisk = lastSave(history);
             QVERIFY2(onDisk >= completed,
                      qPrintable(context + QStringLiteral(": file holds save %1, writer finished %2")
                                               .arg(onDisk)

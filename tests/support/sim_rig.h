@@ -79,12 +79,13 @@ struct SimRig {
         return codes;
     }
 
+    // What the disk holds (file and journal), read by a second store that
+    // stays read-only beside `store`.
     std::optional<QList<Conversation>> savedHistory() {
         store->flush();
-        QFile file(store->filePath());
-        if (!file.open(QIODevice::ReadOnly))
+        if (!QFile::exists(store->filePath()))
             return std::nullopt;
-        return decodeConversations(file.readAll());
+        return ConversationStore(store->filePath()).load();
     }
 };
 

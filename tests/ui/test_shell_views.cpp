@@ -233,6 +233,40 @@ private Q_SLOTS:
         for (const Channel& channel : m_rig->controller->channels())
             QVERIFY(channel.index != 0);
     }
+
+    // While saves fail the window says so above its content, without
+    // covering it; the next save that works takes the warning away.
+    void historyWarningShowsWhileSavesFail() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        QVERIFY(!shows("historyWarning"));
+        const QString folder = m_rig->dir.path();
+        const auto save = [&](const QString& text) {
+            m_rig->controller->appendMessage(incomingMessage(text, m_rig->clock.now()),
+                                             ConversationID::channel(0));
+            m_rig->store->flush();
+        };
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder); // a file where the folder was
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        save(QStringLiteral("not kept"));
+        QTRY_VERIFY(shows("historyWarning"));
+        const QString text = find("historyWarningText")->property("text").toString();
+        QVERIFY2(text.startsWith(QStringLiteral("History could not be saved: ")), qPrintable(text));
+        QVERIFY(text.size() > 30);
+        auto* main = find<QQuickItem>("mainView");
+        QTRY_COMPARE(main->mapToScene({0, 0}).y(), find<QQuickItem>("historyWarning")->height());
+        if (qEnvironmentVariableIsSet("TALVENNE_SHOT"))
+            qobject_cast<QQuickWindow*>(root())->grabWindow().save(
+                qEnvironmentVariable("TALVENNE_SHOT"));
+
+        QVERIFY(QFile::remove(folder));
+        save(QStringLiteral("kept"));
+        QTRY_VERIFY(!shows("historyWarning"));
+        QTRY_COMPARE(main->mapToScene({0, 0}).y(), 0.0);
+        QCOMPARE(m_rig->savedHistory()->size(), m_rig->controller->conversations().size());
+    }
 };
 
 QTEST_MAIN(TestShellViews)

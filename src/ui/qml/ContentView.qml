@@ -1,7 +1,8 @@
 import QtQuick
 import Talvenne
 
-// The connection screen while no radio is connected, the main view after.
+// The connection screen while no radio is connected, the main view after;
+// above both the warning while the history cannot be saved.
 Item {
     id: content
 
@@ -10,10 +11,16 @@ Item {
 
     objectName: "contentView"
 
+    HistoryWarning {
+        id: historyWarning
+        anchors { top: parent.top; left: parent.left; right: parent.right }
+        controller: content.controller
+    }
+
     Loader {
         id: connectionLoader
         objectName: "connectionLoader"
-        anchors.fill: parent
+        anchors { top: historyWarning.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
         active: opacity > 0
         opacity: content.shell.connected ? 0 : 1
         Behavior on opacity { NumberAnimation { duration: 250; easing.type: Easing.InOutQuad } }
@@ -26,7 +33,7 @@ Item {
     Loader {
         id: mainLoader
         objectName: "mainLoader"
-        anchors.fill: parent
+        anchors { top: historyWarning.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
         active: opacity > 0
         opacity: content.shell.connected ? 1 : 0
         Behavior on opacity { NumberAnimation { duration: 250; easing.type: Easing.InOutQuad } }

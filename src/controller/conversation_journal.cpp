@@ -1,0 +1,213 @@
+#include "controller/conversation_journal.h"
+
+#include <QCryptographicHash>
+#include <QHash>
+#include <QSet>
+#include <charconv>
+
+namespace {
+
+constexpr QByteArrayView magic = "talvenne-journal 1 ";
+// The header identifies the file by its size and its last bytes: every fold
+// that changes the history changes one or the other.
+constexpr qsizetype tailBytes = 4096;
+constexpr qsizetype digestHexLength = 16;
+
+QByteArray digest(QByteArrayView bytes) {
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).left(8).toHex();
+}
+
+// Reads a decimal number ending at the next space; false when there is no
+// space before `end` or the text is not a number.
+bool readSize(const char*& p, const char* end, qint64& out) {
+    const char* space = std::find(p, end, ' ');
+    if (space == end)
+        return false;
+    const auto result = std::from_chars(p, space, out);
+    if (result.ec != std::errc() || result.ptr != space || out < 0)
+        return false;
+    p = space + 1;
+    return true;
+}
+
+} // namespace
+
+namespace Journal {
+
+QByteArray header(QByteArrayView base) {
+    return magic.toByteArray() + QByteArray::number(base.size()) + ' ' +
+           digest(base.last(std::min(base.size(), tailBytes))) + '\n';
+}
+
+QByteArray frame(const JournalRecord& record) {
+    const QByteArray payload = encodeJournalRecord(record);
+    return QByteArray::number(payload.size()) + ' ' + digest(payload) + ' ' + payload + '\n';
+}
+
+Replay read(QByteArrayView journal, QByteArrayView base) {
+    Replay replay;
+    const char* p = journal.data();
+    const char* const end = p + journal.size();
+
+    // The header: a cut-short header is a torn tail like any other.
+    const char* lineEnd = std::find(p, end, '\n');
+    if (lineEnd == end) {
+        replay.end = Replay::End::tornTail;
+        return replay;
+    }
+    if (QByteArrayView(p, lineEnd + 1) != header(base)) {
+        replay.end = QByteArrayView(p, lineEnd).startsWith(magic) ? Replay::End::otherBase
+                                                                  : Replay::End::damaged;
+        return replay;
+    }
+    p = lineEnd + 1;
+
+    while (p != end) {
+        // A record cut short anywhere (its size, digest, payload or line
+        // end missing) is the last one the writer began.
+        qint64 size = 0;
+        const char* cursor = p;
+        if (!readSize(cursor, end, size)) {
+            const bool torn = std::find(p, end, '\n') == end &&
+                              std::all_of(p, end, [](char c) { return c >= '0' && c <= '9'; });
+            replay.end = torn ? Replay::End::tornTail : Replay::End::damaged;
+            return replay;
+        }
+        if (end - cursor < digestHexLength + 1 + size + 1) {
+            replay.end = Replay::End::tornTail;
+            return replay;
+        }
+        const QByteArrayView expected(cursor, digestHexLength);
+        const QByteArrayView payload(cursor + digestHexLength + 1, size);
+        const char* const next = payload.data() + size;
+        std::optional<JournalRecord> record;
+        if (cursor[digestHexLength] == ' ' && *next == '\n' && expected == digest(payload))
+            record = decodeJournalRecord(payload);
+        if (!record) {
+            replay.end = Replay::End::damaged;
+            return replay;
+        }
+        replay.records.append(std::move(*record));
+        p = next + 1;
+    }
+    return replay;
+}
+
+QList<JournalRecord> diff(const QList<Conversation>& before, const QList<Conversation>& after) {
+    using Kind = JournalRecord::Kind;
+    QHash<QString, const Conversation*> old;
+    old.reserve(before.size());
+    for (const Conversation& c : before)
+        old.insert(c.target.conversationKey(), &c);
+
+    QList<JournalRecord> records;
+    for (const Conversation& now : after) {
+        const QString key = now.target.conversationKey();
+        const Conversation* was = old.take(key);
+        if (!was) {
+            records.append({Kind::put, now});
+            continue;
+        }
+        const bool sameSummary =
+            was->lastActivity == now.lastActivity && was->unreadCount == now.unreadCount;
+        const auto& oldMessages = was->messages;
+        const auto& newMessages = now.messages;
+        if (oldMessages.constData() == newMessages.constData() &&
+            oldMessages.size() == newMessages.size()) {
+            if (!sameSummary)
+                records.append(
+                    {Kind::merge, Conversation{now.target, {}, now.lastActivity, now.unreadCount}});
+            continue;
+        }
+        // Messages are only appended or changed in place; anything else
+        // (fewer, or another id at a place) stores the conversation whole.
+        bool whole = newMessages.size() < oldMessages.size();
+        Conversation merge{now.target, {}, now.lastActivity, now.unreadCount};
+        for (qsizetype i = 0; !whole && i < oldMessages.size(); ++i) {
+            if (oldMessages[i] == newMessages[i])
+                continue;
+            if (oldMessages[i].id != newMessages[i].id)
+                whole = true;
+            else
+                merge.messages.append(newMessages[i]);
+        }
+        if (whole) {
+            records.append({Kind::put, now});
+            continue;
+        }
+        merge.messages.append(newMessages.mid(oldMessages.size()));
+        if (!merge.messages.isEmpty() || !sameSummary)
+            records.append({Kind::merge, std::move(merge)});
+    }
+    for (const Conversation* gone : std::as_const(old))
+        records.append({Kind::remove, Conversation{gone->target, {}, {}, 0}});
+    return records;
+}
+
+void apply(QList<Conversation>& history, const QList<JournalRecord>& records) {
+    QHash<QString, qsizetype> rows;
+    rows.reserve(history.size());
+    for (qsizetype row = 0; row < history.size(); ++row)
+        rows.insert(history[row].target.conversationKey(), row);
+    // Message rows by id, built for a conversation the first time a merge
+    // touches it.
+    QHash<QString, QHash<QUuid, qsizetype>> messageRows;
+
+    for (const JournalRecord& record : records) {
+        const QString key = record.conversation.target.conversationKey();
+        const auto found = rows.constFind(key);
+        switch (record.kind) {
+        case JournalRecord::Kind::put:
+            messageRows.remove(key);
+            if (found != rows.cend())
+                history[*found] = record.conversation;
+            else {
+                rows.insert(key, history.size());
+                history.append(record.conversation);
+            }
+            break;
+        case JournalRecord::Kind::remove:
+            if (found != rows.cend()) {
+                const qsizetype row = *found;
+                history.removeAt(row);
+                rows.remove(key);
+                messageRows.remove(key);
+                for (auto& r : rows) {
+                    if (r > row)
+                        --r;
+                }
+            }
+            break;
+        case JournalRecord::Kind::merge: {
+            qsizetype row = found != rows.cend() ? *found : -1;
+            if (row < 0) {
+                row = history.size();
+                rows.insert(key, row);
+                history.append(Conversation{record.conversation.target, {}, {}, 0});
+            }
+            Conversation& c = history[row];
+            auto ids = messageRows.find(key);
+            if (ids == messageRows.end()) {
+                ids = messageRows.insert(key, {});
+                ids->reserve(c.messages.size());
+                for (qsizetype m = 0; m < c.messages.size(); ++m)
+                    ids->insert(c.messages[m].id, m);
+            }
+            for (const ChatMessage& m : record.conversation.messages) {
+                const auto at = ids->constFind(m.id);
+                if (at != ids->cend())
+                    c.messages[*at] = m;
+                else {
+                    ids->insert(m.id, c.messages.size());
+                    c.messages.append(m);
+                }
+            }
+            c.lastActivity = record.conversation.lastActivity;
+            c.unreadCount = record.conversation.unreadCount;
+            break;
+        }
+        }
+    }
+}
+
+} // namespace Journal

@@ -1,0 +1,175 @@
+// The journal's records: a change and back, a replay on top of a file that
+// already holds it, and a journal cut or damaged anywhere.
+
+#include "controller/conversation_journal.h"
+#include "controller/conversation_store.h"
+#include "history_samples.h"
+
+#include <QTest>
+
+using HistorySamples::history;
+using HistorySamples::message;
+
+namespace {
+
+using Change = std::function<void(QList<Conversation>&)>;
+
+// A journal holding the changes from `start` through each state, one
+// record batch per state, for the file `base`.
+QByteArray journalOf(const QByteArray& base, QList<Conversation> start,
+                     const QList<QList<Conversation>>& states) {
+    QByteArray journal = Journal::header(base);
+    for (const QList<Conversation>& state : states) {
+        for (const JournalRecord& record : Journal::diff(start, state))
+            journal += Journal::frame(record);
+        start = state;
+    }
+    return journal;
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Change)
+
+class TestConversationJournal : public QObject {
+    Q_OBJECT
+
+private slots:
+    void diffThenApplyGivesTheNewHistory_data() {
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<int>("records");
+        using State = ChatMessage::DeliveryState;
+        QTest::newRow("nothing") << Change([](auto&) {}) << 0;
+        QTest::newRow("one message appended") << Change([](auto& h) {
+            h[1].messages.append(message(500));
+            h[1].lastActivity = h[1].messages.last().timestamp;
+        }) << 1;
+        QTest::newRow("a state changed in place")
+            << Change([](auto& h) { h[2].messages[3].deliveryState = State::failed; }) << 1;
+        QTest::newRow("read") << Change([](auto& h) { h[0].unreadCount = 0; }) << 1;
+        QTest::newRow("new empty conversation") << Change([](auto& h) {
+            h.append(Conversation{ConversationID::channel(7), {}, distantPast(), 0});
+        }) << 1;
+        QTest::newRow("conversation removed") << Change([](auto& h) { h.removeAt(2); }) << 1;
+        QTest::newRow("removed and made again")
+            << Change([](auto& h) { h[3].messages = {message(900)}; }) << 1;
+        QTest::newRow("several at once") << Change([](auto& h) {
+            h[0].messages.append(message(501));
+            h[4].messages[0].text = QStringLiteral("edited");
+            h.removeAt(1);
+        }) << 3;
+    }
+
+    void diffThenApplyGivesTheNewHistory() {
+        QFETCH(Change, change);
+        QFETCH(int, records);
+        const QList<Conversation> before = history(5, 40);
+        QList<Conversation> after = before;
+        change(after);
+
+        const QList<JournalRecord> diff = Journal::diff(before, after);
+        QCOMPARE(diff.size(), records);
+        QList<Conversation> replayed = before;
+        Journal::apply(replayed, diff);
+        QVERIFY(replayed == after);
+        // Each record sets state: applied again on top, nothing changes.
+        Journal::apply(replayed, diff);
+        QVERIFY(replayed == after);
+        // And through the journal's own lines.
+        const QByteArray base = encodeConversations(before);
+        const Journal::Replay replay = Journal::read(journalOf(base, before, {after}), base);
+        QCOMPARE(replay.end, Journal::Replay::End::complete);
+        QVERIFY(replay.records == diff);
+    }
+
+    // A journal replayed on top of the file that a fold made from it (the
+    // fold finished, the journal was not yet emptied) gives that file.
+    void replayOnTheFoldedFileChangesNothing() {
+        QList<QList<Conversation>> states;
+        QList<Conversation> state = history(4, 20);
+        const QList<Conversation> start = state;
+        for (int n = 20; n < 40; ++n) {
+            state[n % state.size()].messages.append(message(n));
+            if (n % 5 == 0)
+                state[0].messages[1].deliveryState = ChatMessage::DeliveryState(n % 4);
+            if (n == 30)
+                state.removeAt(1);
+            states.append(state);
+        }
+        const QByteArray base = encodeConversations(start);
+        const Journal::Replay replay = Journal::read(journalOf(base, start, states), base);
+        QList<Conversation> folded = state;
+        Journal::apply(folded, replay.records);
+        QVERIFY(folded == state);
+    }
+
+    // Cut after any byte, the journal gives the records that are whole and
+    // never reads as damaged.
+    void cutAnywhereIsATornTail() {
+        const QList<Conversation> start = history(3, 9);
+        QList<QList<Conversation>> states;
+        QList<Conversation> state = start;
+        for (int n = 9; n < 12; ++n) {
+            state[n % 3].messages.append(message(n));
+            states.append(state);
+        }
+        const QByteArray base = encodeConversations(start);
+        const QByteArray journal = journalOf(base, start, states);
+        int lines = 0;
+        for (qsizetype length = 0; length <= journal.size(); ++length) {
+            const Journal::Replay replay = Journal::read(journal.first(length), base);
+            const bool whole = length == 0 || journal[length - 1] == '\n';
+            lines += length > 0 && whole;
+            QCOMPARE(replay.end, whole && length > 0 ? Journal::Replay::End::complete
+                                                     : Journal::Replay::End::tornTail);
+            QCOMPARE(replay.records.size(), std::max(0, lines - 1));
+        }
+        QCOMPARE(lines, 4);
+    }
+
+    void damageStopsTheReplay_data() {
+        QTest::addColumn<QByteArray>("from");
+        QTest::addColumn<QByteArray>("to");
+        QTest::addColumn<int>("records");
+        QTest::addColumn<Journal::Replay::End>("end");
+        QTest::newRow("a letter of a text") << QByteArray("Message 10") << QByteArray("Massage 10")
+                                            << 1 << Journal::Replay::End::damaged;
+        QTest::newRow("a size one too long")
+            << QByteArray("size") << QByteArray() << 0 << Journal::Replay::End::damaged;
+        QTest::newRow("another file") << QByteArray("journal 1 ") << QByteArray("journal 1 1") << 0
+                                      << Journal::Replay::End::otherBase;
+        QTest::newRow("not a journal") << QByteArray("talvenne-journal") << QByteArray("{") << 0
+                                       << Journal::Replay::End::damaged;
+    }
+
+    void damageStopsTheReplay() {
+        QFETCH(QByteArray, from);
+        QFETCH(QByteArray, to);
+        QFETCH(int, records);
+        QFETCH(Journal::Replay::End, end);
+        const QList<Conversation> start = history(3, 9);
+        QList<QList<Conversation>> states;
+        QList<Conversation> state = start;
+        for (int n = 9; n < 12; ++n) {
+            state[n % 3].messages.append(message(n));
+            states.append(state);
+        }
+        const QByteArray base = encodeConversations(start);
+        QByteArray journal = journalOf(base, start, states);
+        if (from == "size") { // the first record's size, one more
+            const qsizetype line = journal.indexOf('\n') + 1;
+            const qsizetype space = journal.indexOf(' ', line);
+            from = journal.mid(line, space - line + 1);
+            to = QByteArray::number(from.trimmed().toInt() + 1) + ' ';
+        }
+        const qsizetype at = journal.indexOf(from);
+        QVERIFY(at >= 0);
+        journal.replace(at, from.size(), to);
+        const Journal::Replay replay = Journal::read(journal, base);
+        QCOMPARE(replay.end, end);
+        QCOMPARE(replay.records.size(), records);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestConversationJournal)
+#include "test_conversation_journal.moc"
