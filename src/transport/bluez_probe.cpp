@@ -3,16 +3,9 @@
 #include "transport/bluez_types.h"
 #include "transport/link_log.h"
 
-#include <QDBusMetaType>
+#include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
-#include <QRegularExpression>
-
-void Bluez::registerTypes() {
-    qDBusRegisterMetaType<BluezInterfaces>();
-    qDBusRegisterMetaType<BluezObjects>();
-}
 
 namespace {
 
@@ -30,6 +23,35 @@ BluezProbe::Finding findingOfError(const QDBusError& error) {
     return BluezProbe::Finding::noService;
 }
 
+// Reads GetManagedObjects' answer (a{oa{sa{sv}}}) by hand, see bluez_types.h.
+BluezObjects readObjects(const QDBusMessage& reply) {
+    BluezObjects objects;
+    if (reply.arguments().isEmpty())
+        return objects;
+    const auto argument = reply.arguments().first().value<QDBusArgument>();
+    argument.beginMap();
+    while (!argument.atEnd()) {
+        QDBusObjectPath path;
+        BluezInterfaces interfaces;
+        argument.beginMapEntry();
+        argument >> path;
+        argument.beginMap();
+        while (!argument.atEnd()) {
+            QString name;
+            QVariantMap properties;
+            argument.beginMapEntry();
+            argument >> name >> properties;
+            argument.endMapEntry();
+            interfaces.insert(name, properties);
+        }
+        argument.endMap();
+        argument.endMapEntry();
+        objects.insert(path, interfaces);
+    }
+    argument.endMap();
+    return objects;
+}
+
 QDBusMessage managedObjectsCall() {
     return QDBusMessage::createMethodCall(Bluez::service, QStringLiteral("/"),
                                           Bluez::objectManagerInterface,
@@ -41,7 +63,10 @@ QDBusMessage managedObjectsCall() {
 BluezProbe::BluezProbe(QObject* parent)
     : QObject(parent)
     , m_bus(QDBusConnection::systemBus()) {
-    Bluez::registerTypes();
+    // Adapters come and go without the service doing so: while Bluetooth
+    // cannot be used, look again now and then.
+    m_poll.setInterval(pollInterval);
+    connect(&m_poll, &QTimer::timeout, this, &BluezProbe::check);
     if (!m_bus.isConnected())
         return;
     m_watcher = new QDBusServiceWatcher(Bluez::service, m_bus,
@@ -50,10 +75,6 @@ BluezProbe::BluezProbe(QObject* parent)
                                         this);
     connect(m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &BluezProbe::changed);
     connect(m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, &BluezProbe::changed);
-    for (const char* signal : {"InterfacesAdded", "InterfacesRemoved"}) {
-        m_bus.connect(Bluez::service, QStringLiteral("/"), Bluez::objectManagerInterface,
-                      QLatin1String(signal), this, SLOT(onObjectsChanged(QDBusMessage)));
-    }
 }
 
 void BluezProbe::check() {
@@ -67,21 +88,24 @@ void BluezProbe::check() {
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this](QDBusPendingCallWatcher* call) {
                 call->deleteLater();
-                const QDBusPendingReply<BluezObjects> reply = *call;
-                if (reply.isError()) {
+                const QDBusMessage reply = call->reply();
+                Finding finding = Finding::noAdapter;
+                if (reply.type() != QDBusMessage::ReplyMessage) {
                     qCDebug(lcLink)
-                        << "Bluetooth service:" << reply.error().name() << reply.error().message();
-                    Q_EMIT finished(findingOfError(reply.error()));
-                    return;
-                }
-                const BluezObjects objects = reply.value();
-                for (const BluezInterfaces& interfaces : objects) {
-                    if (interfaces.contains(Bluez::adapterInterface)) {
-                        Q_EMIT finished(Finding::adapter);
-                        return;
+                        << "Bluetooth service:" << reply.errorName() << reply.errorMessage();
+                    finding = findingOfError(QDBusError(reply));
+                } else {
+                    const BluezObjects objects = readObjects(reply);
+                    for (const BluezInterfaces& interfaces : objects) {
+                        if (interfaces.contains(Bluez::adapterInterface))
+                            finding = Finding::adapter;
                     }
                 }
-                Q_EMIT finished(Finding::noAdapter);
+                if (finding == Finding::adapter)
+                    m_poll.stop();
+                else if (!m_poll.isActive())
+                    m_poll.start();
+                Q_EMIT finished(finding);
             });
 }
 
@@ -92,10 +116,10 @@ void BluezProbe::disconnectDevice(const QString& address) {
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, address](QDBusPendingCallWatcher* call) {
                 call->deleteLater();
-                const QDBusPendingReply<BluezObjects> reply = *call;
-                if (reply.isError())
+                const QDBusMessage reply = call->reply();
+                if (reply.type() != QDBusMessage::ReplyMessage)
                     return;
-                const BluezObjects objects = reply.value();
+                const BluezObjects objects = readObjects(reply);
                 for (auto it = objects.cbegin(); it != objects.cend(); ++it) {
                     const QVariantMap device = it.value().value(Bluez::deviceInterface);
                     if (device.value(QStringLiteral("Address"))
@@ -108,15 +132,4 @@ void BluezProbe::disconnectDevice(const QString& address) {
                                                                    QStringLiteral("Disconnect")));
                 }
             });
-}
-
-void BluezProbe::onObjectsChanged(const QDBusMessage& message) {
-    // Adapters live right under /org/bluez; devices and their services below them.
-    static const QRegularExpression adapterPath(QStringLiteral("^/org/bluez/[^/]+$"));
-    const QList<QVariant> arguments = message.arguments();
-    if (arguments.isEmpty())
-        return;
-    const QString path = arguments.first().value<QDBusObjectPath>().path();
-    if (adapterPath.match(path).hasMatch())
-        Q_EMIT changed();
 }

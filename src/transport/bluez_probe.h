@@ -3,13 +3,17 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
+#include <QTimer>
+#include <chrono>
 
 class QDBusServiceWatcher;
 
 // Asks the system's Bluetooth service (BlueZ, over the system bus) what it
 // offers, so that the user can be told why Bluetooth is not usable: the
 // service is not running, this user may not talk to it, or it has no adapter.
-// QtBluetooth itself only says "not valid" in all of these cases.
+// QtBluetooth itself only says "not valid" in all of these cases. While the
+// answer is anything but "an adapter", it asks again every second, so an
+// adapter that is plugged in or a permission that is granted is noticed.
 class BluezProbe final : public QObject {
     Q_OBJECT
 public:
@@ -21,6 +25,9 @@ public:
     };
     Q_ENUM(Finding)
 
+    // How often the service is asked again while it offers no usable adapter.
+    static constexpr std::chrono::milliseconds pollInterval{1000};
+
     explicit BluezProbe(QObject* parent = nullptr);
 
     // Asks without blocking; the answer comes as finished().
@@ -31,13 +38,11 @@ public:
 
 Q_SIGNALS:
     void finished(BluezProbe::Finding finding);
-    // The service came or went, or an adapter was added or removed.
+    // The service came or went.
     void changed();
-
-private Q_SLOTS:
-    void onObjectsChanged(const QDBusMessage& message);
 
 private:
     QDBusConnection m_bus;
     QDBusServiceWatcher* m_watcher = nullptr;
+    QTimer m_poll;
 };

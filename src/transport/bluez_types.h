@@ -8,6 +8,9 @@
 
 // The shapes of BlueZ's object manager on the system bus: the interfaces of
 // one object with their properties, and every object with its interfaces.
+// Only the stand-in BlueZ of the tests registers them with QtDBus: QtBluetooth
+// registers the same types under its own names, and a second registration in
+// the same process stops its discovery from seeing any device.
 using BluezInterfaces = QMap<QString, QVariantMap>;
 using BluezObjects = QMap<QDBusObjectPath, BluezInterfaces>;
 
@@ -16,6 +19,4 @@ inline const QString service = QStringLiteral("org.bluez");
 inline const QString adapterInterface = QStringLiteral("org.bluez.Adapter1");
 inline const QString deviceInterface = QStringLiteral("org.bluez.Device1");
 inline const QString objectManagerInterface = QStringLiteral("org.freedesktop.DBus.ObjectManager");
-// Registers the types above with QtDBus; safe to call more than once.
-void registerTypes();
 } // namespace Bluez

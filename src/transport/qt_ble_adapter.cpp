@@ -5,6 +5,7 @@
 #include <QLowEnergyCharacteristic>
 #include <QLowEnergyDescriptor>
 #include <QMetaEnum>
+#include <QTimer>
 
 namespace {
 
@@ -100,6 +101,15 @@ void QtBleAdapter::powerOn() {
         return;
     qCDebug(lcLink) << "switching the adapter on";
     m_localDevice->powerOn();
+    // Qt 6.4 does not report a refusal (rfkill, policy): an adapter still
+    // off a little later was not switched on, and the user is told to do it.
+    QTimer::singleShot(powerOnWait, this, [this] {
+        if (m_power != PowerState::poweredOff || m_powerOnRefused)
+            return;
+        qCDebug(lcLink) << "switching on was refused";
+        m_powerOnRefused = true;
+        Q_EMIT powerStateChanged(m_power);
+    });
 }
 
 void QtBleAdapter::setPowerState(PowerState power) {
@@ -124,6 +134,9 @@ void QtBleAdapter::setPowerState(PowerState power) {
 
 void QtBleAdapter::onHostModeChanged() {
     setPowerState(hostPowerState());
+    // Qt says "off" also for an adapter that was removed.
+    if (m_power != PowerState::poweredOn)
+        m_probe->check();
 }
 
 void QtBleAdapter::startScan(const QBluetoothUuid& service) {

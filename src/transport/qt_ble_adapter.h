@@ -10,6 +10,7 @@
 #include <QLowEnergyController>
 #include <QLowEnergyService>
 #include <QSet>
+#include <chrono>
 #include <cstdint>
 
 // BleAdapter over QtBluetooth (BlueZ on Linux). It only translates: the
@@ -51,6 +52,8 @@ public:
                                     const QString& text);
 
     static const QString connectFailedText;
+    // How long an adapter may take to come on after powerOn().
+    static constexpr std::chrono::milliseconds powerOnWait{2000};
 
 private:
     void onProbeFinished(BluezProbe::Finding finding);
