@@ -7,6 +7,7 @@ Item {
 
     required property MeshController controller
     required property ShellModel shell
+    property QtObject bluetoothAdapter: null
 
     objectName: "contentView"
 
@@ -20,6 +21,7 @@ Item {
         sourceComponent: ConnectionView {
             controller: content.controller
             shell: content.shell
+            bluetoothAdapter: content.bluetoothAdapter
         }
     }
 
