@@ -16,7 +16,7 @@ packages=(
   qml6-module-qtquick-controls qml6-module-qtquick-templates
   qml6-module-qtquick-dialogs qml6-module-qtqml-models qml6-module-qtquick-shapes
   qml6-module-qt-labs-platform qml6-module-qttest qml6-module-qt5compat-graphicaleffects
-  dbus dbus-x11 xvfb xauth fonts-noto-color-emoji fonts-dejavu-core
+  dbus dbus-daemon dbus-x11 xvfb xauth fonts-noto-color-emoji fonts-dejavu-core
 )
 for group in "$@"; do
   case "$group" in

@@ -303,6 +303,46 @@
         <source>Stop</source>
         <translation>Stop</translation>
     </message>
+    <message id="connection.bluetooth.no.service">
+        <source>The Bluetooth service is not running</source>
+        <translation>The Bluetooth service is not running</translation>
+    </message>
+    <message id="connection.bluetooth.no.service.detail">
+        <source>Talvenne reaches radios through the system's Bluetooth service (BlueZ). Start it, for example with “systemctl start bluetooth”; Talvenne notices when it is running.</source>
+        <translation>Talvenne reaches radios through the system's Bluetooth service (BlueZ). Start it, for example with “systemctl start bluetooth”; Talvenne notices when it is running.</translation>
+    </message>
+    <message id="connection.bluetooth.no.adapter">
+        <source>No Bluetooth adapter</source>
+        <translation>No Bluetooth adapter</translation>
+    </message>
+    <message id="connection.bluetooth.no.adapter.detail">
+        <source>The Bluetooth service has no adapter to use. Plug one in, or unblock it if it is switched off with a radio switch or rfkill.</source>
+        <translation>The Bluetooth service has no adapter to use. Plug one in, or unblock it if it is switched off with a radio switch or rfkill.</translation>
+    </message>
+    <message id="connection.bluetooth.off">
+        <source>Bluetooth is off</source>
+        <translation>Bluetooth is off</translation>
+    </message>
+    <message id="connection.bluetooth.off.detail">
+        <source>Turn Bluetooth on to find radios nearby.</source>
+        <translation>Turn Bluetooth on to find radios nearby.</translation>
+    </message>
+    <message id="connection.bluetooth.off.detail.settings">
+        <source>The system did not let Talvenne turn it on. Turn Bluetooth on in the system settings to find radios nearby.</source>
+        <translation>The system did not let Talvenne turn it on. Turn Bluetooth on in the system settings to find radios nearby.</translation>
+    </message>
+    <message id="connection.bluetooth.not.permitted">
+        <source>Talvenne may not use Bluetooth</source>
+        <translation>Talvenne may not use Bluetooth</translation>
+    </message>
+    <message id="connection.bluetooth.not.permitted.detail">
+        <source>The system does not let this user talk to the Bluetooth service. Ask the administrator to allow it, for example by adding you to the “bluetooth” group.</source>
+        <translation>The system does not let this user talk to the Bluetooth service. Ask the administrator to allow it, for example by adding you to the “bluetooth” group.</translation>
+    </message>
+    <message id="connection.bluetooth.power.on">
+        <source>Turn Bluetooth On</source>
+        <translation>Turn Bluetooth On</translation>
+    </message>
     <message id="add.contact.title">
         <source>Add Contact</source>
         <translation>Add Contact</translation>

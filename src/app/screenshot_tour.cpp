@@ -5,6 +5,9 @@
 #include "sim/simulated_radio.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QDir>
 #include <QImage>
 #include <QQmlApplicationEngine>
@@ -39,7 +42,47 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
     , m_radio(radio)
     , m_directory(std::move(directory))
     , m_suffix(std::move(suffix)) {
-    m_scenes = scenes();
+    const QDBusConnection bus = QDBusConnection::systemBus();
+    m_standInBluez = bus.isConnected() && bus.interface() &&
+                     bus.interface()->isServiceRegistered(QStringLiteral("org.talvenne.FakeBluez"));
+    if (m_standInBluez)
+        m_scenes = bluetoothScenes();
+    m_scenes += scenes();
+}
+
+// What the connection screen says when Bluetooth cannot be used, played on
+// the stand-in BlueZ that scripts/screenshots.sh starts; Bluetooth works
+// again at the end.
+QList<ScreenshotTour::Scene> ScreenshotTour::bluetoothScenes() {
+    return {
+        {QStringLiteral("bluetooth-off"), 1200, [this] { bluez("SetPowered", {false}); }},
+        {QStringLiteral("bluetooth-off-refused"), 1200,
+         [this] {
+             bluez("SetPowerOnAllowed", {false});
+             if (QObject* button = find("bluetoothPowerOn"))
+                 QMetaObject::invokeMethod(button, "clicked");
+         }},
+        {QStringLiteral("bluetooth-no-adapter"), 1200, [this] { bluez("RemoveAdapter"); }},
+        {QStringLiteral("bluetooth-not-permitted"), 1200,
+         [this] {
+             bluez("SetDenied", {true});
+             bluez("AddAdapter");
+         }},
+        {QStringLiteral("bluetooth-no-service"), 1200,
+         [this] {
+             bluez("SetDenied", {false});
+             bluez("ReleaseService");
+         }},
+        {{}, 1500, [this] { bluez("ClaimService"); }},
+    };
+}
+
+void ScreenshotTour::bluez(const char* method, const QVariantList& arguments) {
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.talvenne.FakeBluez"), QStringLiteral("/control"),
+        QStringLiteral("org.talvenne.FakeBluez"), QLatin1String(method));
+    call.setArguments(arguments);
+    QDBusConnection::systemBus().call(call, QDBus::Block, 2000);
 }
 
 // One row per picture, in the order a person would meet them. Scenes act on
@@ -50,8 +93,10 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
         {QStringLiteral("connection"), 1500, [this] { m_controller->startScan(); }},
         {QStringLiteral("main-empty"), 4000,
          [this] {
-             if (!m_controller->discoveredDevices().isEmpty())
-                 m_controller->connectToDevice(m_controller->discoveredDevices().first());
+             for (const DiscoveredDevice& device : m_controller->discoveredDevices()) {
+                 if (device.id == SimulatedRadio::deviceId)
+                     m_controller->connectToDevice(device);
+             }
          }},
         {QStringLiteral("chat-direct"), 1200,
          [this] {

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QVariantList>
 #include <functional>
 
 class MeshController;
@@ -33,6 +34,9 @@ private:
     };
 
     QList<Scene> scenes();
+    QList<Scene> bluetoothScenes();
+    // Calls one method of the stand-in BlueZ's control interface.
+    void bluez(const char* method, const QVariantList& arguments = {});
     void runNext();
     void grab(const QString& name);
     QObject* find(const char* objectName) const;
@@ -53,5 +57,6 @@ private:
     QString m_directory;
     QString m_suffix;
     QList<Scene> m_scenes;
+    bool m_standInBluez = false;
     int m_next = 0;
 };

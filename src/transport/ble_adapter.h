@@ -25,7 +25,8 @@ public:
         poweredOn,
         poweredOff,
         unauthorized, // the user may not use Bluetooth
-        unavailable,  // no adapter, or none the system lets us reach
+        noService,    // the system's Bluetooth service is not running
+        noAdapter,    // the service runs but has no adapter
     };
     Q_ENUM(PowerState)
 
@@ -70,6 +71,12 @@ public:
     using QObject::QObject;
 
     virtual PowerState powerState() const = 0;
+    // Whether powerOn() may work: an adapter that is off and that the
+    // platform lets this program switch on.
+    virtual bool canPowerOn() const { return false; }
+    // Asks the platform to switch the adapter on; the outcome arrives as a
+    // power report.
+    virtual void powerOn() {}
 
     // Reports every advertisement of peripherals that advertise `service`,
     // the same peripheral again with each one.
@@ -77,8 +84,10 @@ public:
     virtual void stopScan() = 0;
 
     virtual void connectToPeripheral(const QVariant& handle) = 0;
-    // Cancels a pending or established connection; the platform then reports
-    // the drop (peripheralDisconnected without an error).
+    // Cancels a pending or established connection, also towards the
+    // platform, so that a new attempt is not refused as still in progress;
+    // the platform then reports the drop (peripheralDisconnected without an
+    // error) when there was a connection.
     virtual void cancelConnection() = 0;
 
     // On the connected peripheral.
@@ -92,6 +101,8 @@ public:
 Q_SIGNALS:
     void powerStateChanged(BleAdapter::PowerState state);
     void discovered(const BleAdapter::Advertisement& advertisement);
+    // The scan ended without stopScan(): it failed, or the platform ended it.
+    void scanEnded(const QString& error);
 
     void peripheralConnected();
     // No error when the platform gave none.

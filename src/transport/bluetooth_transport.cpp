@@ -21,6 +21,9 @@ const QString BluetoothTransport::failedToConnectText = QStringLiteral("Failed t
 const QString BluetoothTransport::pairingRemovedText =
     QStringLiteral("Couldn't pair with the device. Please try connecting again, or remove it "
                    "from System Settings \u203a Bluetooth and retry.");
+const QString BluetoothTransport::connectTimedOutText =
+    QStringLiteral("The radio did not answer. Make sure it is switched on and nearby, then try "
+                   "again.");
 
 BluetoothTransport::BluetoothTransport(BleAdapter* adapter, Clock* clock, QObject* parent)
     : MeshLink(parent)
@@ -29,6 +32,7 @@ BluetoothTransport::BluetoothTransport(BleAdapter* adapter, Clock* clock, QObjec
     connect(adapter, &BleAdapter::powerStateChanged, this,
             &BluetoothTransport::onPowerStateChanged);
     connect(adapter, &BleAdapter::discovered, this, &BluetoothTransport::onDiscovered);
+    connect(adapter, &BleAdapter::scanEnded, this, &BluetoothTransport::onScanEnded);
     connect(adapter, &BleAdapter::peripheralConnected, this,
             &BluetoothTransport::onPeripheralConnected);
     connect(adapter, &BleAdapter::failedToConnect, this, &BluetoothTransport::onFailedToConnect);
@@ -45,6 +49,7 @@ BluetoothTransport::BluetoothTransport(BleAdapter* adapter, Clock* clock, QObjec
 
 BluetoothTransport::~BluetoothTransport() {
     cancelPendingReconnection();
+    cancelConnectTimer();
 }
 
 void BluetoothTransport::setState(TransportState state) {
@@ -62,12 +67,14 @@ void BluetoothTransport::startScan() {
         return;
     }
     m_loggedDevices.clear();
+    m_wantsScan = true;
     setState(TransportState::scanning);
     qCDebug(lcLink) << "scanning for" << serviceUUID;
     m_adapter->startScan(serviceUUID);
 }
 
 void BluetoothTransport::stopScan() {
+    m_wantsScan = false;
     m_adapter->stopScan();
     if (m_state == TransportState::scanning)
         setState(TransportState::ready);
@@ -76,17 +83,48 @@ void BluetoothTransport::stopScan() {
 void BluetoothTransport::connectToDevice(const DiscoveredDevice& device) {
     stopScan();
     cancelPendingReconnection();
+    cancelConnectTimer();
+    clearCharacteristics();
     m_connectingDevice = device;
     m_connectRetries = 0;
     setState(TransportState::connecting);
     m_peripheral = device.peripheral;
     qCDebug(lcLink) << "connecting to" << device.name << device.id;
-    m_adapter->connectToPeripheral(device.peripheral);
+    startAttempt(device.peripheral);
+}
+
+void BluetoothTransport::startAttempt(const QVariant& peripheral) {
+    cancelConnectTimer();
+    if (m_clock) {
+        m_connectTimer = m_clock->schedule(connectTimeout, [self = QPointer(this)] {
+            if (self)
+                self->onConnectTimeout();
+        });
+    }
+    m_adapter->connectToPeripheral(peripheral);
+}
+
+void BluetoothTransport::onConnectTimeout() {
+    m_connectTimer.reset();
+    if (m_state != TransportState::connecting || !m_connectingDevice)
+        return;
+    qCDebug(lcLink) << "no answer to the connection attempt in" << connectTimeout.count() << "ms";
+    // The platform still counts the attempt as running until it is cancelled,
+    // and would refuse the next one.
+    m_adapter->cancelConnection();
+    onFailedToConnect(BleAdapter::Error{ErrorKind::connectionTimeout, connectTimedOutText});
+}
+
+void BluetoothTransport::cancelConnectTimer() {
+    if (m_connectTimer && m_clock)
+        m_clock->cancel(*m_connectTimer);
+    m_connectTimer.reset();
 }
 
 void BluetoothTransport::disconnectFromDevice() {
     qCDebug(lcLink) << "disconnect requested";
     cancelPendingReconnection();
+    cancelConnectTimer();
     m_connectingDevice.reset();
     m_connectRetries = 0;
     if (m_peripheral)
@@ -108,9 +146,14 @@ void BluetoothTransport::write(const QByteArray& frame) {
 
 void BluetoothTransport::onPowerStateChanged(PowerState power) {
     qCDebug(lcLink) << "Bluetooth power" << power;
+    if (power != PowerState::poweredOn)
+        loseLinkWithPower();
     switch (power) {
     case PowerState::poweredOn:
         setState(TransportState::ready);
+        // Back from a power loss in the middle of a scan the user started.
+        if (m_wantsScan)
+            startScan();
         break;
     case PowerState::poweredOff:
         setState(TransportState::poweredOff);
@@ -119,10 +162,40 @@ void BluetoothTransport::onPowerStateChanged(PowerState power) {
         setState(TransportState::unauthorized);
         break;
     case PowerState::unknown:
-    case PowerState::unavailable:
+    case PowerState::noService:
+    case PowerState::noAdapter:
         setState(TransportState::disconnected);
         break;
     }
+}
+
+void BluetoothTransport::loseLinkWithPower() {
+    cancelPendingReconnection();
+    cancelConnectTimer();
+    const bool hadLink = m_peripheral || m_connectingDevice ||
+                         m_state == TransportState::connecting ||
+                         m_state == TransportState::connected;
+    if (!hadLink)
+        return;
+    qCDebug(lcLink) << "link lost with Bluetooth";
+    m_connectingDevice.reset();
+    m_connectRetries = 0;
+    if (m_peripheral)
+        m_adapter->cancelConnection();
+    m_peripheral.reset();
+    clearCharacteristics();
+    // The listener clears everything of the link before it hears why.
+    setState(TransportState::disconnected);
+}
+
+void BluetoothTransport::onScanEnded(const QString& error) {
+    qCDebug(lcLink) << "scan ended by the platform:" << error;
+    if (m_state != TransportState::scanning)
+        return;
+    m_wantsScan = false;
+    setState(TransportState::ready);
+    if (!error.isEmpty())
+        Q_EMIT transportFailed(error);
 }
 
 void BluetoothTransport::onDiscovered(const BleAdapter::Advertisement& advertisement) {
@@ -146,22 +219,34 @@ void BluetoothTransport::onDiscovered(const BleAdapter::Advertisement& advertise
 
 void BluetoothTransport::onPeripheralConnected() {
     qCDebug(lcLink) << "connected, discovering services";
-    m_connectRetries = 0;
+    // The retries stay counted: a radio that accepts and then drops every
+    // attempt must not be tried for ever.
+    cancelConnectTimer();
     m_adapter->discoverServices({serviceUUID});
 }
 
 void BluetoothTransport::onFailedToConnect(const std::optional<BleAdapter::Error>& error) {
     qCDebug(lcLink) << "connection failed:" << (error ? error->kind : ErrorKind::other)
                     << (error ? error->text : QStringLiteral("(no error)"));
+    cancelConnectTimer();
     if (attemptReconnection(error))
         return;
     m_connectingDevice.reset();
+    m_peripheral.reset();
+    clearCharacteristics();
     setState(TransportState::disconnected);
     Q_EMIT transportFailed(failureText(error).value_or(failedToConnectText));
 }
 
 void BluetoothTransport::onPeripheralDisconnected(const std::optional<BleAdapter::Error>& error) {
     qCDebug(lcLink) << "link dropped:" << (error ? error->text : QStringLiteral("(no error)"));
+    // While a retry waits, no connection is held: the report belongs to the
+    // attempt that was given up.
+    if (m_reconnectTimer) {
+        qCDebug(lcLink) << "drop of an abandoned attempt ignored";
+        return;
+    }
+    cancelConnectTimer();
     const bool wasConnecting = m_state == TransportState::connecting;
     if (wasConnecting && attemptReconnection(error))
         return;
@@ -188,6 +273,8 @@ void BluetoothTransport::onServicesDiscovered(const QList<QBluetoothUuid>& servi
 void BluetoothTransport::onCharacteristicsDiscovered(
     const QBluetoothUuid& service, const QList<BleAdapter::Characteristic>& characteristics) {
     Q_UNUSED(service)
+    // Only what this service holds now counts.
+    clearCharacteristics();
     for (const BleAdapter::Characteristic& characteristic : characteristics) {
         if (characteristic.uuid == rxUUID) {
             m_rxCharacteristic = characteristic;
@@ -256,8 +343,13 @@ bool BluetoothTransport::attemptReconnection(const std::optional<BleAdapter::Err
         self->m_reconnectTimer.reset();
         if (!self->m_connectingDevice || self->m_connectingDevice->id != id)
             return;
+        if (self->m_adapter->powerState() != PowerState::poweredOn) {
+            qCDebug(lcLink) << "no retry, Bluetooth is" << self->m_adapter->powerState();
+            self->loseLinkWithPower();
+            return;
+        }
         qCDebug(lcLink) << "connecting again to" << id;
-        self->m_adapter->connectToPeripheral(self->m_connectingDevice->peripheral);
+        self->startAttempt(self->m_connectingDevice->peripheral);
     });
     return true;
 }

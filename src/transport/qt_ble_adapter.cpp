@@ -5,6 +5,7 @@
 #include <QLowEnergyCharacteristic>
 #include <QLowEnergyDescriptor>
 #include <QMetaEnum>
+#include <QTimer>
 
 namespace {
 
@@ -24,36 +25,91 @@ QString enumKey(Enum value) {
 
 } // namespace
 
+const QString QtBleAdapter::connectFailedText =
+    QStringLiteral("Could not connect to the radio. Make sure it is switched on and nearby, then "
+                   "try again.");
+
 QtBleAdapter::QtBleAdapter(QObject* parent)
     : BleAdapter(parent)
-    , m_localDevice(new QBluetoothLocalDevice(this)) {
+    , m_probe(new BluezProbe(this)) {
+    connect(m_probe, &BluezProbe::finished, this, &QtBleAdapter::onProbeFinished);
+    connect(m_probe, &BluezProbe::changed, m_probe, &BluezProbe::check);
+    // Like a central manager, the first power report comes after construction,
+    // once whoever made the adapter has connected to it.
+    m_probe->check();
+}
+
+QtBleAdapter::~QtBleAdapter() {
+    dropAgent();
+    dropController();
+}
+
+void QtBleAdapter::onProbeFinished(BluezProbe::Finding finding) {
+    qCDebug(lcLink) << "Bluetooth service:" << finding;
+    switch (finding) {
+    case BluezProbe::Finding::noService:
+        setPowerState(PowerState::noService);
+        return;
+    case BluezProbe::Finding::notPermitted:
+        setPowerState(PowerState::unauthorized);
+        return;
+    case BluezProbe::Finding::noAdapter:
+        setPowerState(PowerState::noAdapter);
+        return;
+    case BluezProbe::Finding::adapter:
+        ensureLocalDevice();
+        setPowerState(hostPowerState());
+        return;
+    }
+}
+
+void QtBleAdapter::ensureLocalDevice() {
+    if (m_localDevice && m_localDevice->isValid())
+        return;
+    delete m_localDevice;
+    m_localDevice = new QBluetoothLocalDevice(this);
     connect(m_localDevice, &QBluetoothLocalDevice::hostModeStateChanged, this,
             &QtBleAdapter::onHostModeChanged);
     connect(m_localDevice, &QBluetoothLocalDevice::errorOccurred, this,
             [this](QBluetoothLocalDevice::Error error) {
                 qCDebug(lcLink) << "local adapter error" << error;
-                if (error == QBluetoothLocalDevice::MissingPermissionsError)
+                if (error == QBluetoothLocalDevice::MissingPermissionsError) {
                     setPowerState(PowerState::unauthorized);
+                } else if (m_power == PowerState::poweredOff && !m_powerOnRefused) {
+                    // Switching on was refused: the user has to do it elsewhere.
+                    m_powerOnRefused = true;
+                    Q_EMIT powerStateChanged(m_power);
+                }
             });
-    // Like a central manager, the first power report comes after construction,
-    // once whoever made the adapter has connected to it.
-    QMetaObject::invokeMethod(
-        this, [this] { setPowerState(currentPowerState()); }, Qt::QueuedConnection);
 }
 
-QtBleAdapter::~QtBleAdapter() {
-    if (m_agent)
-        m_agent->stop();
-    dropController();
-}
-
-BleAdapter::PowerState QtBleAdapter::currentPowerState() const {
-    // No adapter at all, or no system bus to reach BlueZ through.
-    if (!m_localDevice->isValid() || QBluetoothLocalDevice::allDevices().isEmpty())
-        return PowerState::unavailable;
+BleAdapter::PowerState QtBleAdapter::hostPowerState() const {
+    if (!m_localDevice || !m_localDevice->isValid())
+        return PowerState::noAdapter;
     if (m_localDevice->hostMode() == QBluetoothLocalDevice::HostPoweredOff)
         return PowerState::poweredOff;
     return PowerState::poweredOn;
+}
+
+bool QtBleAdapter::canPowerOn() const {
+    return m_power == PowerState::poweredOff && m_localDevice && m_localDevice->isValid() &&
+           !m_powerOnRefused;
+}
+
+void QtBleAdapter::powerOn() {
+    if (!canPowerOn())
+        return;
+    qCDebug(lcLink) << "switching the adapter on";
+    m_localDevice->powerOn();
+    // Qt 6.4 does not report a refusal (rfkill, policy): an adapter still
+    // off a little later was not switched on, and the user is told to do it.
+    QTimer::singleShot(powerOnWait, this, [this] {
+        if (m_power != PowerState::poweredOff || m_powerOnRefused)
+            return;
+        qCDebug(lcLink) << "switching on was refused";
+        m_powerOnRefused = true;
+        Q_EMIT powerStateChanged(m_power);
+    });
 }
 
 void QtBleAdapter::setPowerState(PowerState power) {
@@ -63,18 +119,24 @@ void QtBleAdapter::setPowerState(PowerState power) {
         return;
     qCDebug(lcLink) << "adapter power" << m_power << "->" << power;
     m_power = power;
+    if (power == PowerState::poweredOn)
+        m_powerOnRefused = false;
     if (power != PowerState::poweredOn) {
         // Like a central manager that lost its radio: scans and connections
         // end without reports of their own; the power report says it all.
-        if (m_agent)
-            m_agent->stop();
+        // The agent goes too: Qt's keeps calling itself active after a power
+        // loss and would never scan again.
+        dropAgent();
         dropController();
     }
     Q_EMIT powerStateChanged(power);
 }
 
 void QtBleAdapter::onHostModeChanged() {
-    setPowerState(currentPowerState());
+    setPowerState(hostPowerState());
+    // Qt says "off" also for an adapter that was removed.
+    if (m_power != PowerState::poweredOn)
+        m_probe->check();
 }
 
 void QtBleAdapter::startScan(const QBluetoothUuid& service) {
@@ -84,34 +146,70 @@ void QtBleAdapter::startScan(const QBluetoothUuid& service) {
         // Zero: scan until stopped, not for Qt's default 40 seconds.
         m_agent->setLowEnergyDiscoveryTimeout(0);
         connect(m_agent, &QBluetoothDeviceDiscoveryAgent::deviceDiscovered, this,
-                &QtBleAdapter::onDeviceSeen);
-        // Every later advertisement of a known radio (new signal strength,
-        // name or services) arrives here.
+                [this](const QBluetoothDeviceInfo& info) { onDeviceSeen(info, false); });
+        // Later advertisements of a known radio (new signal strength, name or
+        // services) arrive here, most of them also through deviceDiscovered.
         connect(m_agent, &QBluetoothDeviceDiscoveryAgent::deviceUpdated, this,
                 [this](const QBluetoothDeviceInfo& info, QBluetoothDeviceInfo::Fields) {
-                    onDeviceSeen(info);
+                    onDeviceSeen(info, true);
                 });
         connect(m_agent, &QBluetoothDeviceDiscoveryAgent::errorOccurred, this,
                 &QtBleAdapter::onScanError);
+        connect(m_agent, &QBluetoothDeviceDiscoveryAgent::finished, this,
+                &QtBleAdapter::onScanFinished);
+        connect(m_agent, &QBluetoothDeviceDiscoveryAgent::canceled, this,
+                &QtBleAdapter::onScanFinished);
     }
     if (m_agent->isActive())
         return;
     qCDebug(lcLink) << "discovery agent starting";
+    m_agentStopping = false;
     m_agent->start(QBluetoothDeviceDiscoveryAgent::LowEnergyMethod);
 }
 
 void QtBleAdapter::stopScan() {
     if (m_agent && m_agent->isActive()) {
         qCDebug(lcLink) << "discovery agent stopping";
+        m_agentStopping = true;
         m_agent->stop();
     }
 }
 
-void QtBleAdapter::onDeviceSeen(const QBluetoothDeviceInfo& info) {
+void QtBleAdapter::dropAgent() {
+    if (!m_agent)
+        return;
+    m_agent->disconnect(this);
+    if (m_agent->isActive())
+        m_agent->stop();
+    m_agent->deleteLater();
+    m_agent = nullptr;
+}
+
+void QtBleAdapter::onScanFinished() {
+    if (m_agentStopping) {
+        m_agentStopping = false;
+        return;
+    }
+    qCDebug(lcLink) << "discovery ended by itself";
+    Q_EMIT scanEnded(QString());
+}
+
+void QtBleAdapter::onDeviceSeen(const QBluetoothDeviceInfo& info, bool update) {
     // The agent reports every device around; the scan asked for radios with
     // the serial service only.
     if (!info.serviceUuids().contains(m_scanService))
         return;
+    // BlueZ lists devices it knew before with a signal of 0 until it hears
+    // them in this scan: not heard yet is not there yet.
+    if (info.rssi() == 0)
+        return;
+    if (m_seenThisTurn.contains(info.address().toUInt64()) && update)
+        return;
+    if (m_seenThisTurn.isEmpty()) {
+        QMetaObject::invokeMethod(
+            this, [this] { m_seenThisTurn.clear(); }, Qt::QueuedConnection);
+    }
+    m_seenThisTurn.insert(info.address().toUInt64());
 
     Advertisement advertisement;
     advertisement.id = stableId(info);
@@ -129,7 +227,8 @@ void QtBleAdapter::onDeviceSeen(const QBluetoothDeviceInfo& info) {
 }
 
 void QtBleAdapter::onScanError(QBluetoothDeviceDiscoveryAgent::Error error) {
-    qCDebug(lcLink) << "discovery failed:" << error << m_agent->errorString();
+    const QString text = m_agent->errorString();
+    qCDebug(lcLink) << "discovery failed:" << error << text;
     switch (error) {
     case QBluetoothDeviceDiscoveryAgent::PoweredOffError:
         setPowerState(PowerState::poweredOff);
@@ -138,10 +237,11 @@ void QtBleAdapter::onScanError(QBluetoothDeviceDiscoveryAgent::Error error) {
         setPowerState(PowerState::unauthorized);
         break;
     case QBluetoothDeviceDiscoveryAgent::InvalidBluetoothAdapterError:
-        setPowerState(PowerState::unavailable);
+        setPowerState(PowerState::noAdapter);
         break;
     default:
-        // Input/output errors and the like: the scan just finds nothing.
+        // Input/output errors and the like: the scan is over.
+        Q_EMIT scanEnded(text.isEmpty() ? QStringLiteral("Scanning for radios failed.") : text);
         break;
     }
 }
@@ -155,10 +255,15 @@ QUuid QtBleAdapter::stableId(const QBluetoothDeviceInfo& info) {
 // Qt reports far fewer connection errors than the platforms below it. How each
 // counts for the link (the first four kinds are retried by the link):
 //
-//   ConnectionError              -> connectionFailed. BlueZ's Connect() failed
-//                                   (page timeout, le-connection-abort-by-local,
-//                                   ...); Qt does not tell a timeout from other
-//                                   failures, and both are worth retrying.
+//   ConnectionError              -> connectionFailed: the connection dropped
+//                                   before its services were resolved, or the
+//                                   adapter was off.
+//   UnknownError                 -> connectionFailed before connected(): what Qt
+//                                   6.4 makes of an error reply to BlueZ's
+//                                   Connect() (page timeout,
+//                                   le-connection-abort-by-local, ...) and of a
+//                                   Connect() left unanswered for 25 s; both are
+//                                   worth retrying. After connected(): other.
 //   RemoteHostClosedError        -> connectionFailed before connected(): the radio
 //                                   dropped the half-made connection. After
 //                                   connected(): other, an established link that the
@@ -174,7 +279,10 @@ QUuid QtBleAdapter::stableId(const QBluetoothDeviceInfo& info) {
 //                                   second would not find it either.
 //   InvalidBluetoothAdapterError -> other: nothing to connect with.
 //   MissingPermissionsError      -> other.
-//   UnknownError, AdvertisingError, NoError -> other.
+//   AdvertisingError, NoError    -> other.
+//
+// Before connected(), Qt's own texts ("Unknown Error") tell the user nothing:
+// the text says what happened instead.
 //
 // connectionTimeout, connectionLimitReached and operationCancelled never come
 // from here: Qt has no report that matches them.
@@ -188,6 +296,7 @@ BleAdapter::Error QtBleAdapter::mapControllerError(QLowEnergyController::Error e
         break;
     case QLowEnergyController::RemoteHostClosedError:
     case QLowEnergyController::NetworkError:
+    case QLowEnergyController::UnknownError:
         mapped.kind = linkUp ? ErrorKind::other : ErrorKind::connectionFailed;
         break;
     case QLowEnergyController::AuthorizationError:
@@ -196,12 +305,13 @@ BleAdapter::Error QtBleAdapter::mapControllerError(QLowEnergyController::Error e
     case QLowEnergyController::UnknownRemoteDeviceError:
     case QLowEnergyController::InvalidBluetoothAdapterError:
     case QLowEnergyController::MissingPermissionsError:
-    case QLowEnergyController::UnknownError:
     case QLowEnergyController::AdvertisingError:
     case QLowEnergyController::NoError:
         mapped.kind = ErrorKind::other;
         break;
     }
+    if (!linkUp)
+        mapped.text = connectFailedText;
     return mapped;
 }
 
@@ -229,6 +339,7 @@ void QtBleAdapter::connectToPeripheral(const QVariant& handle) {
     }
 
     qCDebug(lcLink) << "controller connecting to" << info.address() << info.name();
+    m_address = info.address();
     m_controller = QLowEnergyController::createCentral(info, this);
     connect(m_controller, &QLowEnergyController::connected, this,
             &QtBleAdapter::onControllerConnected);
@@ -275,8 +386,8 @@ void QtBleAdapter::onControllerDisconnected() {
     qCDebug(lcLink) << "controller disconnected, link was up:" << wasUp;
     if (!wasUp) {
         // Closed before it ever connected, without an error of its own.
-        Q_EMIT failedToConnect(error.value_or(
-            Error{ErrorKind::connectionFailed, QStringLiteral("Connection failed")}));
+        Q_EMIT failedToConnect(
+            error.value_or(Error{ErrorKind::connectionFailed, connectFailedText}));
         return;
     }
     Q_EMIT peripheralDisconnected(error);
@@ -284,6 +395,10 @@ void QtBleAdapter::onControllerDisconnected() {
 
 void QtBleAdapter::cancelConnection() {
     const bool hadConnection = m_controller != nullptr;
+    // Qt tells BlueZ nothing about an attempt it has given up on, and BlueZ
+    // refuses every later one as in progress until it is told.
+    if (m_controller && !m_linkUp)
+        m_probe->disconnectDevice(m_address.toString());
     dropController();
     if (hadConnection)
         reportLater([this] { Q_EMIT peripheralDisconnected(std::nullopt); });

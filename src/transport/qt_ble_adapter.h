@@ -1,18 +1,23 @@
 #pragma once
 
 #include "transport/ble_adapter.h"
+#include "transport/bluez_probe.h"
 
+#include <QBluetoothAddress>
 #include <QBluetoothDeviceDiscoveryAgent>
 #include <QBluetoothDeviceInfo>
 #include <QBluetoothLocalDevice>
 #include <QLowEnergyController>
 #include <QLowEnergyService>
+#include <QSet>
+#include <chrono>
 #include <cstdint>
 
 // BleAdapter over QtBluetooth (BlueZ on Linux). It only translates: the
 // state machine lives in BluetoothTransport.
 //
-// Power comes from QBluetoothLocalDevice, scanning from a continuous
+// Power comes from QBluetoothLocalDevice, and why there is none from a probe
+// of the Bluetooth service over the system bus; scanning from a continuous
 // low-energy QBluetoothDeviceDiscoveryAgent, the connection from one
 // QLowEnergyController and the serial service from one QLowEnergyService.
 // The peripheral handle is the QBluetoothDeviceInfo of the advertisement.
@@ -23,6 +28,8 @@ public:
     ~QtBleAdapter() override;
 
     PowerState powerState() const override { return m_power; }
+    bool canPowerOn() const override;
+    void powerOn() override;
 
     void startScan(const QBluetoothUuid& service) override;
     void stopScan() override;
@@ -44,12 +51,23 @@ public:
     static Error mapControllerError(QLowEnergyController::Error error, bool linkUp,
                                     const QString& text);
 
+    static const QString connectFailedText;
+    // How long an adapter may take to come on after powerOn().
+    static constexpr std::chrono::milliseconds powerOnWait{2000};
+
 private:
-    PowerState currentPowerState() const;
+    void onProbeFinished(BluezProbe::Finding finding);
+    // Makes a local device for the service's adapter, if it has none that works.
+    void ensureLocalDevice();
+    PowerState hostPowerState() const;
     void setPowerState(PowerState power);
     void onHostModeChanged();
-    void onDeviceSeen(const QBluetoothDeviceInfo& info);
+    // Qt reports an advertisement through both of its signals; `update` marks
+    // the second, which is dropped when the first came in the same turn.
+    void onDeviceSeen(const QBluetoothDeviceInfo& info, bool update);
     void onScanError(QBluetoothDeviceDiscoveryAgent::Error error);
+    void onScanFinished();
+    void dropAgent();
 
     void onControllerConnected();
     void onControllerError(QLowEnergyController::Error error);
@@ -65,13 +83,19 @@ private:
     // connection has started by then.
     void reportLater(std::function<void()> report);
 
+    BluezProbe* m_probe = nullptr;
     QBluetoothLocalDevice* m_localDevice = nullptr;
     PowerState m_power = PowerState::unknown;
+    bool m_powerOnRefused = false;
 
     QBluetoothDeviceDiscoveryAgent* m_agent = nullptr;
+    bool m_agentStopping = false;
     QBluetoothUuid m_scanService;
+    // Addresses reported in this turn of the event loop.
+    QSet<quint64> m_seenThisTurn;
 
     QLowEnergyController* m_controller = nullptr;
+    QBluetoothAddress m_address;
     // Counts connections, so reports queued for an earlier one are dropped.
     std::uint64_t m_generation = 0;
     bool m_linkUp = false;

@@ -22,6 +22,8 @@ public:
         : m_clock(clock) {}
 
     PowerState power = PowerState::unknown;
+    bool powerOnAllowed = false;
+    int powerOnRequests = 0;
 
     QList<QBluetoothUuid> scans;
     int scanStops = 0;
@@ -34,6 +36,8 @@ public:
     QList<Write> writes;
 
     PowerState powerState() const override { return power; }
+    bool canPowerOn() const override { return power == PowerState::poweredOff && powerOnAllowed; }
+    void powerOn() override { ++powerOnRequests; }
     void startScan(const QBluetoothUuid& service) override { scans.append(service); }
     void stopScan() override { ++scanStops; }
     void connectToPeripheral(const QVariant& handle) override {

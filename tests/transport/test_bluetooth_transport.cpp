@@ -115,8 +115,10 @@ private Q_SLOTS:
                 << fromConnected << PowerState::unauthorized << T::unauthorized;
             QTest::addRow("%s, unknown", from)
                 << fromConnected << PowerState::unknown << T::disconnected;
-            QTest::addRow("%s, unavailable", from)
-                << fromConnected << PowerState::unavailable << T::disconnected;
+            QTest::addRow("%s, no service", from)
+                << fromConnected << PowerState::noService << T::disconnected;
+            QTest::addRow("%s, no adapter", from)
+                << fromConnected << PowerState::noAdapter << T::disconnected;
         }
     }
     void powerReportsSetTheState() {
@@ -127,11 +129,15 @@ private Q_SLOTS:
         if (fromConnected)
             rig.connected();
         rig.adapter.reportPower(power);
-        QCOMPARE(rig.states(), QList<T>{expected});
+        // Losing power ends the link first.
+        QList<T> states{expected};
+        if (fromConnected && power != PowerState::poweredOn)
+            states.prepend(T::disconnected);
+        QCOMPARE(rig.states(), states);
         QCOMPARE(rig.link->state(), expected);
         // The same report again is reported again.
         rig.adapter.reportPower(power);
-        QCOMPARE(rig.states(), (QList<T>{expected, expected}));
+        QCOMPARE(rig.states(), states + QList<T>{expected});
     }
 
     void startScanNeedsPower_data() {
@@ -139,7 +145,8 @@ private Q_SLOTS:
         QTest::addColumn<T>("expected");
         QTest::newRow("powered off") << PowerState::poweredOff << T::poweredOff;
         QTest::newRow("unauthorized") << PowerState::unauthorized << T::unauthorized;
-        QTest::newRow("unavailable") << PowerState::unavailable << T::disconnected;
+        QTest::newRow("no service") << PowerState::noService << T::disconnected;
+        QTest::newRow("no adapter") << PowerState::noAdapter << T::disconnected;
         QTest::newRow("not reported yet") << PowerState::unknown << T::disconnected;
     }
     void startScanNeedsPower() {
@@ -394,21 +401,166 @@ private Q_SLOTS:
         QCOMPARE(rig.adapter.connects.size(), 1);
     }
 
-    void successfulLinkRestoresTheRetries() {
+    // One user action gets a bounded number of attempts, also when the radio
+    // accepts each one and drops it during set-up.
+    void retriesAreBoundedPerUserAction() {
         Rig rig;
         rig.connecting();
-        for (int i = 0; i < BluetoothTransport::maxConnectRetries; ++i) {
-            Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionTimeout, QString()});
+        const BleError pairing{ErrorKind::peerRemovedPairingInformation, QString()};
+        // Each attempt the link makes is accepted and dropped.
+        for (int cycle = 0; cycle < 20 && rig.stateSpy.isEmpty(); ++cycle) {
+            Q_EMIT rig.adapter.peripheralConnected();
+            Q_EMIT rig.adapter.peripheralDisconnected(pairing);
             rig.clock.advance(400ms);
         }
-        QCOMPARE(rig.adapter.connects.size(), 4);
-        // The fourth attempt reaches the radio, which drops it during discovery.
-        Q_EMIT rig.adapter.peripheralConnected();
-        Q_EMIT rig.adapter.peripheralDisconnected(
-            BleError{ErrorKind::connectionTimeout, QString()});
+        QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
+        QCOMPARE(rig.states(), QList<T>{T::disconnected});
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::pairingRemovedText});
+
+        // A new click starts a new count.
+        rig.link->connectToDevice(radio(1));
+        Q_EMIT rig.adapter.failedToConnect(pairing);
         rig.clock.advance(400ms);
-        QCOMPARE(rig.adapter.connects.size(), 5);
-        QCOMPARE(rig.stateSpy.count(), 0);
+        QCOMPARE(rig.adapter.connects.size(), 2 + BluetoothTransport::maxConnectRetries + 1);
+    }
+
+    // An attempt the platform never answers ends on the link's own clock: it
+    // is cancelled towards the platform and retried like a timeout; the drop
+    // report of the cancelled attempt does not end the retries.
+    void unansweredAttemptTimesOut() {
+        Rig rig;
+        rig.connecting();
+        for (int attempt = 1; attempt <= 1 + BluetoothTransport::maxConnectRetries; ++attempt) {
+            rig.clock.advance(BluetoothTransport::connectTimeout - 1ms);
+            QCOMPARE(rig.adapter.cancels, attempt - 1);
+            rig.clock.advance(1ms);
+            QCOMPARE(rig.adapter.cancels, attempt);
+            if (attempt <= BluetoothTransport::maxConnectRetries)
+                Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
+            rig.clock.advance(BluetoothTransport::retryDelay);
+        }
+        QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
+        QCOMPARE(rig.states(), QList<T>{T::disconnected});
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::connectTimedOutText});
+    }
+
+    void answeredAttemptHasNoTimeout() {
+        Rig rig;
+        rig.connecting();
+        Q_EMIT rig.adapter.peripheralConnected();
+        rig.clock.advance(BluetoothTransport::connectTimeout * 3);
+        QCOMPARE(rig.adapter.cancels, 0);
+        QCOMPARE(rig.adapter.connects.size(), 1);
+        QVERIFY(rig.stateSpy.isEmpty());
+    }
+
+    // Bluetooth going away ends the link as a disconnect first (the
+    // controller resets on it), then the power state; nothing of the link
+    // survives, and a retry that was waiting is not made.
+    void powerLossEndsTheLinkFirst_data() {
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<PowerState>("power");
+        QTest::addColumn<T>("expected");
+        for (const char* phase : {"connecting", "retry pause", "connected"}) {
+            QTest::addRow("%s, off", phase)
+                << QString::fromLatin1(phase) << PowerState::poweredOff << T::poweredOff;
+            QTest::addRow("%s, unauthorized", phase)
+                << QString::fromLatin1(phase) << PowerState::unauthorized << T::unauthorized;
+            QTest::addRow("%s, adapter gone", phase)
+                << QString::fromLatin1(phase) << PowerState::noAdapter << T::disconnected;
+        }
+    }
+    void powerLossEndsTheLinkFirst() {
+        QFETCH(QString, phase);
+        QFETCH(PowerState, power);
+        QFETCH(T, expected);
+        Rig rig;
+        if (phase == QLatin1String("connected")) {
+            rig.connected();
+        } else {
+            rig.connecting();
+            if (phase == QLatin1String("retry pause"))
+                Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
+        }
+        rig.adapter.reportPower(power);
+        QCOMPARE(rig.states(), (QList<T>{T::disconnected, expected}));
+        QVERIFY(rig.failedSpy.isEmpty());
+        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
+        QCOMPARE(rig.adapter.connects.size(), 1);
+        rig.link->write(QByteArray("\x16", 1));
+        QVERIFY(rig.adapter.writes.isEmpty());
+
+        // Back on, a radio without the write characteristic is not usable:
+        // the last one's is gone.
+        rig.clearSpies();
+        rig.powerOn();
+        rig.link->connectToDevice(radio(2));
+        Q_EMIT rig.adapter.peripheralConnected();
+        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
+        Q_EMIT rig.adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID,
+                                                     {notifyCharacteristic()});
+        Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
+        QCOMPARE(rig.link->state(), T::connecting);
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
+        QCOMPARE(rig.connectedSpy.count(), 0);
+    }
+
+    // The power report may come after the platform already lost power: a
+    // retry due in between is not sent.
+    void retryWithoutPowerIsNotSent() {
+        Rig rig;
+        rig.connecting();
+        Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionTimeout, {}});
+        rig.adapter.power = PowerState::poweredOff;
+        rig.clock.advance(BluetoothTransport::retryDelay);
+        QCOMPARE(rig.adapter.connects.size(), 1);
+        QCOMPARE(rig.states(), QList<T>{T::disconnected});
+    }
+
+    // The scan state follows the platform: a scan that ends by itself or
+    // fails leaves `scanning`, with the failure's text.
+    void scanEndedByThePlatform_data() {
+        QTest::addColumn<bool>("scanning");
+        QTest::addColumn<QString>("error");
+        QTest::newRow("failed") << true << QStringLiteral("Input/output error");
+        QTest::newRow("ended") << true << QString();
+        QTest::newRow("not scanning") << false << QStringLiteral("Input/output error");
+    }
+    void scanEndedByThePlatform() {
+        QFETCH(bool, scanning);
+        QFETCH(QString, error);
+        Rig rig;
+        rig.powerOn();
+        if (scanning)
+            rig.link->startScan();
+        rig.clearSpies();
+        Q_EMIT rig.adapter.scanEnded(error);
+        QCOMPARE(rig.states(), scanning ? QList<T>{T::ready} : QList<T>());
+        QCOMPARE(rig.failures(), scanning && !error.isEmpty() ? QStringList{error} : QStringList());
+        // Not resumed after a power cycle: the scan is over.
+        rig.adapter.reportPower(PowerState::poweredOff);
+        rig.powerOn();
+        QCOMPARE(rig.adapter.scans.size(), scanning ? 1 : 0);
+    }
+
+    void scanResumesWhenBluetoothReturns_data() {
+        QTest::addColumn<bool>("stoppedByUser");
+        QTest::newRow("scanning") << false;
+        QTest::newRow("stopped") << true;
+    }
+    void scanResumesWhenBluetoothReturns() {
+        QFETCH(bool, stoppedByUser);
+        Rig rig;
+        rig.powerOn();
+        rig.link->startScan();
+        rig.adapter.reportPower(PowerState::poweredOff);
+        if (stoppedByUser)
+            rig.link->stopScan();
+        rig.clearSpies();
+        rig.powerOn();
+        QCOMPARE(rig.states(),
+                 stoppedByUser ? QList<T>{T::ready} : (QList<T>{T::ready, T::scanning}));
+        QCOMPARE(rig.adapter.scans.size(), stoppedByUser ? 1 : 2);
     }
 
     void dropWhileConnecting_data() {

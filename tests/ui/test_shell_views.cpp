@@ -1,3 +1,4 @@
+#include "../transport/fake_ble_adapter.h"
 #include "quick_chat.h"
 #include "shell_rig.h"
 #include "translations.h"
@@ -121,6 +122,67 @@ private Q_SLOTS:
         QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
         QCOMPARE(find("scanButton")->property("text").toString(), qtTrId("connection.button.scan"));
         QVERIFY(!shows("scanSpinner"));
+    }
+
+    // Each reason Bluetooth cannot be used gets its own plain explanation,
+    // the button to switch it on only where the system allows that, and the
+    // screen holds still (no breathing image, no spinner) while it waits.
+    void bluetoothProblemsAreExplainedAndStill_data() {
+        QTest::addColumn<BleAdapter::PowerState>("power");
+        QTest::addColumn<bool>("powerOnAllowed");
+        QTest::addColumn<QByteArray>("title");
+        QTest::addColumn<QByteArray>("detail");
+        using P = BleAdapter::PowerState;
+        QTest::newRow("no service")
+            << P::noService << false << QByteArray("connection.bluetooth.no.service")
+            << QByteArray("connection.bluetooth.no.service.detail");
+        QTest::newRow("no adapter")
+            << P::noAdapter << false << QByteArray("connection.bluetooth.no.adapter")
+            << QByteArray("connection.bluetooth.no.adapter.detail");
+        QTest::newRow("off") << P::poweredOff << true << QByteArray("connection.bluetooth.off")
+                             << QByteArray("connection.bluetooth.off.detail");
+        QTest::newRow("off, not switchable")
+            << P::poweredOff << false << QByteArray("connection.bluetooth.off")
+            << QByteArray("connection.bluetooth.off.detail.settings");
+        QTest::newRow("not permitted")
+            << P::unauthorized << false << QByteArray("connection.bluetooth.not.permitted")
+            << QByteArray("connection.bluetooth.not.permitted.detail");
+    }
+    void bluetoothProblemsAreExplainedAndStill() {
+        QFETCH(BleAdapter::PowerState, power);
+        QFETCH(bool, powerOnAllowed);
+        QFETCH(QByteArray, title);
+        QFETCH(QByteArray, detail);
+        FakeBleAdapter adapter(&m_rig->clock);
+        adapter.reportPower(BleAdapter::PowerState::poweredOn);
+        root()->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(&adapter));
+        QMetaObject::invokeMethod(find("scanButton"), "clicked"); // stop the auto scan
+        QVERIFY(!shows("bluetoothProblem"));
+        auto* window = qobject_cast<QQuickWindow*>(root());
+        int frames = 0;
+        connect(window, &QQuickWindow::frameSwapped, this, [&frames] { ++frames; });
+        QTest::qWait(500);
+        QVERIFY2(frames > 5, "the hero breathes while Bluetooth works");
+
+        adapter.powerOnAllowed = powerOnAllowed;
+        adapter.reportPower(power);
+        QVERIFY(shows("bluetoothProblem"));
+        QCOMPARE(find("bluetoothProblemTitle")->property("text").toString(),
+                 qtTrId(title.constData()));
+        QCOMPARE(find("bluetoothProblemDetail")->property("text").toString(),
+                 qtTrId(detail.constData()));
+        QCOMPARE(find("connectionStatus")->property("text").toString(), qtTrId(title.constData()));
+        QVERIFY(!shows("scanSpinner"));
+        QCOMPARE(shows("bluetoothPowerOn"), powerOnAllowed);
+        if (powerOnAllowed) {
+            click(find<QQuickItem>("bluetoothPowerOn"));
+            QCOMPARE(adapter.powerOnRequests, 1);
+        }
+        QTest::qWait(300); // the last changes drawn
+        frames = 0;
+        QTest::qWait(600);
+        QCOMPARE(frames, 0);
+        root()->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(nullptr));
     }
 
     void connectingShowsTheMainViewAndLosingTheLinkReturns() {

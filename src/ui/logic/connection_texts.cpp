@@ -63,4 +63,27 @@ QString rssiText(int rssi) {
     return QString::number(rssi) + QStringLiteral(" dBm");
 }
 
+std::optional<BluetoothProblem> bluetoothProblem(BleAdapter::PowerState power, bool canPowerOn) {
+    using Power = BleAdapter::PowerState;
+    switch (power) {
+    case Power::unknown:
+    case Power::poweredOn:
+        return std::nullopt;
+    case Power::noService:
+        return BluetoothProblem{"connection.bluetooth.no.service",
+                                "connection.bluetooth.no.service.detail"};
+    case Power::noAdapter:
+        return BluetoothProblem{"connection.bluetooth.no.adapter",
+                                "connection.bluetooth.no.adapter.detail"};
+    case Power::poweredOff:
+        return BluetoothProblem{"connection.bluetooth.off",
+                                canPowerOn ? "connection.bluetooth.off.detail"
+                                           : "connection.bluetooth.off.detail.settings"};
+    case Power::unauthorized:
+        return BluetoothProblem{"connection.bluetooth.not.permitted",
+                                "connection.bluetooth.not.permitted.detail"};
+    }
+    return std::nullopt;
+}
+
 } // namespace ViewLogic

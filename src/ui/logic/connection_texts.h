@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/device_records.h"
+#include "transport/ble_adapter.h"
 #include "transport/transport_state.h"
 #include "ui/logic/localized_text.h"
 #include "ui/logic/tint.h"
@@ -35,5 +36,15 @@ bool scanButtonEnabled(TransportState state);
 bool shouldStartScan(TransportState state, qsizetype discoveredCount);
 // "-70 dBm".
 QString rssiText(int rssi);
+
+// Why Bluetooth cannot be used, as the connection screen tells it: a short
+// title and a plain explanation of what to do. None while it can be used or
+// before the platform has said anything.
+struct BluetoothProblem {
+    const char* titleKey;
+    const char* detailKey;
+    bool operator==(const BluetoothProblem&) const = default;
+};
+std::optional<BluetoothProblem> bluetoothProblem(BleAdapter::PowerState power, bool canPowerOn);
 
 } // namespace ViewLogic

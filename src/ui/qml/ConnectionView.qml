@@ -11,6 +11,8 @@ Rectangle {
 
     required property MeshController controller
     required property ShellModel shell
+    // The application's Bluetooth adapter; none in the demo and the tests.
+    property QtObject bluetoothAdapter: null
 
     objectName: "connectionView"
     color: Theme.window
@@ -19,6 +21,11 @@ Rectangle {
     Connections {
         target: view.shell
         function onConnectionChanged() { view.shell.scanIfIdle() }
+    }
+
+    BluetoothStatusModel {
+        id: bluetooth
+        adapter: view.bluetoothAdapter
     }
 
     Flickable {
@@ -33,9 +40,10 @@ Rectangle {
             width: Math.min(460, view.width - 80)
             spacing: 18
 
+            // Still while Bluetooth cannot be used: nothing to wait for.
             ConnectionHero {
                 Layout.alignment: Qt.AlignHCenter
-                pulse: true
+                pulse: !bluetooth.problem
             }
 
             ColumnLayout {
@@ -65,6 +73,12 @@ Rectangle {
                 Layout.preferredHeight: implicitHeight
                 controller: view.controller
                 shell: view.shell
+                statusOverride: bluetooth.title
+            }
+
+            BluetoothProblemNote {
+                Layout.fillWidth: true
+                status: bluetooth
             }
 
             RowLayout {

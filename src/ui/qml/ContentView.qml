@@ -8,6 +8,7 @@ Item {
 
     required property MeshController controller
     required property ShellModel shell
+    property QtObject bluetoothAdapter: null
 
     objectName: "contentView"
 
@@ -27,6 +28,7 @@ Item {
         sourceComponent: ConnectionView {
             controller: content.controller
             shell: content.shell
+            bluetoothAdapter: content.bluetoothAdapter
         }
     }
 

@@ -7,6 +7,8 @@ ApplicationWindow {
     id: window
 
     required property MeshController controller
+    // The Bluetooth adapter, for the connection screen's explanations.
+    property QtObject bluetoothAdapter: null
 
     objectName: "talvenneWindow"
     width: 1120
@@ -33,5 +35,6 @@ ApplicationWindow {
         anchors.fill: parent
         controller: window.controller
         shell: shell
+        bluetoothAdapter: window.bluetoothAdapter
     }
 }

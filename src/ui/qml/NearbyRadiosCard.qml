@@ -10,6 +10,8 @@ Rectangle {
 
     required property MeshController controller
     required property ShellModel shell
+    // Shown instead of the scan's status text when not empty.
+    property string statusOverride: ""
 
     implicitHeight: Math.min(260, cardColumn.implicitHeight + 28)
     radius: 14
@@ -69,7 +71,7 @@ Rectangle {
             Text {
                 objectName: "connectionStatus"
                 Layout.alignment: Qt.AlignHCenter
-                text: card.shell.statusText
+                text: card.statusOverride.length > 0 ? card.statusOverride : card.shell.statusText
                 color: Theme.secondaryText
                 font.pixelSize: Theme.calloutSize
             }
