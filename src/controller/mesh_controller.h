@@ -385,6 +385,7 @@ private:
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
     void handleIncomingMessage(const MeshEvent& event);
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
+    void forgetStaleAcknowledgements();
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
@@ -458,6 +459,7 @@ private:
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
     QHash<QString, QUuid> m_lastSentMessageID;
+    QDateTime m_acknowledgementsSweptAt;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;
 };
