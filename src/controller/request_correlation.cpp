@@ -74,6 +74,12 @@ bool answersFrame(const QByteArray& frame, const MeshEvent& event) {
     return true;
 }
 
+// Past its time an overdue request's answer is not late but lost.
+void forgetLostAnswers(QList<OverdueRequest>& overdue, const QDateTime& now) {
+    while (!overdue.isEmpty() && overdue.constFirst().forgetAt <= now)
+        overdue.removeFirst();
+}
+
 template <typename Record>
 bool fits(const Record& record, const MeshEvent& event) {
     // An error reply names no command: it answers whichever is first in line.
@@ -100,9 +106,8 @@ bool tiedToItsCommand(const MeshEvent& event) {
 // in flight runs out of time (the overdue one's answer was lost; the held one
 // is its own). Any other answer goes to the request in flight.
 bool MeshController::resolvePending(const MeshEvent& event) {
-    const QDateTime now = m_clock ? m_clock->now() : QDateTime();
-    while (!m_overdue.isEmpty() && m_overdue.constFirst().forgetAt <= now)
-        m_overdue.removeFirst();
+    if (m_clock)
+        forgetLostAnswers(m_overdue, m_clock->now());
 
     qsizetype overdue = -1;
     for (qsizetype i = 0; i < m_overdue.size(); ++i) {
@@ -175,11 +180,11 @@ void MeshController::expireRequest(std::uint64_t id) {
     }
     PendingRequest record = std::move(*m_inFlight);
     m_inFlight.reset();
+    forgetLostAnswers(m_overdue, m_clock->now());
     OverdueRequest overdue;
     overdue.id = record.id;
     overdue.matcher = record.matcher;
     overdue.frame = record.frame;
-    // Past twice its timeout an answer is not late but lost.
     overdue.forgetAt = m_clock->now().addMSecs(record.timeout.count());
     m_overdue.append(std::move(overdue));
     writeNextRequest();
