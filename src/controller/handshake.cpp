@@ -21,14 +21,6 @@ constexpr auto channelTimeout = 3s;
 constexpr auto nextMessageTimeout = 4s;
 constexpr int maxMessagesPerDrain = 256;
 
-// A slot is in use when it has a name or a secret with a non-zero byte.
-bool channelInUse(const Channel& channel) {
-    if (!channel.name.isEmpty())
-        return true;
-    const auto secret = MeshProtocol::bytesFromHex(channel.secretHex);
-    return secret && std::any_of(secret->begin(), secret->end(), [](char b) { return b != 0; });
-}
-
 } // namespace
 
 // Never fails outward: each step swallows its error and leaves its field as it
@@ -161,9 +153,9 @@ QCoro::Task<void> MeshController::syncChannels() {
         }
         if (m_closing || m_connection != connection || !slot)
             co_return;
-        appendChannel(*slot);
-        if (channelInUse(*slot))
-            ensureConversation(ConversationID::channel(index));
+        // Where sorting puts it, replacing a slot the user's own channel
+        // change read meanwhile; a slot in use gets its conversation.
+        storeChannelReadBack(index, *slot);
     }
 }
 

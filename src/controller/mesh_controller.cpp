@@ -136,12 +136,6 @@ void MeshController::setChannels(QList<Channel> channels) {
     Q_EMIT channelsChanged();
 }
 
-void MeshController::appendChannel(const Channel& channel) {
-    m_channels.append(channel);
-    Q_EMIT channelInserted(int(m_channels.size()) - 1);
-    Q_EMIT channelsChanged();
-}
-
 // The first contact with exactly this key is replaced where it stands;
 // otherwise the contact goes to the end.
 void MeshController::upsertContact(const Contact& contact) {

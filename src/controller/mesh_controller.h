@@ -412,7 +412,6 @@ private:
     void setDiscoveredDevices(QList<DiscoveredDevice> devices);
     void setContacts(QList<Contact> contacts);
     void setChannels(QList<Channel> channels);
-    void appendChannel(const Channel& channel);
     void upsertContact(const Contact& contact);
 
     void loadPreferences();
