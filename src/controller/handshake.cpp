@@ -21,20 +21,20 @@ constexpr auto channelTimeout = 3s;
 constexpr auto nextMessageTimeout = 4s;
 constexpr int maxMessagesPerDrain = 256;
 
-// A slot is in use when it has a name or a secret with a non-zero byte.
-bool channelInUse(const Channel& channel) {
-    if (!channel.name.isEmpty())
-        return true;
-    const auto secret = MeshProtocol::bytesFromHex(channel.secretHex);
-    return secret && std::any_of(secret->begin(), secret->end(), [](char b) { return b != 0; });
-}
-
 } // namespace
 
 // Never fails outward: each step swallows its error and leaves its field as it
-// was. After every co_await the controller may be shutting down (m_closing);
-// then nothing more is touched.
+// was. One handshake per connection: after every wait it looks whether its
+// connection is still the present one (or the controller is going away) and
+// ends at once when not, so it never runs on into a later link.
 QCoro::Task<void> MeshController::performHandshake() {
+    const std::uint64_t connection = m_connection;
+    const auto gone = [this, connection] { return m_closing || m_connection != connection; };
+    const auto finish = [this, connection] {
+        if (!m_closing && m_syncingConnection == connection)
+            setIsSyncing(false);
+    };
+    m_syncingConnection = connection;
     setIsSyncing(true);
 
     const QByteArray appStart =
@@ -48,16 +48,20 @@ QCoro::Task<void> MeshController::performHandshake() {
                 answer = info->selfInfo;
         } catch (const MeshError&) {
         }
-        if (m_closing)
+        if (gone()) {
+            finish();
             co_return;
+        }
         if (answer) {
             setSelfInfo(std::move(answer));
             break;
         }
         if (attempt + 1 < appStartAttempts) {
-            co_await pause(appStartPause);
-            if (m_closing)
+            co_await pause(appStartPause); // ended early when the link drops
+            if (gone()) {
+                finish();
                 co_return;
+            }
         } else {
             setConnectionError(QLatin1String(handshakeFailureText));
         }
@@ -66,59 +70,60 @@ QCoro::Task<void> MeshController::performHandshake() {
     try {
         const MeshEvent event = co_await request(MeshProtocol::deviceQuery(deviceQueryVersion),
                                                  ExpectedResponse::deviceInfo, commandTimeout);
-        if (!m_closing) {
+        if (!gone()) {
             if (const auto* info = std::get_if<Events::DeviceInfo>(&event))
                 setDeviceInfo(info->deviceInfo);
         }
     } catch (const MeshError&) {
     }
-    if (m_closing)
+    if (gone()) {
+        finish();
         co_return;
+    }
 
     try {
         co_await request(MeshProtocol::setDeviceTime(m_clock->secondsSince1970()),
                          ExpectedResponse::ok, commandTimeout);
     } catch (const MeshError&) {
     }
-    if (m_closing)
+    if (gone()) {
+        finish();
         co_return;
+    }
 
     try {
         const MeshEvent event = co_await request(MeshProtocol::getBatteryAndStorage(),
                                                  ExpectedResponse::batteryVoltage, commandTimeout);
-        if (!m_closing) {
+        if (!gone()) {
             if (const auto* info = std::get_if<Events::Battery>(&event))
                 setBattery(info->battery);
         }
     } catch (const MeshError&) {
     }
-    if (m_closing)
+    if (gone()) {
+        finish();
         co_return;
+    }
 
     try {
         co_await syncContacts();
     } catch (const MeshError&) {
     }
-    if (m_closing)
-        co_return;
-
-    co_await syncChannels();
-    if (m_closing)
-        co_return;
-    co_await syncMessages();
-    if (m_closing)
-        co_return;
-
-    setIsSyncing(false);
+    if (!gone())
+        co_await syncChannels();
+    if (!gone())
+        co_await syncMessages();
+    finish();
 }
 
 QCoro::Task<void> MeshController::syncContacts() {
+    const std::uint64_t connection = m_connection;
     setContacts({});
     // The radio streams one contact event per stored contact before its
     // end-of-contacts answer; the event dispatch upserts them as they come.
     co_await request(MeshProtocol::getContacts(), ExpectedResponse::endOfContacts,
                      contactListTimeout);
-    if (m_closing)
+    if (m_closing || m_connection != connection)
         co_return;
 
     QList<Contact> sorted = m_contacts;
@@ -135,6 +140,7 @@ void MeshController::ensureContactConversations() {
 }
 
 QCoro::Task<void> MeshController::syncChannels() {
+    const std::uint64_t connection = m_connection;
     setChannels({});
     for (int index = 0; index < maxChannels; ++index) {
         std::optional<Channel> slot;
@@ -145,17 +151,19 @@ QCoro::Task<void> MeshController::syncChannels() {
                 slot = info->channelInfo;
         } catch (const MeshError&) {
         }
-        if (m_closing || !slot)
+        if (m_closing || m_connection != connection || !slot)
             co_return;
-        appendChannel(*slot);
-        if (channelInUse(*slot))
-            ensureConversation(ConversationID::channel(index));
+        // Where sorting puts it, replacing a slot the user's own channel
+        // change read meanwhile; a slot in use gets its conversation.
+        storeChannelReadBack(index, *slot);
     }
 }
 
 QCoro::Task<void> MeshController::syncMessages() {
+    const std::uint64_t connection = m_connection;
     for (int fetched = 0; fetched < maxMessagesPerDrain; ++fetched) {
-        if (m_closing || m_transportState != TransportState::connected)
+        if (m_closing || m_connection != connection ||
+            m_transportState != TransportState::connected)
             co_return;
         std::optional<MeshEvent> answer;
         try {

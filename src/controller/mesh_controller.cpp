@@ -43,18 +43,13 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
 }
 
 MeshController::~MeshController() {
-    // Coroutines of this controller are suspended only in `pending` and in
+    // Coroutines of this controller are suspended only on requests and in
     // `m_pauses`. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
     m_closing = true;
-    while (!m_pending.isEmpty() || !m_pauses.isEmpty()) {
+    while (pendingRequestCount() > 0 || !m_pauses.isEmpty() || !m_overdue.isEmpty()) {
         failAllPending(MeshError::notConnected());
-        const QList<Pause> pauses = std::exchange(m_pauses, {});
-        for (const Pause& pause : pauses) {
-            if (m_clock)
-                m_clock->cancel(pause.timer);
-            pause.continuation->resolve(false);
-        }
+        endAllPauses();
     }
 }
 
@@ -150,12 +145,6 @@ void MeshController::setChannels(QList<Channel> channels) {
     Q_EMIT channelsChanged();
 }
 
-void MeshController::appendChannel(const Channel& channel) {
-    m_channels.append(channel);
-    Q_EMIT channelInserted(int(m_channels.size()) - 1);
-    Q_EMIT channelsChanged();
-}
-
 // The first contact with exactly this key is replaced where it stands;
 // otherwise the contact goes to the end.
 void MeshController::upsertContact(const Contact& contact) {
@@ -209,6 +198,7 @@ void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
 }
 
 void MeshController::onTransportConnected() {
+    ++m_connection;
     performHandshake(); // runs on by itself; the task handle is not needed
 }
 
@@ -252,7 +242,10 @@ void MeshController::resetAfterDisconnect() {
     setContacts({});
     setChannels({});
     setSelectedConversation(std::nullopt);
+    // Whatever still runs for the old link ends at its next step.
+    ++m_connection;
     failAllPending(MeshError::notConnected());
+    endAllPauses();
 }
 
 // --- events

@@ -99,9 +99,9 @@ public:
     const QList<DiscoveredDevice>& discoveredDevices() const { return m_discoveredDevices; }
     // Empty when there is none.
     const QString& connectionError() const { return m_connectionError; }
-    // Requests written to the radio and still waiting for their answer; each
-    // ends by its timeout at the latest.
-    int pendingRequestCount() const { return int(m_pending.size()); }
+    // Requests still waiting for their answer: the one written to the radio
+    // and those waiting their turn. Each ends by its timeout at the latest.
+    int pendingRequestCount() const { return int(m_queued.size()) + (m_inFlight ? 1 : 0); }
     // The time source every timeout and pause runs on; views use it for
     // their own short-lived states so that tests can move it on.
     Clock* clock() const { return m_clock; }
@@ -147,10 +147,12 @@ public:
     void resetAfterDisconnect();
 
     // --- request correlation
-    // Writes `frame` and waits for the first event that `expect` accepts. Throws
-    // MeshError: notConnected (at once when there is no link), timeout, or
-    // device when the radio answers with an error while this is the oldest
-    // waiting request.
+    // Writes `frame` and waits for the event that `expect` accepts. The radio
+    // answers in order and its answers name no command, so only one command
+    // that awaits an answer is written at a time; the others wait their turn
+    // in order, and each one's timeout starts when it is written. Throws
+    // MeshError: notConnected (at once when there is no link, or when the link
+    // drops), timeout, or device when the radio answers it with an error.
     QCoro::Task<MeshEvent> request(QByteArray frame, ExpectedResponse expect,
                                    std::chrono::milliseconds timeout);
     // Offers the event to the waiting requests, then applies it to the state.
@@ -369,6 +371,16 @@ private:
     bool resolvePending(const MeshEvent& event);
     void expireRequest(std::uint64_t id);
     void failAllPending(const MeshError& error);
+    // Writes the next queued request when none is in flight.
+    void writeNextRequest();
+    // Takes the request in flight off the line and settles it with `answer`
+    // (an error event fails it), after writing the next one.
+    void settleInFlight(const MeshEvent& answer);
+    // Forgets the overdue requests up to and including `index`: that one got
+    // its late answer, the ones before it will not get theirs any more.
+    void dropOverdueThrough(qsizetype index);
+    // Ends every pause at once (false): the link they waited on is gone.
+    void endAllPauses();
     // Waits `delay` on the clock; comes back early (false) when the controller
     // is going away.
     OneShot<bool>::Awaiter pause(std::chrono::milliseconds delay);
@@ -385,6 +397,7 @@ private:
     // After loading: a message left `sending` is failed, and each `sent` one
     // with its expected acknowledgement waits for its confirmation again.
     void resumeDeliveryTracking();
+    void forgetStaleAcknowledgements();
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
@@ -411,7 +424,6 @@ private:
     void setDiscoveredDevices(QList<DiscoveredDevice> devices);
     void setContacts(QList<Contact> contacts);
     void setChannels(QList<Channel> channels);
-    void appendChannel(const Channel& channel);
     void upsertContact(const Contact& contact);
 
     void loadPreferences();
@@ -445,11 +457,22 @@ private:
     QString m_historyError;
     bool m_applicationActive = true;
 
-    QList<PendingRequest> m_pending; // oldest first
+    QList<PendingRequest> m_queued; // not written yet, oldest first
+    std::optional<PendingRequest> m_inFlight;
+    QList<OverdueRequest> m_overdue; // oldest first
+    // An answer that fits both the request in flight and an overdue one:
+    // whose it is shows when a second one comes, or none does.
+    std::optional<MeshEvent> m_heldAnswer;
     QList<Pause> m_pauses;
+    // Changes with every connection and every disconnect: a handshake or a
+    // sync that finds it changed after a wait belongs to a link that is gone.
+    std::uint64_t m_connection = 0;
+    // The connection whose handshake set isSyncing.
+    std::uint64_t m_syncingConnection = 0;
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
     QHash<QString, QUuid> m_lastSentMessageID;
+    QDateTime m_acknowledgementsSweptAt;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;
 };

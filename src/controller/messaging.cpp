@@ -91,8 +91,30 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
         setDeliveryState(message.id, target, State::failed);
         co_return;
     }
+    forgetStaleAcknowledgements();
     m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), message.id);
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
+}
+
+// A confirmation more than a day after sending will not come: the look-up
+// forgets such messages (and deleted ones), at most once an hour.
+void MeshController::forgetStaleAcknowledgements() {
+    const QDateTime now = m_clock->now();
+    if (m_lastSentMessageID.isEmpty() ||
+        (m_acknowledgementsSweptAt.isValid() && m_acknowledgementsSweptAt.secsTo(now) < 3600))
+        return;
+    m_acknowledgementsSweptAt = now;
+    const QDateTime oldest = now.addDays(-1);
+    QSet<QUuid> recent;
+    for (const Conversation& conversation : std::as_const(m_conversations)) {
+        for (const ChatMessage& message : conversation.messages) {
+            if (message.direction == ChatMessage::Direction::outgoing &&
+                message.timestamp >= oldest)
+                recent.insert(message.id);
+        }
+    }
+    m_lastSentMessageID.removeIf(
+        [&recent](const auto& entry) { return !recent.contains(entry.value()); });
 }
 
 void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis) {

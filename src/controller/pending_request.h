@@ -5,6 +5,9 @@
 #include "protocol/mesh_event.h"
 #include "time/clock.h"
 
+#include <QByteArray>
+#include <QDateTime>
+#include <chrono>
 #include <coroutine>
 #include <cstdint>
 #include <memory>
@@ -64,14 +67,27 @@ private:
     std::coroutine_handle<> m_waiting;
 };
 
-// One command that awaits its answer. Lives in the controller's `pending`
-// list, oldest first, until an event, an error reply, its timer or a
-// disconnect removes it; whichever comes first settles the continuation.
+// One command that awaits its answer. It waits its turn in the controller's
+// queue, is written when no other command is in flight, and is settled by
+// its answer, an error reply, its timer (started when written) or a
+// disconnect, whichever comes first.
 struct PendingRequest {
     std::uint64_t id = 0;
     ExpectedResponse matcher = ExpectedResponse::ok;
+    QByteArray frame;
+    std::chrono::milliseconds timeout{0};
     std::shared_ptr<OneShot<MeshEvent>> continuation;
     Clock::TimerId timeoutTimer = 0;
+};
+
+// A written command whose timer ran out. The radio answers in order, so its
+// late answer may still come, before the answer of anything written after it.
+struct OverdueRequest {
+    std::uint64_t id = 0;
+    ExpectedResponse matcher = ExpectedResponse::ok;
+    QByteArray frame;
+    // Past this an answer is not late but lost.
+    QDateTime forgetAt;
 };
 
 // The outcome of a pause that can be cut short (true when it ran its full length).

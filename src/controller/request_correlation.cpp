@@ -4,6 +4,8 @@
 #include "time/clock.h"
 #include "transport/mesh_link.h"
 
+#include <algorithm>
+
 bool matches(ExpectedResponse expect, const MeshEvent& event) {
     switch (expect) {
     case ExpectedResponse::ok:
@@ -38,63 +40,174 @@ QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedRespons
     PendingRequest record;
     record.id = m_nextWaitId++;
     record.matcher = expect;
+    record.frame = std::move(frame);
+    record.timeout = timeout;
     record.continuation = std::make_shared<OneShot<MeshEvent>>();
-    const std::uint64_t id = record.id;
-    record.timeoutTimer = m_clock->schedule(timeout, [this, id] { expireRequest(id); });
     auto continuation = record.continuation;
 
-    // Listed before the write: a link may answer from inside write().
-    m_pending.append(std::move(record));
-    m_link->write(frame);
+    m_queued.append(std::move(record));
+    writeNextRequest();
 
     co_return co_await OneShot<MeshEvent>::Awaiter(std::move(continuation));
 }
 
-bool MeshController::resolvePending(const MeshEvent& event) {
-    if (m_pending.isEmpty())
-        return false;
-
-    qsizetype index = -1;
-    std::optional<MeshError> error;
-    if (const auto* reply = std::get_if<Events::Error>(&event)) {
-        // An error reply names no command: it goes to the oldest one.
-        index = 0;
-        error = MeshError::device(reply->code);
-    } else {
-        for (qsizetype i = 0; i < m_pending.size(); ++i) {
-            if (matches(m_pending[i].matcher, event)) {
-                index = i;
-                break;
-            }
-        }
-        if (index < 0)
-            return false;
+void MeshController::writeNextRequest() {
+    // A write may be answered from inside write() and settle the request at
+    // once; the loop then goes on with the next one.
+    while (!m_inFlight && !m_queued.isEmpty() && m_link && m_clock) {
+        PendingRequest record = m_queued.takeFirst();
+        const std::uint64_t id = record.id;
+        record.timeoutTimer = m_clock->schedule(record.timeout, [this, id] { expireRequest(id); });
+        const QByteArray frame = record.frame;
+        m_inFlight = std::move(record);
+        m_link->write(frame);
     }
+}
 
-    // Out of the list before resuming: the resumed coroutine may send the next
-    // request and change `m_pending`.
-    const PendingRequest record = m_pending.takeAt(index);
-    m_clock->cancel(record.timeoutTimer);
-    if (error)
-        record.continuation->fail(*error);
-    else
-        record.continuation->resolve(event);
+namespace {
+
+// Whether `event`, of the kind `matcher` accepts, can be the answer to
+// `frame`: a channel read is answered with the slot it asked for.
+bool answersFrame(const QByteArray& frame, const MeshEvent& event) {
+    if (const auto* info = std::get_if<Events::ChannelInfo>(&event))
+        return frame.size() >= 2 && info->channelInfo.index == std::uint8_t(frame.at(1));
     return true;
 }
 
+// Past its time an overdue request's answer is not late but lost.
+void forgetLostAnswers(QList<OverdueRequest>& overdue, const QDateTime& now) {
+    while (!overdue.isEmpty() && overdue.constFirst().forgetAt <= now)
+        overdue.removeFirst();
+}
+
+template <typename Record>
+bool fits(const Record& record, const MeshEvent& event) {
+    // An error reply names no command: it answers whichever is first in line.
+    if (std::holds_alternative<Events::Error>(event))
+        return true;
+    return matches(record.matcher, event) && answersFrame(record.frame, event);
+}
+
+// Whether the answer means something only for the command it answers: an
+// ok, an error, or the acknowledgement code of a sent message. Any other
+// answer reports the radio's state and is as true for one asker as another.
+bool tiedToItsCommand(const MeshEvent& event) {
+    return std::holds_alternative<Events::Ok>(event) ||
+           std::holds_alternative<Events::Error>(event) ||
+           std::holds_alternative<Events::MessageSent>(event);
+}
+
+} // namespace
+
+// The radio answers in the order it got the commands, so an answer belongs
+// to the oldest written command it fits: an overdue one before the one in
+// flight. An answer tied to its command that fits both is held until a
+// second such answer comes (the first was the overdue one's) or the request
+// in flight runs out of time (the overdue one's answer was lost; the held one
+// is its own). Any other answer goes to the request in flight.
+bool MeshController::resolvePending(const MeshEvent& event) {
+    if (m_clock)
+        forgetLostAnswers(m_overdue, m_clock->now());
+
+    qsizetype overdue = -1;
+    for (qsizetype i = 0; i < m_overdue.size(); ++i) {
+        if (fits(m_overdue[i], event)) {
+            overdue = i;
+            break;
+        }
+    }
+    const bool inFlightFits = m_inFlight && fits(*m_inFlight, event);
+
+    if (overdue < 0 || (inFlightFits && !tiedToItsCommand(event))) {
+        if (!inFlightFits)
+            return false;
+        // The radio has answered the newest command: the held answer was an
+        // overdue one's, and no other overdue answer will come any more.
+        if (auto held = std::exchange(m_heldAnswer, std::nullopt))
+            applyEvent(*held);
+        dropOverdueThrough(m_overdue.size() - 1);
+        settleInFlight(event);
+        return true;
+    }
+    if (!inFlightFits) {
+        // A late answer: applied as any unclaimed event is.
+        dropOverdueThrough(overdue);
+        return false;
+    }
+    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
+        // The second of two fitting answers: the first was the overdue one's.
+        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
+            if (fits(m_overdue[i], *held)) {
+                dropOverdueThrough(i);
+                break;
+            }
+        }
+        applyEvent(*held);
+        return resolvePending(event);
+    }
+    m_heldAnswer = event;
+    return true;
+}
+
+void MeshController::settleInFlight(const MeshEvent& answer) {
+    PendingRequest record = std::move(*m_inFlight);
+    m_inFlight.reset();
+    if (m_clock)
+        m_clock->cancel(record.timeoutTimer);
+    // The next command goes out before the settled one's caller runs on, so
+    // a caller that asks again (a drain) queues behind those already waiting.
+    writeNextRequest();
+    if (const auto* reply = std::get_if<Events::Error>(&answer))
+        record.continuation->fail(MeshError::device(reply->code));
+    else
+        record.continuation->resolve(answer);
+}
+
 void MeshController::expireRequest(std::uint64_t id) {
-    for (qsizetype i = 0; i < m_pending.size(); ++i) {
-        if (m_pending[i].id != id)
-            continue;
-        const PendingRequest record = m_pending.takeAt(i);
-        record.continuation->fail(MeshError::timeout());
+    if (!m_inFlight || m_inFlight->id != id)
+        return;
+    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
+        // No second answer came: the overdue request's answer was lost and
+        // the held one is this request's.
+        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
+            if (fits(m_overdue[i], *held)) {
+                dropOverdueThrough(i);
+                break;
+            }
+        }
+        settleInFlight(*held);
         return;
     }
+    PendingRequest record = std::move(*m_inFlight);
+    m_inFlight.reset();
+    forgetLostAnswers(m_overdue, m_clock->now());
+    OverdueRequest overdue;
+    overdue.id = record.id;
+    overdue.matcher = record.matcher;
+    overdue.frame = record.frame;
+    overdue.forgetAt = m_clock->now().addMSecs(record.timeout.count());
+    m_overdue.append(std::move(overdue));
+    writeNextRequest();
+    record.continuation->fail(MeshError::timeout());
+}
+
+void MeshController::dropOverdueThrough(qsizetype index) {
+    m_overdue.remove(0, std::min(index + 1, m_overdue.size()));
 }
 
 void MeshController::failAllPending(const MeshError& error) {
-    const QList<PendingRequest> taken = std::exchange(m_pending, {});
-    for (const PendingRequest& record : taken) {
+    // A held answer may carry a received message; it is kept as any
+    // unclaimed one is.
+    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
+        if (std::holds_alternative<Events::ContactMessage>(*held) ||
+            std::holds_alternative<Events::ChannelMessage>(*held))
+            handleIncomingMessage(*held);
+    }
+    dropOverdueThrough(m_overdue.size() - 1);
+    QList<PendingRequest> taken = std::exchange(m_queued, {});
+    if (auto inFlight = std::exchange(m_inFlight, std::nullopt))
+        taken.prepend(std::move(*inFlight));
+    for (const PendingRequest& record : std::as_const(taken)) {
         if (m_clock)
             m_clock->cancel(record.timeoutTimer);
         record.continuation->fail(error);
@@ -123,5 +236,14 @@ void MeshController::endPause(std::uint64_t id, bool completed) {
         const Pause record = m_pauses.takeAt(i);
         record.continuation->resolve(completed);
         return;
+    }
+}
+
+void MeshController::endAllPauses() {
+    const QList<Pause> pauses = std::exchange(m_pauses, {});
+    for (const Pause& pause : pauses) {
+        if (m_clock)
+            m_clock->cancel(pause.timer);
+        pause.continuation->resolve(false);
     }
 }

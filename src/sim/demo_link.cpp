@@ -14,8 +14,12 @@ void DemoLink::attach(MeshLink* link) {
     connect(link, &MeshLink::transportStateChanged, this, [this, link](TransportState state) {
         if (!speaksNow(link))
             return;
-        if (link == m_active && state == TransportState::disconnected)
+        if (link == m_active && state == TransportState::disconnected) {
+            // The drop first, so that the listener resets; then the state
+            // of the link that counts from now on.
             m_active = nullptr;
+            Q_EMIT transportStateChanged(TransportState::disconnected);
+        }
         Q_EMIT transportStateChanged(this->state());
     });
     connect(link, &MeshLink::transportDiscovered, this,

@@ -13,7 +13,8 @@
 //   the link that found a device is remembered by its id.
 // - connectToDevice() goes to the link that found the device, which becomes
 //   the active link until it reports `disconnected`; disconnect and write go
-//   to the active link.
+//   to the active link. Its drop is passed on as `disconnected`, followed by
+//   the state of the link that counts once none is active.
 // - With an active link, the state and all reports come from it alone. With
 //   none, the state is the Bluetooth link's, or the simulated radio's when
 //   Bluetooth is off, not permitted or absent (so the demo works anywhere).

@@ -129,11 +129,15 @@ void SimulatedRadio::cancelTimer(std::uint64_t& token) {
     token = 0;
 }
 
-void SimulatedRadio::send(Frames frames, std::chrono::milliseconds delay) {
+void SimulatedRadio::send(Frames frames, std::chrono::milliseconds delay, bool answer) {
     if (m_state != TransportState::connected || frames.isEmpty())
         return;
     const int session = m_session;
-    after(delay, [this, session, frames = std::move(frames)] {
+    if (answer)
+        ++m_answersOnTheWay;
+    after(delay, [this, session, answer, frames = std::move(frames)] {
+        if (answer && session == m_session)
+            --m_answersOnTheWay;
         for (const QByteArray& frame : frames) {
             // A listener may drop the link while the frames of one answer go out.
             if (session != m_session || m_state != TransportState::connected)
@@ -154,6 +158,7 @@ void SimulatedRadio::setState(TransportState state) {
 
 void SimulatedRadio::endSession() {
     ++m_session;
+    m_answersOnTheWay = 0;
     cancelTimer(m_connectTimer);
 }
 
@@ -226,7 +231,12 @@ void SimulatedRadio::write(const QByteArray& frame) {
     if (m_state != TransportState::connected || frame.isEmpty())
         return;
     m_written.append(frame);
+    if (m_written.size() > writtenFramesKept)
+        m_written.removeFirst();
     const auto code = static_cast<std::uint8_t>(frame.at(0));
+    // A reboot is answered by no frame; any other command is sent to be answered.
+    if (m_answersOnTheWay > 0 && code != RadioCommand::reboot)
+        ++m_overlappingCommands;
 
     bool dropLinkNow = false;
     if (m_dropOnCommand && *m_dropOnCommand == code) {
@@ -255,7 +265,7 @@ void SimulatedRadio::write(const QByteArray& frame) {
         return;
     if (m_dropProbability > 0 && m_random.generateDouble() < m_dropProbability)
         return;
-    send(std::move(frames));
+    send(std::move(frames), m_latency, true);
 }
 
 // --- Commands ------------------------------------------------------------------

@@ -112,8 +112,14 @@ public:
                               std::optional<double> snr = 4.25);
     // Sends any frame to the client after the latency (when connected).
     void pushFrame(const QByteArray& frame);
-    // Every frame the radio received while connected, in order.
+    // The frames the radio received while connected, in order: the last
+    // `writtenFramesKept` of them.
+    static constexpr int writtenFramesKept = 4096;
     QList<QByteArray> writtenFrames() const { return m_written; }
+    // Commands that arrived while the answer to an earlier one was still on
+    // its way: a client that waits for each answer before the next command
+    // sends none.
+    int overlappingCommands() const { return m_overlappingCommands; }
     void clearWrittenFrames() { m_written.clear(); }
     // Simulates a lost link: state `disconnected`, reported at once; answers
     // and pushes still on their way are lost.
@@ -181,7 +187,8 @@ private:
     std::uint64_t after(std::chrono::milliseconds delay, std::function<void()> callback);
     void cancelTimer(std::uint64_t& token);
     // Sends frames in order after the latency, within the current link session.
-    void send(Frames frames, std::chrono::milliseconds delay);
+    // `answer`: the frames answer a command (counted until they go out).
+    void send(Frames frames, std::chrono::milliseconds delay, bool answer = false);
     void send(Frames frames) { send(std::move(frames), m_latency); }
     void announceWaiting();
     void endSession();
@@ -232,6 +239,8 @@ private:
     std::uint32_t m_receivedDirect = 0;
 
     QList<QByteArray> m_written;
+    int m_answersOnTheWay = 0;
+    int m_overlappingCommands = 0;
     std::chrono::milliseconds m_latency{30};
     std::chrono::milliseconds m_connectDelay{600};
     std::chrono::milliseconds m_ackDelay{1500};

@@ -209,6 +209,72 @@ private Q_SLOTS:
         QCOMPARE(rig.clock.pendingTimers(), 0);
     }
 
+    // A drop during app start, and the user connecting again before the old
+    // handshake's pauses would have run out: one handshake for the new link.
+    void reconnectDuringAppStartRunsOneHandshake() {
+        ControllerRig rig;
+        ScriptedRadio radio;
+        radio.answerAppStartFrom = 1; // the first app start is lost with the link
+        for (int i = 0; i < 8; ++i)
+            radio.channels << slot(i, QStringLiteral("c%1").arg(i), zeroSecret);
+        radio.attach(rig);
+        QSignalSpy syncing(rig.controller.get(), &MeshController::isSyncingChanged);
+
+        rig.link.becomeUsable();
+        rig.clock.advance(100ms);
+        rig.link.setState(TransportState::disconnected);
+        QCOMPARE(rig.controller->isSyncing(), false);
+        rig.clock.advance(300ms);
+        rig.link.becomeUsable();
+        rig.clock.advance(2s);
+
+        QCOMPARE(countFrames(rig.link.written, 0x01), 2);
+        QCOMPARE(countFrames(rig.link.written, 0x16), 1);
+        QCOMPARE(countFrames(rig.link.written, 0x04), 1);
+        QCOMPARE(countFrames(rig.link.written, 0x1F), 8);
+        QList<int> indices;
+        for (const Channel& channel : rig.controller->channels())
+            indices << channel.index;
+        QCOMPARE(indices, (QList<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+        QCOMPARE(rig.controller->isSyncing(), false);
+        QCOMPARE(syncing.count(), 4); // on, off at the drop, on, off
+        QVERIFY(rig.controller->connectionError().isEmpty());
+    }
+
+    // The user disconnects while the radio is slow to answer app start.
+    void userDisconnectLeavesNoStaleFailure() {
+        ControllerRig rig;
+        rig.link.becomeUsable();
+        rig.clock.advance(2s);
+        rig.link.onWrite = nullptr;
+        rig.controller->disconnectFromDevice();
+        rig.link.setState(TransportState::disconnected); // the link's own report
+        QCOMPARE(rig.controller->isSyncing(), false);
+
+        rig.controller->startScan();
+        rig.clock.advance(10s);
+        QVERIFY(rig.controller->connectionError().isEmpty());
+        QCOMPARE(countFrames(rig.link.written, 0x01), 1);
+        QCOMPARE(rig.clock.pendingTimers(), 0);
+    }
+
+    // A channel read takes only the slot it asked for.
+    void channelReadAnsweredWithAnotherSlotEndsTheLoop() {
+        ControllerRig rig;
+        ScriptedRadio radio;
+        radio.channels = {slot(0, QStringLiteral("a"), zeroSecret),
+                          slot(5, QStringLiteral("b"), zeroSecret)};
+        radio.attach(rig);
+        rig.connectQuietly();
+
+        rig.controller->syncChannels();
+        rig.clock.advance(3s);
+
+        QCOMPARE(rig.controller->channels().size(), 1);
+        QCOMPARE(countFrames(rig.link.written, 0x1F), 2);
+        QVERIFY(!rig.controller->conversations().contains(QStringLiteral("channel:5")));
+    }
+
     void channelLoopStopsAtAnErrorReply() {
         ControllerRig rig;
         ScriptedRadio radio;

@@ -75,6 +75,74 @@ private Q_SLOTS:
         QCOMPARE(rig.savedHistory()->first().messages.first().deliveryState, State::delivered);
     }
 
+    // The radio's late answer for a timed-out message is not taken by the
+    // next message: that one keeps its own code and its own round trip.
+    void lateAnswerStaysWithItsMessage() {
+        ControllerRig rig;
+        rig.connectQuietly();
+        const auto target = ConversationID::contact(contactKey);
+        rig.controller->sendMessage(QStringLiteral("first"), target);
+        rig.clock.advance(8s);
+        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::failed);
+
+        rig.controller->sendMessage(QStringLiteral("second"), target);
+        rig.deliver(Events::MessageSent{0, 0xaaaa, 3000}); // the first one's, late
+        rig.deliver(Events::MessageSent{0, 0xbbbb, 4000});
+        rig.deliver(Events::SendConfirmed{0xaaaa, 700});
+        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::sent);
+        QCOMPARE(lastMessage(*rig.controller, target).expectedAck, 0xbbbbu);
+        rig.deliver(Events::SendConfirmed{0xbbbb, 900});
+
+        const ChatMessage second = lastMessage(*rig.controller, target);
+        QCOMPARE(second.deliveryState, State::delivered);
+        QCOMPARE(second.roundTripMillis, 900u);
+        const auto& messages = rig.controller->conversations()[target.conversationKey()].messages;
+        QCOMPARE(messages.first().deliveryState, State::failed);
+    }
+
+    // A channel message the radio rejects fails with that error at once, and
+    // a drain that was reading goes on; the message went out before the
+    // drain's next read.
+    void rejectedMessageDoesNotEndADrain() {
+        ControllerRig rig;
+        rig.connectQuietly();
+        auto drain = rig.controller->syncMessages();
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(0));
+        QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
+
+        rig.deliver(directFrom(QStringLiteral("aaaaaaaaaaaa"), QStringLiteral("one")));
+        QCOMPARE(rig.link.written.size(), 2);
+        QCOMPARE(quint8(rig.link.written.last().at(0)), 0x03);
+        rig.deliver(Events::Error{MeshProtocol::DeviceError::tableFull});
+        QCOMPARE(lastMessage(*rig.controller, ConversationID::channel(0)).deliveryState,
+                 State::failed);
+        QCOMPARE(rig.link.written.last(), hex("0a"));
+        rig.deliver(directFrom(QStringLiteral("aaaaaaaaaaaa"), QStringLiteral("two")));
+        rig.deliver(Events::NoMoreMessages{});
+        QCOMPARE(rig.controller->conversations().value("contact:aaaaaaaaaaaa").messages.size(), 2);
+        QCOMPARE(rig.controller->pendingRequestCount(), 0);
+        QCOMPARE(rig.clock.pendingTimers(), 0);
+    }
+
+    // The acknowledgement look-up does not keep messages for ever: a
+    // confirmation more than a day late is ignored.
+    void confirmationAfterADayIsIgnored() {
+        ControllerRig rig;
+        rig.connectQuietly();
+        const auto target = ConversationID::contact(contactKey);
+        rig.controller->sendMessage(QStringLiteral("old"), target);
+        rig.deliver(Events::MessageSent{0, 1, 4000});
+        rig.clock.advance(std::chrono::hours(25));
+        rig.controller->sendMessage(QStringLiteral("new"), target);
+        rig.deliver(Events::MessageSent{0, 2, 4000});
+
+        rig.deliver(Events::SendConfirmed{1, 900});
+        rig.deliver(Events::SendConfirmed{2, 800});
+        const auto& messages = rig.controller->conversations()[target.conversationKey()].messages;
+        QCOMPARE(messages.at(0).deliveryState, State::sent);
+        QCOMPARE(messages.at(1).deliveryState, State::delivered);
+    }
+
     void channelMessageIsDeliveredOnOk() {
         ControllerRig rig;
         rig.connectQuietly();

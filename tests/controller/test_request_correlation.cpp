@@ -9,6 +9,7 @@ using TestSupport::Outcome;
 
 Q_DECLARE_METATYPE(MeshEvent)
 Q_DECLARE_METATYPE(ExpectedResponse)
+Q_DECLARE_METATYPE(QList<MeshEvent>)
 
 namespace {
 
@@ -40,32 +41,32 @@ private:
 private Q_SLOTS:
     void initTestCase() { TestSupport::isolateFromUserFiles(); }
 
-    // Which of the waiting requests an event settles, and how.
-    void eventGoesToOldestFittingRequest_data() {
+    // Only the first request is written; an event settles it or nothing, and
+    // settling it writes the next.
+    void eventGoesToTheRequestInFlight_data() {
         QTest::addColumn<QList<ExpectedResponse>>("waiting");
         QTest::addColumn<MeshEvent>("event");
         QTest::addColumn<int>("settled"); // -1: none
         QTest::addColumn<bool>("failed");
 
         using R = ExpectedResponse;
-        QTest::newRow("selfInfo passes an older ok")
-            << QList<R>{R::ok, R::selfInfo} << selfInfoEvent(QStringLiteral("r")) << 1 << false;
+        QTest::newRow("selfInfo does not answer a queued request")
+            << QList<R>{R::ok, R::selfInfo} << selfInfoEvent(QStringLiteral("r")) << -1 << false;
         QTest::newRow("one ok answers the older of two")
             << QList<R>{R::ok, R::ok} << MeshEvent(Events::Ok{}) << 0 << false;
-        QTest::newRow("error is charged to the oldest whatever it waits for")
+        QTest::newRow("error is charged to the one in flight whatever it waits for")
             << QList<R>{R::channelInfo, R::ok}
             << MeshEvent(Events::Error{MeshProtocol::DeviceError::notFound}) << 0 << true;
-        QTest::newRow("no more messages answers a drain request")
-            << QList<R>{R::ok, R::anyMessage} << MeshEvent(Events::NoMoreMessages{}) << 1 << false;
-        QTest::newRow("a channel message answers a drain request")
-            << QList<R>{R::sent, R::anyMessage} << MeshEvent(Events::ChannelMessage{}) << 1
-            << false;
+        QTest::newRow("no more messages answers a drain request in flight")
+            << QList<R>{R::anyMessage, R::ok} << MeshEvent(Events::NoMoreMessages{}) << 0 << false;
+        QTest::newRow("no more messages does not answer a queued drain request")
+            << QList<R>{R::ok, R::anyMessage} << MeshEvent(Events::NoMoreMessages{}) << -1 << false;
         QTest::newRow("battery does not answer ok")
             << QList<R>{R::ok} << MeshEvent(Events::Battery{}) << -1 << false;
-        QTest::newRow("messageSent answers sent, not ok")
-            << QList<R>{R::ok, R::sent} << MeshEvent(Events::MessageSent{0, 7, 100}) << 1 << false;
+        QTest::newRow("messageSent does not answer ok")
+            << QList<R>{R::ok, R::sent} << MeshEvent(Events::MessageSent{0, 7, 100}) << -1 << false;
     }
-    void eventGoesToOldestFittingRequest() {
+    void eventGoesToTheRequestInFlight() {
         QFETCH(QList<ExpectedResponse>, waiting);
         QFETCH(MeshEvent, event);
         QFETCH(int, settled);
@@ -78,6 +79,7 @@ private Q_SLOTS:
         rig.connectQuietly();
         for (ExpectedResponse expect : waiting)
             requests.push_back(start(*rig.controller, expect));
+        QCOMPARE(rig.link.written.size(), 1);
 
         rig.deliver(event);
 
@@ -93,6 +95,8 @@ private Q_SLOTS:
                 QCOMPARE(*requests[i]->outcome.value, event);
             }
         }
+        QCOMPARE(rig.link.written.size(), std::min(int(waiting.size()), settled + 2));
+        QCOMPARE(rig.controller->pendingRequestCount(), int(waiting.size()) - (settled + 1));
     }
 
     void errorWithNothingWaitingIsForgotten() {
@@ -105,21 +109,81 @@ private Q_SLOTS:
         QVERIFY(later->outcome.value);
     }
 
-    void timeoutsExpireEachRequestOnItsOwn() {
+    // A queued request's timer starts when it is written.
+    void timeoutsStartWhenWritten() {
         ControllerRig rig;
         rig.connectQuietly();
         auto short_ = start(*rig.controller, ExpectedResponse::ok, 3s);
-        auto long_ = start(*rig.controller, ExpectedResponse::ok, 5s);
+        auto long_ = start(*rig.controller, ExpectedResponse::selfInfo, 5s);
+        QCOMPARE(rig.link.written.size(), 1);
 
         rig.clock.advance(2999ms);
         QVERIFY(!short_->outcome.done);
         rig.clock.advance(1ms);
         QCOMPARE(meshErrorOf(short_->outcome), MeshError::timeout());
+        QCOMPARE(rig.link.written.size(), 2);
+        rig.clock.advance(4999ms);
         QVERIFY(!long_->outcome.done);
+        rig.clock.advance(1ms);
+        QCOMPARE(meshErrorOf(long_->outcome), MeshError::timeout());
+        QCOMPARE(rig.clock.pendingTimers(), 0);
+    }
 
-        // A late answer now goes to the one still waiting.
-        rig.deliver(Events::Ok{5});
-        QVERIFY(long_->outcome.value);
+    // The radio answers in order, so the late answer of a timed-out command
+    // comes before the answer of the one written after it.
+    void lateAnswersGoToTheirOwnCommand_data() {
+        QTest::addColumn<ExpectedResponse>("first");
+        QTest::addColumn<ExpectedResponse>("second");
+        QTest::addColumn<QList<MeshEvent>>("answers"); // after the first timed out
+        QTest::addColumn<int>("settledAfter"); // answers it took; past the end: at its timeout
+        QTest::addColumn<MeshEvent>("outcome");
+
+        using R = ExpectedResponse;
+        const MeshEvent ok1 = Events::Ok{1};
+        const MeshEvent ok2 = Events::Ok{2};
+        const MeshEvent sentA = Events::MessageSent{0, 0xa, 100};
+        const MeshEvent sentB = Events::MessageSent{0, 0xb, 100};
+        const MeshEvent error = Events::Error{MeshProtocol::DeviceError::badState};
+        const MeshEvent self = selfInfoEvent(QStringLiteral("r"));
+        QTest::newRow("late ok, then its own") << R::ok << R::ok << QList{ok1, ok2} << 2 << ok2;
+        QTest::newRow("late messageSent, then its own")
+            << R::sent << R::sent << QList{sentA, sentB} << 2 << sentB;
+        QTest::newRow("late answer lost: the one that came is its own")
+            << R::sent << R::sent << QList{sentB} << 2 << sentB;
+        QTest::newRow("late error, then its own ok")
+            << R::ok << R::ok << QList{error, ok2} << 2 << ok2;
+        QTest::newRow("late answer of another kind is dropped")
+            << R::ok << R::selfInfo << QList{ok1, self} << 2 << self;
+        QTest::newRow("a state answer goes to the one in flight at once")
+            << R::selfInfo << R::selfInfo << QList{self} << 1 << self;
+    }
+    void lateAnswersGoToTheirOwnCommand() {
+        QFETCH(ExpectedResponse, first);
+        QFETCH(ExpectedResponse, second);
+        QFETCH(QList<MeshEvent>, answers);
+        QFETCH(int, settledAfter);
+        QFETCH(MeshEvent, outcome);
+
+        std::unique_ptr<Waiting> a;
+        std::unique_ptr<Waiting> b;
+        ControllerRig rig;
+        rig.connectQuietly();
+        a = start(*rig.controller, first, 5s);
+        rig.clock.advance(5s);
+        QCOMPARE(meshErrorOf(a->outcome), MeshError::timeout());
+        b = start(*rig.controller, second, 5s);
+
+        for (int i = 0; i < answers.size(); ++i) {
+            QCOMPARE(b->outcome.done, i >= settledAfter);
+            rig.deliver(answers[i]);
+        }
+        if (settledAfter > answers.size()) {
+            QVERIFY(!b->outcome.done);
+            rig.clock.advance(5s);
+        }
+        QVERIFY(b->outcome.done);
+        QVERIFY(b->outcome.value);
+        QCOMPARE(*b->outcome.value, outcome);
         QCOMPARE(rig.clock.pendingTimers(), 0);
     }
 
@@ -189,7 +253,8 @@ private Q_SLOTS:
         rig.clock.advance(6s);   // ...times out, now in its pause
         rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
         auto request = start(*rig.controller, ExpectedResponse::stats);
-        QVERIFY(rig.clock.pendingTimers() >= 3);
+        QCOMPARE(rig.controller->pendingRequestCount(), 2); // the message in flight, stats queued
+        QVERIFY(rig.clock.pendingTimers() >= 2);            // its timer and the pause
 
         rig.controller.reset();
 

@@ -95,6 +95,7 @@ private Q_SLOTS:
     void contactTableCommands();
     void contactListStreamsInOrder();
     void answersKeepTheOrderOfCommands();
+    void writtenFramesAreBoundedAndOverlapsCounted();
     void directMessageIsSentThenConfirmed();
     void confirmationsCanBeSwitchedOff();
     void queuedMessagesAreAnnouncedAndDrained();
@@ -376,6 +377,27 @@ void TestSimulatedRadio::answersKeepTheOrderOfCommands() {
     for (const MeshEvent& event : std::as_const(rig.received))
         names << QString::fromLatin1(eventName(event));
     QCOMPARE(names, (QStringList{"channelInfo", "error", "deviceInfo", "channelInfo"}));
+}
+
+// A long run keeps only the last frames; a command sent before the answer to
+// the previous one went out is counted, one sent after it is not.
+void TestSimulatedRadio::writtenFramesAreBoundedAndOverlapsCounted() {
+    Rig rig;
+    rig.connectLink();
+    for (int i = 0; i < SimulatedRadio::writtenFramesKept + 10; ++i)
+        rig.command(MeshProtocol::getChannel(std::uint8_t(i % 8)), 40ms);
+    QCOMPARE(rig.radio.writtenFrames().size(), SimulatedRadio::writtenFramesKept);
+    QCOMPARE(rig.radio.writtenFrames().constLast(),
+             MeshProtocol::getChannel(std::uint8_t((SimulatedRadio::writtenFramesKept + 9) % 8)));
+    QCOMPARE(rig.radio.overlappingCommands(), 0);
+
+    rig.radio.write(MeshProtocol::getChannel(0));
+    rig.radio.write(MeshProtocol::getChannel(1));
+    QCOMPARE(rig.radio.overlappingCommands(), 1);
+    rig.radio.dropLink(); // the answers on their way are lost with the link
+    rig.connectLink();
+    rig.command(MeshProtocol::getChannel(2));
+    QCOMPARE(rig.radio.overlappingCommands(), 1);
 }
 
 void TestSimulatedRadio::directMessageIsSentThenConfirmed() {

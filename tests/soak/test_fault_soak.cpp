@@ -1,8 +1,12 @@
 // Thousands of random operations against a radio that loses a fifth of its
 // answers, answers with errors now and then and drops the link, even in the
-// middle of the handshake. Whatever happens: nothing crashes, no request
-// waits beyond its timeout, every outgoing message ends sent, delivered or
-// failed, and the history file always loads.
+// middle of the handshake, while the user reconnects at random moments of
+// the handshake and of long message drains. Whatever happens: nothing
+// crashes, the radio never gets a command before the previous one's answer
+// went out, no request waits beyond its timeout, the channels are sorted and
+// unique after every handshake, isSyncing is false whenever no handshake
+// runs, every outgoing message ends sent, delivered or failed, and the
+// history file always loads.
 #include "sim_rig.h"
 
 #include <QFile>
@@ -31,12 +35,40 @@ struct Soak : SimRig {
     int operations = 0;
     int connects = 0;
     int sends = 0;
+    int handshakesCut = 0;
+    int drainsCut = 0;
+    int handshakesEnded = 0;
+    // The first invariant seen broken while the run went on.
+    QString broken;
 
     explicit Soak(quint32 seed)
         : SimRig(seed)
         , random(seed) {
         radio.populateDemoNeighbours();
         radio.setDropAnswers(0.2);
+        QObject::connect(controller.get(), &MeshController::isSyncingChanged, [this] {
+            if (controller->isSyncing())
+                return;
+            ++handshakesEnded;
+            QList<int> indices;
+            for (const Channel& channel : controller->channels())
+                indices << channel.index;
+            for (qsizetype i = 1; i < indices.size(); ++i) {
+                if (indices[i] <= indices[i - 1])
+                    fail(QStringLiteral("channels not sorted and unique after a handshake"));
+            }
+        });
+    }
+    void fail(const QString& text) {
+        if (broken.isEmpty())
+            broken = text;
+    }
+    // Checked after every operation.
+    void checkAlways() {
+        if (radio.overlappingCommands() > 0)
+            fail(QStringLiteral("a command was written while another awaited its answer"));
+        if (controller->transportState() != TransportState::connected && controller->isSyncing())
+            fail(QStringLiteral("isSyncing without a link"));
     }
     // The outcomes below outlive the controller's last writes into them.
     ~Soak() { controller.reset(); }
@@ -69,8 +101,39 @@ struct Soak : SimRig {
         ++connects;
     }
 
+    // Connects, and cuts the link at a random moment of the handshake.
+    void reconnectDuringHandshake() {
+        reconnect();
+        clock.advance(std::chrono::milliseconds(600 + random.bounded(4000)));
+        if (controller->isSyncing())
+            ++handshakesCut;
+        checkAlways();
+        reconnect();
+    }
+
+    // Queues a long run of messages and reconnects at a random moment of
+    // their drain.
+    void reconnectDuringDrain() {
+        const QList<Contact> contacts = controller->contacts();
+        const int count = 20 + int(random.bounded(300));
+        for (int i = 0; i < count; ++i) {
+            const QDateTime at = clock.now().addSecs(-i);
+            if (!contacts.isEmpty() && random.bounded(2))
+                radio.queueIncomingDirect(contacts.at(i % contacts.size()).publicKey,
+                                          QStringLiteral("drain %1").arg(i), at);
+            else
+                radio.queueIncomingChannel(0, QStringLiteral("drain %1").arg(i), at);
+        }
+        clock.advance(std::chrono::milliseconds(random.bounded(count * 40)));
+        if (radio.queuedMessageCount() > 0)
+            ++drainsCut;
+        checkAlways();
+        reconnect();
+    }
+
     void step() {
         ++operations;
+        checkAlways();
         if (random.bounded(10) == 0) {
             const auto error =
                 MeshProtocol::deviceErrorFromCode(std::uint8_t(random.bounded(1, 8)));
@@ -81,7 +144,7 @@ struct Soak : SimRig {
             reconnect();
             return;
         }
-        switch (random.bounded(12)) {
+        switch (random.bounded(14)) {
         case 0:
         case 1:
         case 2:
@@ -130,6 +193,12 @@ struct Soak : SimRig {
         case 11:
             reconnect();
             break;
+        case 12:
+            reconnectDuringHandshake();
+            break;
+        case 13:
+            reconnectDuringDrain();
+            break;
         }
         clock.advance(std::chrono::milliseconds(random.bounded(2500)));
     }
@@ -141,6 +210,11 @@ struct Soak : SimRig {
     }
 
     QString invariantsBroken() {
+        checkAlways();
+        if (!broken.isEmpty())
+            return broken;
+        if (controller->isSyncing())
+            return QStringLiteral("isSyncing after every handshake had time to end");
         if (controller->pendingRequestCount() != 0)
             return QStringLiteral("%1 requests still waiting after their timeouts")
                 .arg(controller->pendingRequestCount());
@@ -197,6 +271,8 @@ private Q_SLOTS:
         // The run exercised what it claims to.
         QVERIFY(soak.connects > 1);
         QVERIFY(soak.sends > total / 10);
+        QVERIFY(soak.handshakesCut > 0);
+        QVERIFY(soak.drainsCut > 0);
         int delivered = 0;
         int failed = 0;
         for (const Conversation& conversation : soak.controller->conversations()) {
@@ -208,7 +284,9 @@ private Q_SLOTS:
             }
         }
         QVERIFY(delivered > 0);
-        qInfo("connects: %d, sends: %d, delivered: %d, failed: %d", soak.connects, soak.sends,
+        qInfo("connects: %d, handshakes cut: %d, drains cut: %d, handshakes ended: %d, sends: %d, "
+              "delivered: %d, failed: %d",
+              soak.connects, soak.handshakesCut, soak.drainsCut, soak.handshakesEnded, soak.sends,
               delivered, failed);
     }
 };
