@@ -129,6 +129,8 @@ void MeshController::dropConversation(const ConversationID& target) {
         refreshTotalUnreadCount();
         if (m_totalUnreadCount != unreadBefore)
             updateBadge();
+        if (m_notifier)
+            m_notifier->withdrawNotifications(key);
     }
     if (m_selectedConversation == target)
         setSelectedConversation(std::nullopt);
