@@ -671,5 +671,36 @@
         <source>Open in OpenStreetMap</source>
         <translation>Open in OpenStreetMap</translation>
     </message>
+    <message id="notification.body.count" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n new message</numerusform>
+            <numerusform>%n new messages</numerusform>
+        </translation>
+    </message>
+    <message id="notification.action.open">
+        <source>Open</source>
+        <translation>Open</translation>
+    </message>
+    <message id="time.relative.now">
+        <source>now</source>
+        <translation>now</translation>
+    </message>
+    <message id="time.relative.minutes">
+        <source>%1m</source>
+        <translation>%1m</translation>
+    </message>
+    <message id="time.relative.hours">
+        <source>%1h</source>
+        <translation>%1h</translation>
+    </message>
+    <message id="date.format.day.month">
+        <source>d MMM</source>
+        <translation>d MMM</translation>
+    </message>
+    <message id="date.format.day.month.year">
+        <source>d MMM yyyy</source>
+        <translation>d MMM yyyy</translation>
+    </message>
 </context>
 </TS>
