@@ -1,5 +1,6 @@
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "model/application_id.h"
 #include "notifications/notification_manager.h"
 #include "screenshot_tour.h"
 #include "sim/demo_link.h"
@@ -8,6 +9,7 @@
 #include "translations.h"
 #include "transport/bluetooth_transport.h"
 #include "transport/qt_ble_adapter.h"
+#include "window_activation.h"
 
 #include <QCommandLineParser>
 #include <QFile>
@@ -64,7 +66,7 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setApplicationName(QStringLiteral("Talvenne"));
     QGuiApplication::setOrganizationName(QStringLiteral("Talvenne"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TALVENNE_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("talvenne"));
+    QGuiApplication::setDesktopFileName(applicationId());
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/images/talvenne.svg")));
     installTranslations(app);
 
@@ -139,6 +141,7 @@ int main(int argc, char* argv[]) {
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
+    openConversationsFromNotifications(notifications, engine);
 
     std::unique_ptr<ScreenshotTour> screenshotTour;
     if (tour) {
