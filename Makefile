@@ -5,7 +5,7 @@ JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?= -DCMAKE_BUILD_TYPE=RelWithDebInfo
 RUN_ARGS ?= --demo
 
-.PHONY: deps build run test soak bench sanitize fuzz format lint clean
+.PHONY: deps build run test soak bench sanitize fuzz format lint clean package
 
 deps:
 	@scripts/install-deps.sh
@@ -22,6 +22,10 @@ run: build
 # The long fault soaks (label "soak") run only with make soak.
 test: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -j$(JOBS) -LE soak
+
+# A .deb of the installed application in $(BUILD_DIR) (CPack, dpkg-shlibdeps).
+package: build
+	cmake --build $(BUILD_DIR) --target package
 
 soak: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -L soak --verbose

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Renders the main states of the window, light and dark, into build/screenshots/:
+# Renders the main states of the window, light, dark and in German, into
+# build/screenshots/:
 # the connection screen with the demo radio, the main window with a direct and
 # a channel chat, the empty states and the nodes list. Needs no display and no
 # Bluetooth: the app drives itself against its simulated radio. What the
@@ -55,5 +56,7 @@ for look in light dark; do
   [ "$look" = dark ] && flag=--dark
   "$build/bin/talvenne" --screenshot-dir "$out" --screenshot-suffix "-$look" $flag
 done
+# The German table, for texts that do not fit.
+LANGUAGE=de LANG=de_DE.UTF-8 "$build/bin/talvenne" --screenshot-dir "$out" --screenshot-suffix -de
 rm -f "$out/history.json" "$out/settings.ini"
 ls "$out"

@@ -719,5 +719,36 @@
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne is already running (process %1) and keeps it</translation>
     </message>
+    <message id="notification.body.count" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n new message</numerusform>
+            <numerusform>%n new messages</numerusform>
+        </translation>
+    </message>
+    <message id="notification.action.open">
+        <source>Open</source>
+        <translation>Open</translation>
+    </message>
+    <message id="time.relative.now">
+        <source>now</source>
+        <translation>now</translation>
+    </message>
+    <message id="time.relative.minutes">
+        <source>%1m</source>
+        <translation>%1m</translation>
+    </message>
+    <message id="time.relative.hours">
+        <source>%1h</source>
+        <translation>%1h</translation>
+    </message>
+    <message id="date.format.day.month">
+        <source>d MMM</source>
+        <translation>d MMM</translation>
+    </message>
+    <message id="date.format.day.month.year">
+        <source>d MMM yyyy</source>
+        <translation>d MMM yyyy</translation>
+    </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "instance/single_instance.h"
+#include "model/application_id.h"
 #include "notifications/notification_manager.h"
 #include "screenshot_tour.h"
 #include "sim/demo_link.h"
@@ -9,6 +10,7 @@
 #include "translations.h"
 #include "transport/bluetooth_transport.h"
 #include "transport/qt_ble_adapter.h"
+#include "window_activation.h"
 
 #include <QCommandLineParser>
 #include <QFile>
@@ -66,7 +68,7 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setApplicationName(QStringLiteral("Talvenne"));
     QGuiApplication::setOrganizationName(QStringLiteral("Talvenne"));
     QGuiApplication::setApplicationVersion(QStringLiteral(TALVENNE_VERSION));
-    QGuiApplication::setDesktopFileName(QStringLiteral("talvenne"));
+    QGuiApplication::setDesktopFileName(applicationId());
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/images/talvenne.svg")));
     installTranslations(app);
 
@@ -154,6 +156,7 @@ int main(int argc, char* argv[]) {
             window->requestActivate();
         }
     });
+    openConversationsFromNotifications(notifications, engine);
 
     std::unique_ptr<ScreenshotTour> screenshotTour;
     if (tour) {

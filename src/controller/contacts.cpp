@@ -130,6 +130,8 @@ void MeshController::dropConversation(const ConversationID& target) {
         refreshTotalUnreadCount();
         if (m_totalUnreadCount != unreadBefore)
             updateBadge();
+        if (m_notifier)
+            m_notifier->withdrawNotifications(key);
     }
     if (m_selectedConversation == target)
         setSelectedConversation(std::nullopt);

@@ -231,6 +231,8 @@ void MeshController::markConversationRead(const ConversationID& target) {
     if (found == m_conversations.end() || found->unreadCount <= 0)
         return;
     found->unreadCount = 0;
+    if (m_notifier)
+        m_notifier->withdrawNotifications(key);
     Q_EMIT conversationChanged(key);
     Q_EMIT conversationsChanged();
     refreshTotalUnreadCount();

@@ -2,11 +2,11 @@
 
 #include <QObject>
 #include <QString>
-
 #include <cstdint>
 
 // What the controller needs of desktop notifications: post one message
-// notification, grouped by conversation, and show the unread count.
+// notification, grouped by conversation, take a conversation's notifications
+// back once it has been read, and show the unread count.
 class Notifier : public QObject {
     Q_OBJECT
 public:
@@ -14,6 +14,7 @@ public:
 
     virtual void postNotification(const QString& title, const QString& body,
                                   const QString& threadIdentifier) = 0;
+    virtual void withdrawNotifications(const QString& threadIdentifier) = 0;
     // 0 or less hides the count.
     virtual void updateBadge(std::int64_t count) = 0;
 };

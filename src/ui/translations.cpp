@@ -1,16 +1,39 @@
 #include "ui/translations.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QTranslator>
 
-bool installTranslations(QCoreApplication& app) {
-    // Parented to the application, so it lives exactly as long.
-    auto* translator = new QTranslator(&app);
-    if (!translator->load(QStringLiteral(":/i18n/talvenne_en.qm"))) {
-        delete translator;
+QString translationsFolder() {
+    // An installed copy (<prefix>/share/talvenne/translations) wins over the
+    // tables built into the binary, so a packaged update of a language needs
+    // no rebuild.
+    const QString installed =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/talvenne/translations");
+    if (QFileInfo::exists(installed + QStringLiteral("/talvenne_en.qm")))
+        return installed;
+    return QStringLiteral(":/i18n");
+}
+
+bool installTranslations(QCoreApplication& app, const QLocale& locale) {
+    const QString folder = translationsFolder();
+    // Parented to the application, so they live exactly as long. English lies
+    // underneath: an id the user's language lacks still reads in English.
+    auto* english = new QTranslator(&app);
+    if (!english->load(QStringLiteral("talvenne_en"), folder)) {
+        delete english;
         return false;
     }
-    return QCoreApplication::installTranslator(translator);
+    QCoreApplication::installTranslator(english);
+    // The locale's interface languages in order (LANGUAGE, then LC_ALL,
+    // LC_MESSAGES and LANG on Linux); the first one with a table is taken.
+    auto* own = new QTranslator(&app);
+    if (own->load(locale, QStringLiteral("talvenne"), QStringLiteral("_"), folder) &&
+        own->language() != english->language())
+        QCoreApplication::installTranslator(own);
+    else
+        delete own;
+    return true;
 }
 
 QByteArrayList viewLogicTextKeys() {
@@ -69,5 +92,11 @@ QByteArrayList viewLogicTextKeys() {
         "connection.empty.scanning",
         "connection.empty.connecting",
         "connection.empty.preparing",
+        // times and dates
+        "time.relative.now",
+        "time.relative.minutes",
+        "time.relative.hours",
+        "date.format.day.month",
+        "date.format.day.month.year",
     };
 }

@@ -500,8 +500,11 @@ private Q_SLOTS:
             QVERIFY(!rig.controller->selectedConversation());
             QVERIFY(!onFile);
             QVERIFY(rig.radio.channels().at(1).name.isEmpty());
+            // Its notification goes with it.
+            QCOMPARE(rig.notifier.withdrawn, QStringList{QStringLiteral("channel:1")});
             return;
         }
+        QVERIFY(rig.notifier.withdrawn.isEmpty());
         if (knob != QLatin1String("disconnect")) {
             QCOMPARE(rig.controller->channels(), before);
             QCOMPARE(rig.controller->selectedConversation(), crew);

@@ -296,6 +296,7 @@ private Q_SLOTS:
         rig.controller->markConversationRead(channel); // nothing to clear: nothing written
         QVERIFY(!rig.savedHistory());
         QVERIFY(rig.notifier.badges.isEmpty());
+        QVERIFY(rig.notifier.withdrawn.isEmpty());
 
         rig.deliver(Events::ChannelMessage{1, 0, 0, {}, QStringLiteral("a"), {}});
         rig.deliver(Events::ChannelMessage{1, 0, 0, {}, QStringLiteral("b"), {}});
@@ -306,6 +307,8 @@ private Q_SLOTS:
         QCOMPARE(rig.notifier.badges.last(), 0);
         QCOMPARE(changed.count(), 1);
         QCOMPARE(rig.savedHistory()->first().unreadCount, 0);
+        // Read: its notification goes away.
+        QCOMPARE(rig.notifier.withdrawn, QStringList{channel.conversationKey()});
     }
 
     // After a restart: a message caught mid-send is failed (and saved so), a

@@ -1,4 +1,5 @@
 #include "notifications/notification_manager.h"
+#include "translations.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -36,8 +37,18 @@ public:
     };
 
     QList<Notification> notifications;
+    QList<uint> closed;
+    QStringList capabilities{u"body"_s, u"sound"_s};
     int informationRequests = 0;
     int capabilityRequests = 0;
+
+    void reset(QStringList caps) {
+        notifications.clear();
+        closed.clear();
+        capabilities = std::move(caps);
+        informationRequests = 0;
+        capabilityRequests = 0;
+    }
 
 public Q_SLOTS:
     uint Notify(const QString& appName, uint replacesId, const QString& appIcon,
@@ -45,8 +56,11 @@ public Q_SLOTS:
                 const QVariantMap& hints, int expireTimeout) {
         notifications.append(
             {appName, replacesId, appIcon, summary, body, actions, hints, expireTimeout});
-        return uint(notifications.size());
+        // A replaced notification keeps its id; a new one gets the next.
+        return replacesId != 0 ? replacesId : uint(100 + notifications.size());
     }
+
+    void CloseNotification(uint id) { closed.append(id); }
 
     QString GetServerInformation(QString& vendor, QString& version, QString& specVersion) {
         ++informationRequests;
@@ -58,7 +72,7 @@ public Q_SLOTS:
 
     QStringList GetCapabilities() {
         ++capabilityRequests;
-        return {u"body"_s, u"sound"_s};
+        return capabilities;
     }
 };
 
@@ -140,7 +154,17 @@ private:
         return QTest::qWaitFor([&] { return pending.isFinished(); }, 5000) && !pending.isError();
     }
 
+    // A signal of the server's, as a desktop sends it on a click or a dismissal.
+    static void emitFromServer(const QString& name, const QVariantList& arguments) {
+        QDBusMessage signal = QDBusMessage::createSignal(servicePath, serviceName, name);
+        signal.setArguments(arguments);
+        serverBus().send(signal);
+    }
+
 private Q_SLOTS:
+    // The count line is a text of the string table.
+    void initTestCase() { QVERIFY(installTranslations(*QCoreApplication::instance())); }
+
     void init() {
         const QString daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
         if (daemon.isEmpty()) {
@@ -151,9 +175,7 @@ private Q_SLOTS:
         QVERIFY2(!address.isEmpty(), "dbus-daemon printed no address");
         QVERIFY(QDBusConnection::connectToBus(address, u"talvenne-app"_s).isConnected());
         QVERIFY(QDBusConnection::connectToBus(address, u"talvenne-server"_s).isConnected());
-        m_server.notifications.clear();
-        m_server.informationRequests = 0;
-        m_server.capabilityRequests = 0;
+        m_server.reset({u"body"_s, u"sound"_s});
     }
 
     void cleanup() {
@@ -212,48 +234,198 @@ private Q_SLOTS:
         QVERIFY(!manager.authorized());
     }
 
-    void identicalNotificationsAreBothDelivered_data() {
+    // Message texts are the mesh's: plain for every server, escaped for one
+    // that renders markup, never markup of our own.
+    void bodiesArePlainText_data() {
+        QTest::addColumn<QStringList>("capabilities");
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("body");
-        QTest::addColumn<QString>("thread");
+        QTest::addColumn<QString>("shownBody");
 
-        QTest::newRow("contact") << u"Ada"_s << u"see you at the ridge"_s
-                                 << u"contact:"_s + QString(64, u'a');
-        QTest::newRow("channel, non-ASCII")
-            << u"#wandern"_s << u"Grüße 👋 <b>bold</b> & more"_s << u"channel:3"_s;
-        QTest::newRow("empty body") << u"Relay"_s << QString() << u"channel:0"_s;
+        const QStringList plain{u"body"_s, u"sound"_s};
+        const QStringList markup{u"body"_s, u"body-markup"_s, u"body-hyperlinks"_s};
+        QTest::newRow("plain server, angle brackets")
+            << plain << u"Ada"_s << u"meet at <gate 3> at 5"_s << u"meet at <gate 3> at 5"_s;
+        QTest::newRow("markup server, angle brackets")
+            << markup << u"Ada"_s << u"meet at <gate 3> at 5"_s << u"meet at &lt;gate 3&gt; at 5"_s;
+        QTest::newRow("markup server, tags, link and entities")
+            << markup << u"<b>Mallory</b>"_s
+            << u"<b>bold</b> <a href=\"http://x\">site</a> &amp; Grüße 👋"_s
+            << u"&lt;b&gt;bold&lt;/b&gt; &lt;a href=&quot;http://x&quot;&gt;site&lt;/a&gt; "
+               u"&amp;amp; Grüße 👋"_s;
+        QTest::newRow("plain server, empty body") << plain << u"Relay"_s << QString() << QString();
     }
 
-    void identicalNotificationsAreBothDelivered() {
+    void bodiesArePlainText() {
+        QFETCH(QStringList, capabilities);
         QFETCH(QString, title);
         QFETCH(QString, body);
-        QFETCH(QString, thread);
+        QFETCH(QString, shownBody);
 
+        m_server.capabilities = capabilities;
+        QVERIFY(registerServer());
+        NotificationManager manager(appBus());
+        manager.requestAuthorization();
+        QTRY_VERIFY(manager.authorized());
+        QCOMPARE(m_server.capabilityRequests, 1);
+
+        const QString thread = u"contact:"_s + QString(64, u'a');
+        manager.postNotification(title, body, thread);
+        QTRY_COMPARE(m_server.notifications.size(), 1);
+
+        const auto& shown = m_server.notifications.first();
+        QCOMPARE(shown.appName, u"Talvenne"_s);
+        QCOMPARE(shown.replacesId, 0u);
+        QCOMPARE(shown.appIcon, u"io.github.talvenne.Talvenne"_s);
+        // The summary is never markup, so it goes as it is.
+        QCOMPARE(shown.summary, title);
+        QCOMPARE(shown.body, shownBody);
+        QCOMPARE(shown.hints.value(u"desktop-entry"_s).toString(),
+                 u"io.github.talvenne.Talvenne"_s);
+        QCOMPARE(shown.hints.value(u"x-talvenne-thread"_s).toString(), thread);
+        QCOMPARE(shown.hints.value(u"category"_s).toString(), u"im.received"_s);
+        QCOMPARE(shown.expireTimeout, -1);
+    }
+
+    // Further messages replace the conversation's one notification with the
+    // count and the latest text; other conversations have their own.
+    void aConversationKeepsOneNotification() {
         QVERIFY(registerServer());
         NotificationManager manager(appBus());
         manager.requestAuthorization();
         QTRY_VERIFY(manager.authorized());
 
-        manager.postNotification(title, body, thread);
-        manager.postNotification(title, body, thread);
+        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 1);
+        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
+        manager.postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 3);
+        // Two more before the server has answered the first of them: the
+        // second waits for the id and carries the count of both.
+        manager.postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
+        manager.postNotification(u"Ada B."_s, u"four <4>"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 5);
+        QVERIFY(serverHasCaughtUp());
+        QCOMPARE(m_server.notifications.size(), 5);
 
-        const QVariantMap expectedHints{
-            {u"sound-name"_s, u"message-new-instant"_s},
-            {u"desktop-entry"_s, u"talvenne"_s},
-            {u"category"_s, u"im.received"_s},
-            {u"x-talvenne-thread"_s, thread},
-        };
-        for (const auto& notification : std::as_const(m_server.notifications)) {
-            QCOMPARE(notification.appName, u"Talvenne"_s);
-            QCOMPARE(notification.replacesId, 0u);
-            QCOMPARE(notification.appIcon, u"talvenne"_s);
-            QCOMPARE(notification.summary, title);
-            QCOMPARE(notification.body, body);
-            QVERIFY(notification.actions.isEmpty());
-            QCOMPARE(notification.hints, expectedHints);
-            QCOMPARE(notification.expireTimeout, -1);
-        }
+        const auto& n = m_server.notifications;
+        const uint adaId = 101;
+        QCOMPARE(n[0].replacesId, 0u);
+        QCOMPARE(n[0].body, u"one"_s);
+        QCOMPARE(n[1].replacesId, 0u);
+        QCOMPARE(n[1].body, u"other"_s);
+        QCOMPARE(n[2].replacesId, adaId);
+        QCOMPARE(n[2].body, u"2 new messages\ntwo"_s);
+        QCOMPARE(n[3].replacesId, adaId);
+        QCOMPARE(n[3].body, u"3 new messages\nthree"_s);
+        QCOMPARE(n[4].replacesId, adaId);
+        QCOMPARE(n[4].summary, u"Ada B."_s);
+        QCOMPARE(n[4].body, u"4 new messages\nfour <4>"_s);
+
+        // Dismissed on the desktop: the next message shows a new one, still
+        // counting from the last read.
+        emitFromServer(u"NotificationClosed"_s, {adaId, 2u});
+        QVERIFY(serverHasCaughtUp());
+        manager.postNotification(u"Ada"_s, u"five"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 6);
+        QCOMPARE(n[5].replacesId, 0u);
+        QCOMPARE(n[5].body, u"5 new messages\nfive"_s);
+    }
+
+    void readingWithdrawsTheNotification() {
+        QVERIFY(registerServer());
+        NotificationManager manager(appBus());
+        manager.requestAuthorization();
+        QTRY_VERIFY(manager.authorized());
+
+        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 2);
+        manager.withdrawNotifications(u"contact:aa"_s);
+        manager.withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
+        QVERIFY(serverHasCaughtUp());
+        QCOMPARE(m_server.closed, (QList<uint>{101}));
+
+        // After reading, the count starts again at one.
+        manager.postNotification(u"Ada"_s, u"again"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 3);
+        QCOMPARE(m_server.notifications[2].replacesId, 0u);
+        QCOMPARE(m_server.notifications[2].body, u"again"_s);
+
+        // Read before the server has even answered: closed once the id is known.
+        manager.postNotification(u"#hike"_s, u"more"_s, u"channel:2"_s);
+        manager.withdrawNotifications(u"channel:2"_s);
+        QTRY_COMPARE(m_server.closed, (QList<uint>{101, 102}));
+        QCOMPARE(m_server.notifications.size(), 4);
+    }
+
+    void theDefaultActionOpensTheConversation_data() {
+        QTest::addColumn<QStringList>("capabilities");
+        QTest::addColumn<QStringList>("actions");
+
+        QTest::newRow("server with actions")
+            << QStringList{u"actions"_s, u"body"_s} << QStringList{u"default"_s, u"Open"_s};
+        QTest::newRow("server without actions") << QStringList{u"body"_s} << QStringList{};
+    }
+
+    void theDefaultActionOpensTheConversation() {
+        QFETCH(QStringList, capabilities);
+        QFETCH(QStringList, actions);
+
+        m_server.capabilities = capabilities;
+        QVERIFY(registerServer());
+        NotificationManager manager(appBus());
+        QSignalSpy activated(&manager, &NotificationManager::activated);
+        manager.requestAuthorization();
+        QTRY_VERIFY(manager.authorized());
+        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 2);
+        QCOMPARE(m_server.notifications[0].actions, actions);
+
+        // Clicks on other notifications, and other actions, open nothing.
+        emitFromServer(u"ActionInvoked"_s, {77u, u"default"_s});
+        emitFromServer(u"ActionInvoked"_s, {101u, u"reply"_s});
+        // The token comes first, then the action.
+        emitFromServer(u"ActivationToken"_s, {102u, u"token-42"_s});
+        emitFromServer(u"ActionInvoked"_s, {102u, u"default"_s});
+        // A server that sends no token: the window still comes forward as best it can.
+        emitFromServer(u"ActionInvoked"_s, {101u, u"default"_s});
+        QVERIFY(serverHasCaughtUp());
+        QTRY_COMPARE(activated.count(), 2);
+        QCOMPARE(activated[0], (QVariantList{u"channel:2"_s, u"token-42"_s}));
+        QCOMPARE(activated[1], (QVariantList{u"contact:aa"_s, QString()}));
+    }
+
+    // Another server taking the name over is asked again: its capabilities
+    // decide the escaping, and the old server's ids are forgotten.
+    void aNewServerIsAskedAgain() {
+        QVERIFY(registerServer());
+        NotificationManager manager(appBus());
+        manager.requestAuthorization();
+        QTRY_VERIFY(manager.authorized());
+        manager.postNotification(u"Ada"_s, u"<i>one</i>"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 1);
+        QCOMPARE(m_server.notifications[0].body, u"<i>one</i>"_s);
+
+        QSignalSpy answered(&manager, &NotificationManager::authorizationAnswered);
+        serverBus().unregisterObject(servicePath);
+        QVERIFY(serverBus().unregisterService(serviceName));
+        QTRY_VERIFY(!manager.authorized());
+
+        m_server.reset({u"body"_s, u"body-markup"_s});
+        QVERIFY(
+            serverBus().registerObject(servicePath, &m_server, QDBusConnection::ExportAllSlots));
+        QVERIFY(serverBus().registerService(serviceName));
+        QTRY_VERIFY(manager.authorized());
+        QCOMPARE(m_server.capabilityRequests, 1);
+        QCOMPARE(answered.count(), 2);
+
+        manager.postNotification(u"Ada"_s, u"<i>two</i>"_s, u"contact:aa"_s);
+        QTRY_COMPARE(m_server.notifications.size(), 1);
+        QCOMPARE(m_server.notifications[0].replacesId, 0u);
+        QCOMPARE(m_server.notifications[0].body, u"2 new messages\n&lt;i&gt;two&lt;/i&gt;"_s);
     }
 
     void badgeSignalsTheCount_data() {
@@ -282,7 +454,8 @@ private Q_SLOTS:
         const QDBusMessage update = listener.updates.first();
         QVERIFY(update.path().startsWith(u"/com/canonical/unity/launcherentry/"_s));
         QCOMPARE(update.signature(), u"sa{sv}"_s);
-        QCOMPARE(update.arguments().at(0).toString(), u"application://talvenne.desktop"_s);
+        QCOMPARE(update.arguments().at(0).toString(),
+                 u"application://io.github.talvenne.Talvenne.desktop"_s);
         const auto properties =
             qdbus_cast<QVariantMap>(update.arguments().at(1).value<QDBusArgument>());
         QCOMPARE(properties.keys(), (QStringList{u"count"_s, u"count-visible"_s}));

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <cstdint>
 
 // Keeps every notification and badge count instead of showing them.
@@ -18,8 +19,12 @@ public:
                           const QString& threadIdentifier) override {
         posted.append({title, body, threadIdentifier});
     }
+    void withdrawNotifications(const QString& threadIdentifier) override {
+        withdrawn << threadIdentifier;
+    }
     void updateBadge(std::int64_t count) override { badges << count; }
 
     QList<Posted> posted;
+    QStringList withdrawn;
     QList<std::int64_t> badges;
 };

@@ -16,7 +16,7 @@ QString timeWithSeconds(const QDateTime& time, const QLocale& locale) {
 }
 
 QString abbreviatedDate(const QDateTime& time, const QLocale& locale) {
-    return locale.toString(time.toLocalTime().date(), QStringLiteral("d MMM yyyy"));
+    return locale.toString(time.toLocalTime().date(), qtTrId("date.format.day.month.year"));
 }
 
 } // namespace ViewLogic

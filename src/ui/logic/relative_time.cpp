@@ -10,15 +10,16 @@ QString relativeTime(const QDateTime& time, const QDateTime& now, const QLocale&
 
     const qint64 seconds = time.secsTo(now);
     if (seconds < minute)
-        return QStringLiteral("now");
+        return qtTrId("time.relative.now");
     if (seconds < hour)
-        return QString::number(seconds / minute) + QLatin1Char('m');
+        return qtTrId("time.relative.minutes").arg(locale.toString(seconds / minute));
     if (seconds < day)
-        return QString::number(seconds / hour) + QLatin1Char('h');
+        return qtTrId("time.relative.hours").arg(locale.toString(seconds / hour));
     const QDate date = time.toLocalTime().date();
     if (seconds < week)
         return locale.toString(date, QStringLiteral("ddd"));
-    return locale.toString(date, QStringLiteral("d MMM"));
+    // The order of day and month, and the German "8. März", come with the language.
+    return locale.toString(date, qtTrId("date.format.day.month"));
 }
 
 } // namespace ViewLogic

@@ -24,6 +24,9 @@ ApplicationWindow {
         controller: window.controller
     }
 
+    // Called by the application when a notification is clicked.
+    function openConversation(key) { shell.open(key) }
+
     // Drops the link while connected; absent otherwise.
     Shortcut {
         sequence: "Ctrl+Shift+D"

@@ -25,6 +25,11 @@ Item {
 
     function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
 
+    Connections {
+        target: main.shell
+        function onConversationOpened() { main.mode = "messages" }
+    }
+
     AdvertSender {
         id: advert
         objectName: "toolbarAdvert"

@@ -140,6 +140,11 @@ void ShellModel::select(const QString& conversationKey) {
         m_controller->markConversationRead(*target);
 }
 
+void ShellModel::open(const QString& conversationKey) {
+    select(conversationKey);
+    Q_EMIT conversationOpened(conversationKey);
+}
+
 void ShellModel::startScan() {
     if (m_controller)
         m_controller->startScan();

@@ -60,6 +60,9 @@ public:
     // Selects a conversation by key and marks it read; an empty or malformed
     // key clears the selection.
     Q_INVOKABLE void select(const QString& conversationKey);
+    // select(), and the main view shows that conversation whatever its list
+    // mode (a click on a notification).
+    Q_INVOKABLE void open(const QString& conversationKey);
     Q_INVOKABLE void startScan();
     Q_INVOKABLE void stopScan();
     // Starts a scan when the adapter is ready and nothing is listed yet.
@@ -78,6 +81,7 @@ Q_SIGNALS:
     void pillChanged();
     void selectionChanged();
     void totalUnreadCountChanged();
+    void conversationOpened(const QString& conversationKey);
 
 private:
     QPointer<MeshController> m_controller;

@@ -1,0 +1,706 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de">
+<context>
+    <name></name>
+    <message id="contact.type.unknown">
+        <source>Unknown</source>
+        <translation>Unbekannt</translation>
+    </message>
+    <message id="contact.type.companion">
+        <source>Companion</source>
+        <translation>Begleiter</translation>
+    </message>
+    <message id="contact.type.repeater">
+        <source>Repeater</source>
+        <translation>Repeater</translation>
+    </message>
+    <message id="contact.type.room">
+        <source>Room Server</source>
+        <translation>Raumserver</translation>
+    </message>
+    <message id="contact.type.sensor">
+        <source>Sensor</source>
+        <translation>Sensor</translation>
+    </message>
+    <message id="channel.default.name">
+        <source>Channel %1</source>
+        <translation>Kanal %1</translation>
+    </message>
+    <message id="channel.default.name.public">
+        <source>Public</source>
+        <translation>Öffentlich</translation>
+    </message>
+    <message id="main.empty.conversation.title">
+        <source>No Conversation Selected</source>
+        <translation>Keine Unterhaltung ausgewählt</translation>
+    </message>
+    <message id="main.empty.conversation.message">
+        <source>Choose a channel or a contact in the sidebar to start chatting.</source>
+        <translation>Wähle in der Seitenleiste einen Kanal oder einen Kontakt, um zu chatten.</translation>
+    </message>
+    <message id="main.empty.node.title">
+        <source>No Node Selected</source>
+        <translation>Kein Knoten ausgewählt</translation>
+    </message>
+    <message id="main.empty.node.message">
+        <source>Choose a repeater, room or sensor in the sidebar to see its details.</source>
+        <translation>Wähle in der Seitenleiste einen Repeater, Raum oder Sensor, um seine Details zu sehen.</translation>
+    </message>
+    <message id="main.toolbar.add">
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message id="main.toolbar.add.help">
+        <source>Add a contact or a channel</source>
+        <translation>Einen Kontakt oder einen Kanal hinzufügen</translation>
+    </message>
+    <message id="main.toolbar.add.contact">
+        <source>Add Contact…</source>
+        <translation>Kontakt hinzufügen …</translation>
+    </message>
+    <message id="main.toolbar.add.channel">
+        <source>Add Channel…</source>
+        <translation>Kanal hinzufügen …</translation>
+    </message>
+    <message id="main.toolbar.advertise">
+        <source>Advertise</source>
+        <translation>Ankündigen</translation>
+    </message>
+    <message id="main.toolbar.advertise.sent">
+        <source>Advert Sent</source>
+        <translation>Angekündigt</translation>
+    </message>
+    <message id="main.toolbar.advertise.help">
+        <source>Announce this radio to the whole mesh</source>
+        <translation>Dieses Funkgerät im ganzen Mesh ankündigen</translation>
+    </message>
+    <message id="main.toolbar.conversation.info">
+        <source>Info</source>
+        <translation>Info</translation>
+    </message>
+    <message id="main.toolbar.conversation.info.help">
+        <source>Show details about this contact</source>
+        <translation>Details zu diesem Kontakt zeigen</translation>
+    </message>
+    <message id="main.toolbar.device">
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message id="main.toolbar.device.help">
+        <source>Show the connected radio</source>
+        <translation>Das verbundene Funkgerät zeigen</translation>
+    </message>
+    <message id="main.connection.syncing">
+        <source>Syncing…</source>
+        <translation>Wird abgeglichen …</translation>
+    </message>
+    <message id="main.mode.messages">
+        <source>Messages</source>
+        <translation>Nachrichten</translation>
+    </message>
+    <message id="main.mode.nodes">
+        <source>Nodes</source>
+        <translation>Knoten</translation>
+    </message>
+    <message id="sidebar.search.conversations">
+        <source>Search conversations</source>
+        <translation>Unterhaltungen durchsuchen</translation>
+    </message>
+    <message id="sidebar.search.nodes">
+        <source>Search nodes</source>
+        <translation>Knoten durchsuchen</translation>
+    </message>
+    <message id="sidebar.section.channels">
+        <source>Channels</source>
+        <translation>Kanäle</translation>
+    </message>
+    <message id="sidebar.section.contacts">
+        <source>Contacts</source>
+        <translation>Kontakte</translation>
+    </message>
+    <message id="sidebar.section.favorites">
+        <source>Favourites</source>
+        <translation>Favoriten</translation>
+    </message>
+    <message id="sidebar.section.all.nodes">
+        <source>All Nodes</source>
+        <translation>Alle Knoten</translation>
+    </message>
+    <message id="sidebar.section.nodes">
+        <source>Nodes</source>
+        <translation>Knoten</translation>
+    </message>
+    <message id="sidebar.channel.group">
+        <source>Group channel</source>
+        <translation>Gruppenkanal</translation>
+    </message>
+    <message id="sidebar.channel.remove">
+        <source>Remove Channel</source>
+        <translation>Kanal entfernen</translation>
+    </message>
+    <message id="sidebar.favorite.add">
+        <source>Add to Favourites</source>
+        <translation>Zu Favoriten hinzufügen</translation>
+    </message>
+    <message id="sidebar.favorite.remove">
+        <source>Remove from Favourites</source>
+        <translation>Aus Favoriten entfernen</translation>
+    </message>
+    <message id="sidebar.empty.conversations.title">
+        <source>No Conversations</source>
+        <translation>Keine Unterhaltungen</translation>
+    </message>
+    <message id="sidebar.empty.conversations.message">
+        <source>Contacts and channels from your radio will appear here.</source>
+        <translation>Kontakte und Kanäle deines Funkgeräts erscheinen hier.</translation>
+    </message>
+    <message id="sidebar.empty.nodes.title">
+        <source>No Nodes</source>
+        <translation>Keine Knoten</translation>
+    </message>
+    <message id="sidebar.empty.nodes.message">
+        <source>Repeaters, room servers and sensors your radio hears will appear here.</source>
+        <translation>Repeater, Raumserver und Sensoren, die dein Funkgerät hört, erscheinen hier.</translation>
+    </message>
+    <message id="chat.subtitle.routed.typed">
+        <source>%1 · flood routed</source>
+        <translation>%1 · per Flutung</translation>
+    </message>
+    <message id="chat.subtitle.direct.typed">
+        <source>%1 · direct route</source>
+        <translation>%1 · direkte Route</translation>
+    </message>
+    <message id="chat.subtitle.direct">
+        <source>Direct message</source>
+        <translation>Direktnachricht</translation>
+    </message>
+    <message id="chat.subtitle.channel">
+        <source>Channel</source>
+        <translation>Kanal</translation>
+    </message>
+    <message id="chat.verify.verified.help">
+        <source>You have verified this contact's key</source>
+        <translation>Du hast den Schlüssel dieses Kontakts bestätigt</translation>
+    </message>
+    <message id="chat.verify.unverified.help">
+        <source>This contact's key is not verified</source>
+        <translation>Der Schlüssel dieses Kontakts ist nicht bestätigt</translation>
+    </message>
+    <message id="chat.verify.remove">
+        <source>Remove Verification</source>
+        <translation>Bestätigung entfernen</translation>
+    </message>
+    <message id="chat.verify.mark">
+        <source>Mark as Verified</source>
+        <translation>Als bestätigt markieren</translation>
+    </message>
+    <message id="chat.conflict.message">
+        <source>Another verified contact is named “%1”. This key may belong to someone else.</source>
+        <translation>Ein anderer bestätigter Kontakt heißt „%1“. Dieser Schlüssel gehört vielleicht jemand anderem.</translation>
+    </message>
+    <message id="chat.conflict.verify.anyway">
+        <source>Verify Anyway</source>
+        <translation>Trotzdem bestätigen</translation>
+    </message>
+    <message id="chat.empty.title">
+        <source>No Messages Yet</source>
+        <translation>Noch keine Nachrichten</translation>
+    </message>
+    <message id="chat.empty.message">
+        <source>Messages you send and receive here will appear in this conversation.</source>
+        <translation>Nachrichten, die du hier sendest und empfängst, erscheinen in dieser Unterhaltung.</translation>
+    </message>
+    <message id="chat.composer.placeholder">
+        <source>Message</source>
+        <translation>Nachricht</translation>
+    </message>
+    <message id="chat.composer.limit">
+        <source>Up to %1 characters</source>
+        <translation>Bis zu %1 Zeichen</translation>
+    </message>
+    <message id="chat.message.delivery.show.report">
+        <source>Show delivery report</source>
+        <translation>Zustellbericht zeigen</translation>
+    </message>
+    <message id="chat.message.delivery.sending">
+        <source>Sending…</source>
+        <translation>Wird gesendet …</translation>
+    </message>
+    <message id="chat.message.delivery.sent">
+        <source>Sent, waiting for confirmation</source>
+        <translation>Gesendet, warte auf Bestätigung</translation>
+    </message>
+    <message id="chat.message.delivery.delivered">
+        <source>Delivered</source>
+        <translation>Zugestellt</translation>
+    </message>
+    <message id="chat.message.delivery.failed">
+        <source>Failed to send</source>
+        <translation>Senden fehlgeschlagen</translation>
+    </message>
+    <message id="chat.message.delivery.direct">
+        <source>Direct, no hops</source>
+        <translation>Direkt, ohne Sprünge</translation>
+    </message>
+    <message id="chat.message.delivery.relayed">
+        <source>Relayed over %1 hop</source>
+        <translation>Über %1 Sprung weitergeleitet</translation>
+    </message>
+    <message id="chat.message.delivery.relayed.plural">
+        <source>Relayed over %1 hops</source>
+        <translation>Über %1 Sprünge weitergeleitet</translation>
+    </message>
+    <message id="chat.message.delivery.roundtrip">
+        <source>Round trip %1 s</source>
+        <translation>Umlaufzeit %1 s</translation>
+    </message>
+    <message id="chat.message.delivery.snr">
+        <source>Signal-to-noise %1 dB</source>
+        <translation>Signal-Rausch-Abstand %1 dB</translation>
+    </message>
+    <message id="chat.message.delivery.timeout">
+        <source>Expected within %1 s</source>
+        <translation>Erwartet innerhalb von %1 s</translation>
+    </message>
+    <message id="connection.title">
+        <source>Talvenne</source>
+        <translation>Talvenne</translation>
+    </message>
+    <message id="connection.subtitle">
+        <source>Connect to your mesh radio over Bluetooth</source>
+        <translation>Verbinde dich per Bluetooth mit deinem Mesh-Funkgerät</translation>
+    </message>
+    <message id="connection.nearby.devices">
+        <source>Nearby Radios</source>
+        <translation>Funkgeräte in der Nähe</translation>
+    </message>
+    <message id="connection.empty.powered.off">
+        <source>Bluetooth is turned off.</source>
+        <translation>Bluetooth ist ausgeschaltet.</translation>
+    </message>
+    <message id="connection.empty.unauthorized">
+        <source>Talvenne is not allowed to use Bluetooth.</source>
+        <translation>Talvenne darf Bluetooth nicht verwenden.</translation>
+    </message>
+    <message id="connection.empty.scanning">
+        <source>Looking for radios…</source>
+        <translation>Suche nach Funkgeräten …</translation>
+    </message>
+    <message id="connection.empty.connecting">
+        <source>Connecting…</source>
+        <translation>Verbinde …</translation>
+    </message>
+    <message id="connection.empty.preparing">
+        <source>Getting Bluetooth ready…</source>
+        <translation>Bluetooth wird vorbereitet …</translation>
+    </message>
+    <message id="connection.button.scan">
+        <source>Scan</source>
+        <translation>Suchen</translation>
+    </message>
+    <message id="connection.button.stop">
+        <source>Stop</source>
+        <translation>Stopp</translation>
+    </message>
+    <message id="add.contact.title">
+        <source>Add Contact</source>
+        <translation>Kontakt hinzufügen</translation>
+    </message>
+    <message id="add.contact.subtitle">
+        <source>Add a node by its name and public key.</source>
+        <translation>Füge einen Knoten mit Namen und öffentlichem Schlüssel hinzu.</translation>
+    </message>
+    <message id="add.contact.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="add.contact.field.name.placeholder">
+        <source>Contact name</source>
+        <translation>Name des Kontakts</translation>
+    </message>
+    <message id="add.contact.field.public.key">
+        <source>Public Key</source>
+        <translation>Öffentlicher Schlüssel</translation>
+    </message>
+    <message id="add.contact.field.public.key.placeholder">
+        <source>64 hexadecimal digits</source>
+        <translation>64 Hexadezimalziffern</translation>
+    </message>
+    <message id="add.contact.button.add">
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message id="add.contact.button.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="add.channel.title">
+        <source>Add Channel</source>
+        <translation>Kanal hinzufügen</translation>
+    </message>
+    <message id="add.channel.subtitle">
+        <source>Create a channel or join an existing one.</source>
+        <translation>Erstelle einen Kanal oder tritt einem bestehenden bei.</translation>
+    </message>
+    <message id="add.channel.type">
+        <source>Type</source>
+        <translation>Art</translation>
+    </message>
+    <message id="add.channel.mode.create.private">
+        <source>Create Private</source>
+        <translation>Privat erstellen</translation>
+    </message>
+    <message id="add.channel.mode.join.private">
+        <source>Join Private</source>
+        <translation>Privat beitreten</translation>
+    </message>
+    <message id="add.channel.mode.join.public">
+        <source>Join Public</source>
+        <translation>Öffentlich beitreten</translation>
+    </message>
+    <message id="add.channel.mode.join.hashtag">
+        <source>Join Hashtag</source>
+        <translation>Hashtag beitreten</translation>
+    </message>
+    <message id="add.channel.button.create">
+        <source>Create</source>
+        <translation>Erstellen</translation>
+    </message>
+    <message id="add.channel.button.join">
+        <source>Join</source>
+        <translation>Beitreten</translation>
+    </message>
+    <message id="add.channel.button.done">
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+    <message id="add.channel.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="add.channel.field.name.placeholder">
+        <source>Channel name</source>
+        <translation>Name des Kanals</translation>
+    </message>
+    <message id="add.channel.field.key">
+        <source>Secret Key</source>
+        <translation>Geheimer Schlüssel</translation>
+    </message>
+    <message id="add.channel.field.key.placeholder">
+        <source>32 hexadecimal digits</source>
+        <translation>32 Hexadezimalziffern</translation>
+    </message>
+    <message id="add.channel.field.hashtag">
+        <source>Hashtag</source>
+        <translation>Hashtag</translation>
+    </message>
+    <message id="add.channel.field.hashtag.placeholder">
+        <source>#channel</source>
+        <translation>#kanal</translation>
+    </message>
+    <message id="add.channel.create.message">
+        <source>A new random secret is created for this channel. Share it with the people who should join.</source>
+        <translation>Für diesen Kanal wird ein neues zufälliges Geheimnis erzeugt. Teile es mit allen, die beitreten sollen.</translation>
+    </message>
+    <message id="add.channel.join.public.message">
+        <source>Joins the public channel that every radio can read.</source>
+        <translation>Tritt dem öffentlichen Kanal bei, den jedes Funkgerät lesen kann.</translation>
+    </message>
+    <message id="add.channel.join.hashtag.message">
+        <source>Everyone who joins the same hashtag shares this channel; its secret comes from the name.</source>
+        <translation>Wer demselben Hashtag beitritt, teilt diesen Kanal; sein Geheimnis ergibt sich aus dem Namen.</translation>
+    </message>
+    <message id="add.channel.share.title">
+        <source>Share This Secret</source>
+        <translation>Dieses Geheimnis teilen</translation>
+    </message>
+    <message id="add.channel.copy.help">
+        <source>Copy the secret</source>
+        <translation>Das Geheimnis kopieren</translation>
+    </message>
+    <message id="%lld/64">
+        <source>%1/64</source>
+        <translation>%1/64</translation>
+    </message>
+    <message id="%lld/32">
+        <source>%1/32</source>
+        <translation>%1/32</translation>
+    </message>
+    <message id="device.title">
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message id="device.loading">
+        <source>Loading…</source>
+        <translation>Wird geladen …</translation>
+    </message>
+    <message id="device.section.identity">
+        <source>Identity</source>
+        <translation>Identität</translation>
+    </message>
+    <message id="device.section.radio">
+        <source>Radio</source>
+        <translation>Funk</translation>
+    </message>
+    <message id="device.section.statistics">
+        <source>Statistics</source>
+        <translation>Statistik</translation>
+    </message>
+    <message id="device.field.name">
+        <source>Name</source>
+        <translation>Name</translation>
+    </message>
+    <message id="device.field.name.placeholder">
+        <source>Radio name</source>
+        <translation>Name des Funkgeräts</translation>
+    </message>
+    <message id="device.field.type">
+        <source>Type</source>
+        <translation>Art</translation>
+    </message>
+    <message id="device.field.public.key">
+        <source>Public Key</source>
+        <translation>Öffentlicher Schlüssel</translation>
+    </message>
+    <message id="device.field.model">
+        <source>Model</source>
+        <translation>Modell</translation>
+    </message>
+    <message id="device.field.firmware">
+        <source>Firmware</source>
+        <translation>Firmware</translation>
+    </message>
+    <message id="device.field.battery">
+        <source>Battery</source>
+        <translation>Akku</translation>
+    </message>
+    <message id="device.field.frequency">
+        <source>Frequency</source>
+        <translation>Frequenz</translation>
+    </message>
+    <message id="device.field.bandwidth">
+        <source>Bandwidth</source>
+        <translation>Bandbreite</translation>
+    </message>
+    <message id="device.field.spreading.factor">
+        <source>Spreading Factor</source>
+        <translation>Spreizfaktor</translation>
+    </message>
+    <message id="device.field.coding.rate">
+        <source>Coding Rate</source>
+        <translation>Coderate</translation>
+    </message>
+    <message id="device.field.tx.power">
+        <source>Transmit Power</source>
+        <translation>Sendeleistung</translation>
+    </message>
+    <message id="device.field.last.rssi">
+        <source>Last RSSI</source>
+        <translation>Letzter RSSI</translation>
+    </message>
+    <message id="device.field.last.snr">
+        <source>Last SNR</source>
+        <translation>Letzter SNR</translation>
+    </message>
+    <message id="device.field.noise.floor">
+        <source>Noise Floor</source>
+        <translation>Grundrauschen</translation>
+    </message>
+    <message id="device.field.packets.sent">
+        <source>Packets Sent</source>
+        <translation>Gesendete Pakete</translation>
+    </message>
+    <message id="device.field.packets.received">
+        <source>Packets Received</source>
+        <translation>Empfangene Pakete</translation>
+    </message>
+    <message id="device.field.uptime">
+        <source>Uptime</source>
+        <translation>Laufzeit</translation>
+    </message>
+    <message id="device.button.save">
+        <source>Save</source>
+        <translation>Sichern</translation>
+    </message>
+    <message id="device.button.advertise.zero">
+        <source>Advertise to Neighbours</source>
+        <translation>Den Nachbarn ankündigen</translation>
+    </message>
+    <message id="device.button.advertise.zero.sent">
+        <source>Sent to Neighbours</source>
+        <translation>An Nachbarn gesendet</translation>
+    </message>
+    <message id="device.button.advertise.flood">
+        <source>Advertise to Mesh</source>
+        <translation>Im Mesh ankündigen</translation>
+    </message>
+    <message id="device.button.advertise.flood.sent">
+        <source>Sent to Mesh</source>
+        <translation>Ans Mesh gesendet</translation>
+    </message>
+    <message id="device.button.reboot">
+        <source>Reboot</source>
+        <translation>Neu starten</translation>
+    </message>
+    <message id="device.button.disconnect">
+        <source>Disconnect</source>
+        <translation>Trennen</translation>
+    </message>
+    <message id="device.reboot.title">
+        <source>Reboot the radio?</source>
+        <translation>Funkgerät neu starten?</translation>
+    </message>
+    <message id="device.reboot.message">
+        <source>The radio restarts and the connection is lost until it is back.</source>
+        <translation>Das Funkgerät startet neu; die Verbindung ist getrennt, bis es wieder bereit ist.</translation>
+    </message>
+    <message id="device.reboot.confirm">
+        <source>Reboot</source>
+        <translation>Neu starten</translation>
+    </message>
+    <message id="device.reboot.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="%lld dBm">
+        <source>%1 dBm</source>
+        <translation>%1 dBm</translation>
+    </message>
+    <message id="node.detail.unnamed">
+        <source>Unnamed Node</source>
+        <translation>Unbenannter Knoten</translation>
+    </message>
+    <message id="node.detail.marker.node">
+        <source>Node</source>
+        <translation>Knoten</translation>
+    </message>
+    <message id="node.detail.routing">
+        <source>Routing</source>
+        <translation>Routing</translation>
+    </message>
+    <message id="node.detail.routing.flood">
+        <source>Flood</source>
+        <translation>Flutung</translation>
+    </message>
+    <message id="node.detail.routing.direct">
+        <source>Direct</source>
+        <translation>Direkt</translation>
+    </message>
+    <message id="node.detail.path.length">
+        <source>Path Length</source>
+        <translation>Pfadlänge</translation>
+    </message>
+    <message id="node.detail.path.length.value">
+        <source>%1 hop</source>
+        <translation>%1 Sprung</translation>
+    </message>
+    <message id="node.detail.path.length.value.plural">
+        <source>%1 hops</source>
+        <translation>%1 Sprünge</translation>
+    </message>
+    <message id="node.detail.last.seen">
+        <source>Last Seen</source>
+        <translation>Zuletzt gesehen</translation>
+    </message>
+    <message id="node.detail.button.message">
+        <source>Message</source>
+        <translation>Nachricht</translation>
+    </message>
+    <message id="node.detail.button.reset.path">
+        <source>Reset Path</source>
+        <translation>Pfad zurücksetzen</translation>
+    </message>
+    <message id="node.detail.button.share">
+        <source>Share</source>
+        <translation>Teilen</translation>
+    </message>
+    <message id="node.detail.button.favorite.add">
+        <source>Add to Favourites</source>
+        <translation>Zu Favoriten hinzufügen</translation>
+    </message>
+    <message id="node.detail.button.favorite.remove">
+        <source>Remove from Favourites</source>
+        <translation>Aus Favoriten entfernen</translation>
+    </message>
+    <message id="node.detail.button.remove">
+        <source>Remove</source>
+        <translation>Entfernen</translation>
+    </message>
+    <message id="Public key">
+        <source>Public key</source>
+        <translation>Öffentlicher Schlüssel</translation>
+    </message>
+    <message id="inspector.chat.info.unnamed">
+        <source>Unnamed Contact</source>
+        <translation>Unbenannter Kontakt</translation>
+    </message>
+    <message id="inspector.chat.info.verified">
+        <source>Verified</source>
+        <translation>Bestätigt</translation>
+    </message>
+    <message id="inspector.chat.info.verified.message">
+        <source>You have confirmed that this key belongs to this contact.</source>
+        <translation>Du hast bestätigt, dass dieser Schlüssel zu diesem Kontakt gehört.</translation>
+    </message>
+    <message id="inspector.chat.info.mismatch">
+        <source>Key Mismatch</source>
+        <translation>Schlüssel passt nicht</translation>
+    </message>
+    <message id="inspector.chat.info.mismatch.message">
+        <source>A different key is verified under this name. Check with the contact before trusting it.</source>
+        <translation>Unter diesem Namen ist ein anderer Schlüssel bestätigt. Frag beim Kontakt nach, bevor du ihm vertraust.</translation>
+    </message>
+    <message id="inspector.chat.info.not.verified">
+        <source>Not Verified</source>
+        <translation>Nicht bestätigt</translation>
+    </message>
+    <message id="inspector.chat.info.not.verified.message">
+        <source>Compare the key with the contact in person, then mark it as verified.</source>
+        <translation>Vergleiche den Schlüssel persönlich mit dem Kontakt und markiere ihn dann als bestätigt.</translation>
+    </message>
+    <message id="inspector.chat.info.verify">
+        <source>Verify</source>
+        <translation>Bestätigen</translation>
+    </message>
+    <message id="inspector.chat.info.unverify">
+        <source>Remove Verification</source>
+        <translation>Bestätigung entfernen</translation>
+    </message>
+    <message id="node.detail.map.open">
+        <source>Open in OpenStreetMap</source>
+        <translation>In OpenStreetMap öffnen</translation>
+    </message>
+    <message id="notification.body.count" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n neue Nachricht</numerusform>
+            <numerusform>%n neue Nachrichten</numerusform>
+        </translation>
+    </message>
+    <message id="notification.action.open">
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message id="time.relative.now">
+        <source>now</source>
+        <translation>jetzt</translation>
+    </message>
+    <message id="time.relative.minutes">
+        <source>%1m</source>
+        <translation>%1 Min.</translation>
+    </message>
+    <message id="time.relative.hours">
+        <source>%1h</source>
+        <translation>%1 Std.</translation>
+    </message>
+    <message id="date.format.day.month">
+        <source>d MMM</source>
+        <translation>d. MMM</translation>
+    </message>
+    <message id="date.format.day.month.year">
+        <source>d MMM yyyy</source>
+        <translation>d. MMM yyyy</translation>
+    </message>
+</context>
+</TS>
