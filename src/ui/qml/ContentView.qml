@@ -10,6 +10,9 @@ Item {
 
     objectName: "contentView"
 
+    // The main view while connected (for the window's title and menus).
+    readonly property Item mainView: content.shell.connected ? mainLoader.item : null
+
     Loader {
         id: connectionLoader
         objectName: "connectionLoader"

@@ -7,6 +7,7 @@ ApplicationWindow {
     id: window
 
     required property MeshController controller
+    readonly property Item mainView: content.mainView
 
     objectName: "talvenneWindow"
     width: 1120
@@ -14,7 +15,9 @@ ApplicationWindow {
     minimumWidth: 900
     minimumHeight: 600
     visible: true
-    title: "Talvenne"
+    // The open chat or node first, as desktops list windows by their title.
+    title: mainView && mainView.windowTitle.length > 0 ? mainView.windowTitle + " — Talvenne"
+                                                       : "Talvenne"
     color: Theme.window
 
     ShellModel {
@@ -22,14 +25,18 @@ ApplicationWindow {
         controller: window.controller
     }
 
-    // Drops the link while connected; absent otherwise.
-    Shortcut {
-        sequence: "Ctrl+Shift+D"
-        enabled: shell.connected
-        onActivated: shell.disconnectFromDevice()
+    menuBar: AppMenuBar {
+        shell: shell
+        mainView: window.mainView
+        onAboutRequested: aboutDialog.open()
+    }
+
+    AboutDialog {
+        id: aboutDialog
     }
 
     ContentView {
+        id: content
         anchors.fill: parent
         controller: window.controller
         shell: shell

@@ -3,6 +3,7 @@
 #include "controller/mesh_controller.h"
 #include "logic/relative_time.h"
 #include "logic/sidebar_lists.h"
+#include "logic/spoken_text.h"
 
 using SidebarRows::ConversationEntry;
 
@@ -36,7 +37,7 @@ void ConversationListModel::setNow(const QDateTime& now) {
     if (m_now == now)
         return;
     m_now = now;
-    rowsChangedForRoles({TimeTextRole});
+    rowsChangedForRoles({TimeTextRole, SpokenTextRole});
     Q_EMIT nowChanged();
 }
 
@@ -91,6 +92,11 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
         return row.symbol.value_or(QString());
     case IsFavoriteRole:
         return row.isFavorite;
+    case SpokenTextRole:
+        return ViewLogic::conversationRowSpoken(
+            row.title, row.subtitle,
+            row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString(), row.unread,
+            row.isFavorite);
     }
     return {};
 }
@@ -105,6 +111,7 @@ QHash<int, QByteArray> ConversationListModel::roleNames() const {
         {TitleRole, "title"},
         {SubtitleRole, "subtitle"},
         {TimeTextRole, "timeText"},
+        {SpokenTextRole, "spokenText"},
         {UnreadRole, "unread"},
         {SeedRole, "seed"},
         {InitialsRole, "initials"},
