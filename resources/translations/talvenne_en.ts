@@ -750,5 +750,97 @@
         <source>d MMM yyyy</source>
         <translation>d MMM yyyy</translation>
     </message>
+    <message id="Disconnect">
+        <source>Disconnect</source>
+        <translation>Disconnect</translation>
+    </message>
+    <message id="menu.file">
+        <source>&amp;File</source>
+        <translation>&amp;File</translation>
+    </message>
+    <message id="menu.file.quit">
+        <source>&amp;Quit</source>
+        <translation>&amp;Quit</translation>
+    </message>
+    <message id="menu.view">
+        <source>&amp;View</source>
+        <translation>&amp;View</translation>
+    </message>
+    <message id="menu.view.find">
+        <source>Find</source>
+        <translation>Find</translation>
+    </message>
+    <message id="menu.view.conversation.info">
+        <source>Conversation Info</source>
+        <translation>Conversation Info</translation>
+    </message>
+    <message id="menu.view.device">
+        <source>Device</source>
+        <translation>Device</translation>
+    </message>
+    <message id="menu.help">
+        <source>&amp;Help</source>
+        <translation>&amp;Help</translation>
+    </message>
+    <message id="menu.help.about">
+        <source>About Talvenne</source>
+        <translation>About Talvenne</translation>
+    </message>
+    <message id="about.version">
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message id="about.description">
+        <source>A chat client for LoRa mesh radios: your contacts, channels and the radio itself, over Bluetooth.</source>
+        <translation>A chat client for LoRa mesh radios: your contacts, channels and the radio itself, over Bluetooth.</translation>
+    </message>
+    <message id="about.close">
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message id="main.mode.picker">
+        <source>Show</source>
+        <translation>Show</translation>
+    </message>
+    <message id="chat.composer.send">
+        <source>Send</source>
+        <translation>Send</translation>
+    </message>
+    <message id="chat.verify.name">
+        <source>Key verification</source>
+        <translation>Key verification</translation>
+    </message>
+    <message id="device.button.edit.name">
+        <source>Edit name</source>
+        <translation>Edit name</translation>
+    </message>
+    <message id="device.button.refresh">
+        <source>Refresh statistics</source>
+        <translation>Refresh statistics</translation>
+    </message>
+    <message id="device.statistics.empty">
+        <source>The radio has not sent its statistics yet.</source>
+        <translation>The radio has not sent its statistics yet.</translation>
+    </message>
+    <message id="spoken.favorite">
+        <source>Favourite</source>
+        <translation>Favourite</translation>
+    </message>
+    <message id="spoken.unread">
+        <source>%1 unread</source>
+        <translation>%1 unread</translation>
+    </message>
+    <message id="spoken.routing">
+        <source>%1 routing</source>
+        <translation>%1 routing</translation>
+    </message>
+    <message id="spoken.has.position">
+        <source>Has a position</source>
+        <translation>Has a position</translation>
+    </message>
+    <message id="spoken.you">
+        <source>You</source>
+        <translation>You</translation>
+    </message>
 </context>
 </TS>

@@ -91,6 +91,8 @@ void ScreenshotTour::bluez(const char* method, const QVariantList& arguments) {
 QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
     return {
         {QStringLiteral("connection"), 1500, [this] { m_controller->startScan(); }},
+        // Keyboard focus on the radio's row shows its ring.
+        {QStringLiteral("connection-focus"), 400, [this] { focusByTab("deviceRow"); }},
         {QStringLiteral("main-empty"), 4000,
          [this] {
              for (const DiscoveredDevice& device : m_controller->discoveredDevices()) {
@@ -106,6 +108,9 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              m_controller->setSelectedConversation(ConversationID::contact(key));
          }},
         {QStringLiteral("chat-direct-report"), 900, [this] { openLastReportCard(); }},
+        // The sidebar list and the mode picker as a keyboard user sees them.
+        {QStringLiteral("focus-list"), 400, [this] { focusByTab("conversationList"); }},
+        {QStringLiteral("focus-mode-picker"), 400, [this] { focusByTab("modePicker"); }},
         {QStringLiteral("chat-channel"), 1200,
          [this] {
              fillChannelChat();
@@ -213,11 +218,30 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              if (QObject* dialog = find("rebootDialog"))
                  QMetaObject::invokeMethod(dialog, "open");
          }},
-        {{},
-         300,
+        {QStringLiteral("device-focus"), 400,
          [this] {
              if (QObject* dialog = find("rebootDialog"))
                  QMetaObject::invokeMethod(dialog, "close");
+             focusByTab("rebootButton");
+         }},
+        // The smallest window with each inspector beside a direct chat.
+        {QStringLiteral("minimum-device"), 1200,
+         [this] {
+             m_controller->setSelectedConversation(ConversationID::contact(contactKeyNamed(aino)));
+             resizeWindow(900, 600);
+         }},
+        {QStringLiteral("minimum-chat-info"), 900,
+         [this] { setMain("inspector", QStringLiteral("chatInfo")); }},
+        {QStringLiteral("minimum-empty-chat"), 900,
+         [this] {
+             setMain("inspector", QStringLiteral("device"));
+             m_controller->setSelectedConversation(
+                 ConversationID::contact(contactKeyNamed(QStringLiteral("Jérôme Bélanger"))));
+         }},
+        {{},
+         600,
+         [this] {
+             resizeWindow(1120, 720);
              setMain("inspector", QString());
          }},
         // The chat info pane in its three verification states.
@@ -425,6 +449,31 @@ void ScreenshotTour::openLastReportCard() {
     visit(window->contentItem());
     if (last)
         last->setProperty("expanded", true);
+}
+
+void ScreenshotTour::focusByTab(const char* objectName) {
+    auto* window = m_engine->rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
+    if (!window)
+        return;
+    std::function<QQuickItem*(QQuickItem*)> search = [&](QQuickItem* item) -> QQuickItem* {
+        if (item->objectName() == QLatin1String(objectName) && item->isVisible())
+            return item;
+        for (QQuickItem* child : item->childItems())
+            if (QQuickItem* found = search(child))
+                return found;
+        return nullptr;
+    };
+    if (QQuickItem* item = search(window->contentItem()))
+        item->forceActiveFocus(Qt::TabFocusReason);
+}
+
+void ScreenshotTour::resizeWindow(int width, int height) {
+    if (auto* window = m_engine->rootObjects().isEmpty()
+                           ? nullptr
+                           : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first()))
+        window->resize(width, height);
 }
 
 void ScreenshotTour::fillSheet(const char* sheetName,

@@ -46,6 +46,10 @@ private:
     void fillChannelChat();
     void openLastReportCard();
     QString addHostileNeighbours();
+    // Gives the keyboard focus to the (possibly repeated) item of that name,
+    // as Tab would, so that it shows its focus ring.
+    void focusByTab(const char* objectName);
+    void resizeWindow(int width, int height);
     // Sets properties of named objects inside a sheet, then calls `method`
     // (if any) on the object named "form".
     void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,

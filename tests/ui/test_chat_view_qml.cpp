@@ -114,6 +114,46 @@ private Q_SLOTS:
         QCOMPARE(rig.controller->conversations().value(QStringLiteral("channel:0")).unreadCount, 0);
         QVERIFY(!findItem(*view, "verificationButton")->isVisible());
     }
+
+    // Bubbles that wrap are only measured once laid out; the chat still
+    // opens at its newest message and keeps it in view as the column
+    // narrows (an inspector opening), down to the list's bottom margin.
+    void opensAndStaysAtTheNewestMessage() {
+        ChatRig rig;
+        rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
+        QVERIFY(rig.connect());
+        const ConversationID target = ConversationID::contact(ainoKey);
+        for (int i = 0; i < 40; ++i)
+            rig.controller->appendMessage(
+                chatMessage(
+                    i % 3 ? Direction::incoming : Direction::outgoing,
+                    QStringLiteral("%1: ").arg(i) +
+                        QStringLiteral("a message long enough to wrap ").repeated(1 + i % 4),
+                    rig.clock.now()),
+                target);
+        auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        auto* list = findItem(*view, "messageList");
+        QVERIFY(list);
+        const auto lastBubbleGap = [&]() -> double {
+            QQuickItem* last = nullptr;
+            QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, last),
+                                      Q_ARG(int, 39));
+            if (!last)
+                return -1000;
+            const QPointF bottom = last->mapToItem(list, QPointF(0, last->height()));
+            return list->height() - bottom.y();
+        };
+        // The newest bubble sits right above the bottom margin.
+        QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1, qPrintable(QString::number(lastBubbleGap())));
+        for (int width : {520, 380, 700}) {
+            view->resize(width, 560);
+            QTRY_VERIFY2(
+                qAbs(lastBubbleGap() - 16) <= 1,
+                qPrintable(QStringLiteral("%1 at width %2").arg(lastBubbleGap()).arg(width)));
+        }
+    }
 };
 
 QTEST_MAIN(TestChatViewQml)

@@ -239,7 +239,7 @@ private Q_SLOTS:
     void nodeToChatRoundTrip() {
         QVERIFY(m_rig->connect());
         QTRY_VERIFY(shows("mainView"));
-        click(item("modeButton_nodes"));
+        click(item("segment_nodes"));
         QTRY_VERIFY(find("nodeList"));
         QCOMPARE(find("mainView")->property("mode").toString(), QStringLiteral("nodes"));
         QTRY_VERIFY(listRow("nodeList", 0));
@@ -259,7 +259,7 @@ private Q_SLOTS:
                  std::optional(ConversationID::contact(aino->publicKey)));
 
         // Back in nodes mode: a click on another row selects that node.
-        click(item("modeButton_nodes"));
+        click(item("segment_nodes"));
         QTRY_VERIFY(find("nodeList"));
         QTRY_VERIFY(listRow("nodeList", 1));
         click(listRow("nodeList", 1));

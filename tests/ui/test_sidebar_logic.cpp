@@ -1,5 +1,6 @@
 #include "ui/logic/relative_time.h"
 #include "ui/logic/sidebar_lists.h"
+#include "ui/logic/spoken_text.h"
 #include "ui/translations.h"
 
 #include <QCoreApplication>
@@ -219,6 +220,46 @@ private Q_SLOTS:
 
         QVERIFY(nodesList(contacts, {}, QStringLiteral("nobody")).showEmptyState);
         QCOMPARE(nodesList(contacts, {}, QStringLiteral("SENS")).others.size(), 1);
+    }
+
+    // What a screen reader announces for a row or a message: what is on it,
+    // in reading order, without empty parts.
+    void spokenTexts_data() {
+        using State = ChatMessage::DeliveryState;
+        QTest::addColumn<QString>("spoken");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("conversation, all parts")
+            << conversationRowSpoken(QStringLiteral("Aino"), QStringLiteral("See you"),
+                                     QStringLiteral("5m"), 2, true)
+            << QStringLiteral("Favourite, Aino, See you, 5m, 2 unread");
+        QTest::newRow("conversation, no time, nothing unread")
+            << conversationRowSpoken(QStringLiteral("Public"), QStringLiteral("Group channel"),
+                                     QString(), 0, false)
+            << QStringLiteral("Public, Group channel");
+        QTest::newRow("node without a path, with a position")
+            << nodeRowSpoken(QStringLiteral("Ridge"), QStringLiteral("Repeater"), -1, true, false)
+            << QStringLiteral("Ridge, Repeater, Flood routing, Has a position");
+        QTest::newRow("favourite node with a path")
+            << nodeRowSpoken(QStringLiteral("Valley"), QStringLiteral("Sensor"), 0, false, true)
+            << QStringLiteral("Favourite, Valley, Sensor, Direct routing");
+        QTest::newRow("incoming channel message")
+            << messageSpoken(QStringLiteral("Alice"), QStringLiteral("hi"), QStringLiteral("10:42"),
+                             false, State::delivered)
+            << QStringLiteral("Alice: hi, 10:42");
+        QTest::newRow("incoming direct message")
+            << messageSpoken(QString(), QStringLiteral("hi"), QStringLiteral("10:42"), false,
+                             State::delivered)
+            << QStringLiteral("hi, 10:42");
+        QTest::newRow("outgoing, failed")
+            << messageSpoken(QString(), QStringLiteral("ok"), QStringLiteral("10:43"), true,
+                             State::failed)
+            << QStringLiteral("You: ok, 10:43, Failed to send");
+    }
+
+    void spokenTexts() {
+        QFETCH(QString, spoken);
+        QFETCH(QString, expected);
+        QCOMPARE(spoken, expected);
     }
 };
 

@@ -66,20 +66,13 @@ Popup {
                 font.pixelSize: Theme.calloutSize
                 font.weight: Font.DemiBold
             }
-            TabBar {
-                id: modes
+            SegmentedControl {
                 objectName: "modePicker"
                 Layout.fillWidth: true
+                accessibleName: qsTrId("add.channel.type")
+                segments: form.modeTitles.map((title) => ({ title: title }))
                 currentIndex: form.mode
-                onCurrentIndexChanged: form.mode = currentIndex
-                Repeater {
-                    model: form.modeTitles
-                    TabButton {
-                        required property string modelData
-                        text: modelData
-                        font.pixelSize: Theme.subheadlineSize
-                    }
-                }
+                onActivated: (index) => form.mode = index
             }
         }
 
@@ -157,13 +150,11 @@ Popup {
                         font.family: "monospace"
                         font.pixelSize: Theme.calloutSize
                     }
-                    ToolButton {
+                    IconButton {
                         objectName: "copyButton"
-                        icon.source: Look.iconSource("doc.on.doc")
-                        icon.color: Theme.accent
-                        ToolTip.visible: hovered
-                        ToolTip.delay: 600
-                        ToolTip.text: qsTrId("add.channel.copy.help")
+                        symbol: "doc.on.doc"
+                        symbolSize: 16
+                        text: qsTrId("add.channel.copy.help")
                         onClicked: form.copySecret()
                     }
                 }

@@ -59,6 +59,9 @@ Rectangle {
             visible: header.chat.hasContact
             hoverEnabled: true
             padding: 6
+            Accessible.role: Accessible.ButtonMenu
+            Accessible.name: qsTrId("chat.verify.name")
+            Accessible.description: header.chat.verificationHelp + " (" + header.chat.keyPrefix + ")"
             contentItem: Row {
                 spacing: 5
                 Icon {
@@ -78,6 +81,11 @@ Rectangle {
             background: Rectangle {
                 radius: 6
                 color: verifyButton.hovered || menu.visible ? Theme.controlBackground : "transparent"
+                FocusRing {
+                    shown: verifyButton.visualFocus
+                    inset: -2
+                    radius: 8
+                }
             }
             ToolTip.visible: hovered && !menu.visible
             ToolTip.delay: 600

@@ -56,7 +56,9 @@ ScrollView {
             Layout.rightMargin: 12
             node: node
         }
-        RowLayout {
+        // One above the other: side by side they do not fit the pane's
+        // narrowest width.
+        ColumnLayout {
             Layout.fillWidth: true
             Layout.leftMargin: 12
             Layout.rightMargin: 12

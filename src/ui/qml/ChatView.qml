@@ -16,6 +16,12 @@ Rectangle {
     readonly property string title: chatModel.title
     readonly property string subtitle: chatModel.subtitle
     property alias draft: composer.draft
+    // The list follows its newest message: on opening, and while the user
+    // stays at the bottom. Scrolling up lets go; scrolling back down holds on.
+    property bool pinned: true
+
+    // Escape in the composer: the main view puts the focus back on the list.
+    signal leaveRequested()
 
     color: Theme.window
 
@@ -32,19 +38,40 @@ Rectangle {
         id: messages
         controller: view.controller
         conversationKey: view.conversationKey
-        incomingMentionColor: Theme.orange
+        incomingMentionColor: Theme.mention
         incomingLinkColor: Theme.blue
+        incomingBubbleColor: Theme.incomingBubble
     }
 
+    // A new conversation is shown: it is read, and opens at its end. The
+    // composer takes the focus only when asked (Enter or a click on the row),
+    // so arrow keys can walk the sidebar.
     function arrive() {
         chatModel.markRead()
+        pinned = true
+        Qt.callLater(jumpToEnd)
+    }
+
+    function focusComposer() {
         composer.focusField()
     }
 
+    // The list's end, bottom margin included. Bubbles wrap to heights the
+    // list only learns as it lays them out, so the end is found again once
+    // the last ones exist.
     function jumpToEnd() {
         scrollAnimation.stop()
-        if (list.count > 0)
-            list.positionViewAtEnd()
+        if (list.count === 0)
+            return
+        list.positionViewAtEnd()
+        list.forceLayout()
+        list.contentY = Math.max(list.originY - list.topMargin,
+                                 list.originY + list.contentHeight + list.bottomMargin - list.height)
+    }
+
+    function holdEnd() {
+        if (pinned && !scrollAnimation.running)
+            Qt.callLater(jumpToEnd)
     }
 
     function scrollToEnd() {
@@ -59,10 +86,7 @@ Rectangle {
         scrollAnimation.start()
     }
 
-    Component.onCompleted: {
-        arrive()
-        Qt.callLater(jumpToEnd)
-    }
+    Component.onCompleted: arrive()
 
     Connections {
         target: messages
@@ -115,7 +139,28 @@ Rectangle {
             reuseItems: true
             cacheBuffer: 1200
             boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.vertical: ScrollBar {}
+            ScrollBar.vertical: ScrollBar {
+                onPressedChanged: if (!pressed) view.pinned = list.atYEnd
+            }
+
+            Accessible.role: Accessible.List
+            Accessible.name: chatModel.title
+
+            onMovementEnded: view.pinned = atYEnd
+            // Narrowing the column (an inspector opening) rewraps every
+            // bubble; a pinned list keeps its newest message in view.
+            onContentHeightChanged: view.holdEnd()
+            onHeightChanged: view.holdEnd()
+            onWidthChanged: view.holdEnd()
+
+            // A report card unfolding: the last one keeps the list's margin
+            // below it, others just come fully into view.
+            function revealRow(row) {
+                if (row === count - 1 && view.pinned)
+                    view.jumpToEnd()
+                else
+                    positionViewAtIndex(row, ListView.Contain)
+            }
 
             delegate: MessageBubble {
                 width: list.width - list.leftMargin - list.rightMargin
@@ -128,12 +173,13 @@ Rectangle {
                 duration: 450
                 easing.type: Easing.OutCubic
                 // Late-created delegates may still move the end a little.
-                onFinished: list.positionViewAtEnd()
+                onFinished: view.jumpToEnd()
             }
 
             EmptyState {
                 objectName: "emptyState"
                 anchors.centerIn: parent
+                width: Math.min(360, list.width - 40)
                 visible: list.count === 0
                 symbol: "paperplane"
                 title: qsTrId("chat.empty.title")
@@ -145,6 +191,7 @@ Rectangle {
             id: composer
             Layout.fillWidth: true
             chat: chatModel
+            onLeaveRequested: view.leaveRequested()
         }
     }
 }

@@ -12,6 +12,8 @@ Rectangle {
     required property ChatViewModel chat
     property alias draft: field.text
 
+    signal leaveRequested()
+
     function focusField() {
         field.forceActiveFocus()
     }
@@ -47,8 +49,9 @@ Rectangle {
                 implicitHeight: scroller.implicitHeight
                 radius: 18
                 color: Theme.dark ? Qt.rgba(1, 1, 1, 0.06) : "white"
-                border.width: 1
-                border.color: composer.atLimit ? Theme.red : Theme.separator
+                border.width: field.activeFocus ? 2 : 1
+                border.color: composer.atLimit ? Theme.red
+                                               : field.activeFocus ? Theme.focusRing : Theme.separator
 
                 ScrollView {
                     id: scroller
@@ -82,6 +85,8 @@ Rectangle {
                                 cursorPosition = limited.length
                             }
                         }
+                        Accessible.name: placeholderText
+                        Keys.onEscapePressed: composer.leaveRequested()
                         Keys.onPressed: event => {
                             if (event.key !== Qt.Key_Return && event.key !== Qt.Key_Enter)
                                 return
@@ -104,7 +109,10 @@ Rectangle {
                 Layout.alignment: Qt.AlignBottom
                 Layout.bottomMargin: (scroller.implicitHeight > 40 ? 0 : (scroller.implicitHeight - 30) / 2)
                 enabled: composer.canSend
+                // Return in the field sends; the button needs no stop of its own.
                 focusPolicy: Qt.NoFocus
+                text: qsTrId("chat.composer.send")
+                Accessible.name: text
                 implicitWidth: 30
                 implicitHeight: 30
                 contentItem: Icon {

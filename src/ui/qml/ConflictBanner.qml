@@ -11,7 +11,7 @@ Rectangle {
     required property ChatViewModel chat
 
     implicitHeight: row.implicitHeight + 16
-    color: Theme.red
+    color: Theme.redFill
 
     RowLayout {
         id: row
@@ -59,6 +59,11 @@ Rectangle {
                                                                 : Qt.rgba(1, 1, 1, 0.15)
                 border.width: 1
                 border.color: Qt.rgba(1, 1, 1, 0.6)
+                FocusRing {
+                    shown: verifyAnyway.visualFocus
+                    radius: 8
+                    border.color: "white"
+                }
             }
             onClicked: banner.chat.setVerified()
         }

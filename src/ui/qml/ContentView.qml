@@ -18,6 +18,9 @@ Item {
         controller: content.controller
     }
 
+    // The main view while connected (for the window's title and menus).
+    readonly property Item mainView: content.shell.connected ? mainLoader.item : null
+
     Loader {
         id: connectionLoader
         objectName: "connectionLoader"

@@ -78,7 +78,7 @@ Item {
                     implicitWidth: Math.max(height, badgeText.implicitWidth + 12)
                     implicitHeight: badgeText.implicitHeight + 4
                     radius: height / 2
-                    color: Theme.accent
+                    color: Theme.accentFill
                     Text {
                         id: badgeText
                         anchors.centerIn: parent

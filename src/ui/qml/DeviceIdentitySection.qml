@@ -26,20 +26,24 @@ PaneSection {
             label: qsTrId("device.field.name")
             value: section.device.name
         }
-        ToolButton {
+        IconButton {
+            id: editNameButton
             objectName: "editNameButton"
-            icon.source: Look.iconSource("pencil")
-            icon.color: Theme.accent
-            icon.width: 14
-            icon.height: 14
-            onClicked: section.device.editName()
+            symbol: "pencil"
+            text: qsTrId("device.button.edit.name")
+            onClicked: {
+                section.device.editName()
+                nameEditor.forceActiveFocus()
+            }
         }
     }
     RowLayout {
         Layout.fillWidth: true
         visible: section.device.hasSelfInfo && section.device.editingName
         TextField {
+            id: nameEditor
             objectName: "nameEditor"
+            Accessible.name: qsTrId("device.field.name")
             Layout.fillWidth: true
             text: section.device.nameDraft
             placeholderText: qsTrId("device.field.name.placeholder")
@@ -48,6 +52,11 @@ PaneSection {
             font.pixelSize: Theme.calloutSize
             onTextEdited: section.device.nameDraft = text
             onAccepted: section.device.saveName()
+            // Escape leaves the editor and keeps the radio's name.
+            Keys.onEscapePressed: {
+                section.device.cancelNameEdit()
+                editNameButton.forceActiveFocus(Qt.TabFocusReason)
+            }
         }
         ProminentButton {
             objectName: "saveNameButton"

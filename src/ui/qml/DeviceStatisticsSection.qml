@@ -9,15 +9,24 @@ PaneSection {
 
     required property DeviceViewModel device
 
-    visible: device.statistics.length > 0
+    // Stays with its refresh button while the radio has not answered yet.
+    visible: device.hasSelfInfo || device.statistics.length > 0
     title: qsTrId("device.section.statistics")
-    header: ToolButton {
+    header: IconButton {
         objectName: "refreshButton"
-        icon.source: Look.iconSource("arrow.clockwise")
-        icon.color: Theme.accent
-        icon.width: 14
-        icon.height: 14
+        symbol: "arrow.clockwise"
+        text: qsTrId("device.button.refresh")
         onClicked: section.device.refresh()
+    }
+
+    Text {
+        objectName: "noStatistics"
+        Layout.fillWidth: true
+        visible: section.device.statistics.length === 0
+        text: qsTrId("device.statistics.empty")
+        color: Theme.secondaryText
+        font.pixelSize: Theme.calloutSize
+        wrapMode: Text.Wrap
     }
 
     Repeater {

@@ -19,6 +19,9 @@ ColumnLayout {
     }
     Text {
         Layout.alignment: Qt.AlignHCenter
+        Layout.maximumWidth: parent.width
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.WordWrap
         text: parent.title
         color: Theme.primaryText
         font.pixelSize: Theme.title3Size
@@ -26,7 +29,7 @@ ColumnLayout {
     }
     Text {
         Layout.alignment: Qt.AlignHCenter
-        Layout.maximumWidth: 360
+        Layout.fillWidth: true
         text: parent.message
         color: Theme.secondaryText
         font.pixelSize: Theme.bodySize

@@ -9,6 +9,7 @@ ApplicationWindow {
     required property MeshController controller
     // The Bluetooth adapter, for the connection screen's explanations.
     property QtObject bluetoothAdapter: null
+    readonly property Item mainView: content.mainView
 
     objectName: "talvenneWindow"
     width: 1120
@@ -16,7 +17,9 @@ ApplicationWindow {
     minimumWidth: 900
     minimumHeight: 600
     visible: true
-    title: "Talvenne"
+    // The open chat or node first, as desktops list windows by their title.
+    title: mainView && mainView.windowTitle.length > 0 ? mainView.windowTitle + " — Talvenne"
+                                                       : "Talvenne"
     color: Theme.window
 
     ShellModel {
@@ -27,14 +30,18 @@ ApplicationWindow {
     // Called by the application when a notification is clicked.
     function openConversation(key) { shell.open(key) }
 
-    // Drops the link while connected; absent otherwise.
-    Shortcut {
-        sequence: "Ctrl+Shift+D"
-        enabled: shell.connected
-        onActivated: shell.disconnectFromDevice()
+    menuBar: AppMenuBar {
+        shell: shell
+        mainView: window.mainView
+        onAboutRequested: aboutDialog.open()
+    }
+
+    AboutDialog {
+        id: aboutDialog
     }
 
     ContentView {
+        id: content
         anchors.fill: parent
         controller: window.controller
         shell: shell

@@ -18,12 +18,30 @@ Item {
     property bool showAddChannel: false
 
     readonly property string chatContactKey: mode === "messages" ? shell.currentChatContactKey : ""
+    // What the window's title names: the open chat with its subtitle, or the
+    // node shown; empty when the detail column is a placeholder.
+    readonly property string windowTitle: {
+        if (mode === "messages" && chatLoader.item)
+            return chatLoader.item.title + " – " + chatLoader.item.subtitle
+        if (mode === "nodes" && nodeDetailLoader.item)
+            return nodeDetailLoader.item.title
+        return ""
+    }
 
     objectName: "mainView"
 
     onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
 
     function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
+    function focusSearch() { sidebar.focusSearch() }
+
+    // Enter or a click on a sidebar row: the keyboard moves on to the detail.
+    function enterDetail() {
+        if (mode === "messages" && chatLoader.item)
+            chatLoader.item.focusComposer()
+        else if (mode === "nodes" && nodeDetailLoader.item)
+            nodeDetailLoader.item.focusFirstAction()
+    }
 
     Connections {
         target: main.shell
@@ -135,6 +153,8 @@ Item {
     }
 
     SplitView {
+        id: split
+        objectName: "columns"
         anchors.top: toolbar.bottom
         anchors.left: parent.left
         anchors.right: parent.right
@@ -148,15 +168,20 @@ Item {
 
         SidebarView {
             id: sidebar
+            // The sidebar and the inspector give up width, down to their
+            // minimums, before the detail drops below its own; so every
+            // window width from the minimum lays out without overflow.
             SplitView.minimumWidth: 270
             SplitView.preferredWidth: 310
-            SplitView.maximumWidth: 380
+            SplitView.maximumWidth: Math.max(270, Math.min(380, split.width - 2 - detail.SplitView.minimumWidth
+                                                            - (inspectorPane.visible ? 300 : 0)))
             controller: main.controller
             shell: main.shell
             mode: main.mode
             nodeSelection: main.nodeSelection
             onModePicked: (mode) => main.mode = mode
             onNodeSelected: (key) => main.nodeSelection = key
+            onRowActivated: Qt.callLater(main.enterDetail)
         }
 
         // --- Detail column
@@ -176,6 +201,10 @@ Item {
                 active: detail.showChat
                 Component.onCompleted: setSource("ChatView.qml", { controller: main.controller, conversationKey: Qt.binding(function () { return detail.conversationKey }) })
             }
+            Connections {
+                target: chatLoader.item
+                function onLeaveRequested() { sidebar.focusList() }
+            }
             EmptyDetail {
                 objectName: "conversationEmptyDetail"
                 anchors.fill: parent
@@ -185,6 +214,7 @@ Item {
                 message: qsTrId("main.empty.conversation.message")
             }
             Loader {
+                id: nodeDetailLoader
                 objectName: "nodeDetailLoader"
                 anchors.fill: parent
                 readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
@@ -210,11 +240,13 @@ Item {
 
         // --- Inspector
         Rectangle {
+            id: inspectorPane
             objectName: "inspector"
             visible: main.inspector.length > 0
             SplitView.minimumWidth: 300
             SplitView.preferredWidth: 340
-            SplitView.maximumWidth: 420
+            SplitView.maximumWidth: Math.max(300, Math.min(420, split.width - 2 - sidebar.width
+                                                            - detail.SplitView.minimumWidth))
             color: Theme.sidebarBackground
 
             Loader {

@@ -24,6 +24,7 @@ Item {
     required property string stateSymbol
     required property string stateTint
     required property var reportLines
+    required property string spokenText
 
     // Whether the delivery report is unfolded; belongs to this bubble only.
     property bool expanded: false
@@ -37,11 +38,14 @@ Item {
 
     implicitHeight: column.implicitHeight
 
+    Accessible.role: Accessible.ListItem
+    Accessible.name: spokenText
+
     // An unfolded card at the bottom of the list should not open out of sight;
     // the row grows once the card is laid out.
     function revealWhole() {
         if (bubbleRow.ListView.view)
-            bubbleRow.ListView.view.positionViewAtIndex(bubbleRow.index, ListView.Contain)
+            bubbleRow.ListView.view.revealRow(bubbleRow.index)
     }
     onImplicitHeightChanged: {
         if (expanded)
@@ -73,17 +77,17 @@ Item {
             implicitWidth: content.implicitWidth + 26
             implicitHeight: content.implicitHeight + 18
             radius: 17
-            color: Theme.controlBackground
+            color: bubbleRow.outgoing ? Theme.bubbleBase : Theme.controlBackground
 
             Rectangle {
                 anchors.fill: parent
                 radius: parent.radius
                 visible: bubbleRow.outgoing
                 gradient: Gradient {
-                    GradientStop { position: 0; color: Theme.accent }
+                    GradientStop { position: 0; color: Theme.accentFill }
                     GradientStop {
                         position: 1
-                        color: Qt.rgba(Theme.accent.r, Theme.accent.g, Theme.accent.b, 0.82)
+                        color: Qt.rgba(Theme.accentFill.r, Theme.accentFill.g, Theme.accentFill.b, 0.82)
                     }
                 }
             }
@@ -119,9 +123,10 @@ Item {
                     persistentSelection: false
                     activeFocusOnPress: true
                     color: bubbleRow.outgoing ? "white" : Theme.primaryText
-                    selectionColor: bubbleRow.outgoing ? Qt.rgba(1, 1, 1, 0.35) : Theme.accent
+                    selectionColor: bubbleRow.outgoing ? Qt.rgba(1, 1, 1, 0.35) : Theme.accentFill
                     selectedTextColor: "white"
                     font.pixelSize: Theme.bodySize
+                    Accessible.name: bubbleRow.spokenText
                     onLinkActivated: link => Qt.openUrlExternally(link)
                     onActiveFocusChanged: if (!activeFocus) deselect()
 
@@ -193,6 +198,10 @@ Item {
                 implicitHeight: 16
                 hoverEnabled: true
                 focusPolicy: Qt.NoFocus
+                text: qsTrId("chat.message.delivery.show.report")
+                Accessible.name: text
+                Accessible.checkable: true
+                Accessible.checked: bubbleRow.expanded
                 contentItem: Icon {
                     symbol: bubbleRow.ListView.view
                             ? bubbleRow.ListView.view.model.reportToggleSymbol(bubbleRow.expanded)

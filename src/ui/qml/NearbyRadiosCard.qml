@@ -49,7 +49,10 @@ Rectangle {
                 objectName: "scanSpinner"
                 visible: card.shell.scanning
                 running: visible
+                // Fusion pads its spinner; the slot is small enough already.
+                padding: 0
                 palette.text: Theme.accent
+                Accessible.name: card.shell.statusText
                 Layout.preferredWidth: 22
                 Layout.preferredHeight: 22
             }
@@ -86,6 +89,10 @@ Rectangle {
             clip: true
             spacing: 2
             model: devices
+            // Tab walks the rows themselves, not the list.
+            activeFocusOnTab: false
+            Accessible.role: Accessible.List
+            Accessible.name: qsTrId("connection.nearby.devices")
             boundsBehavior: Flickable.StopAtBounds
             delegate: DeviceRow {
                 required property int index
@@ -95,7 +102,7 @@ Rectangle {
                 name: model.name
                 rssi: model.rssi
                 rssiText: model.rssiText
-                onAction: {
+                onActivated: {
                     card.shell.dismissConnectionError()
                     devices.connectTo(index)
                 }

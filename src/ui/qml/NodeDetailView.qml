@@ -14,6 +14,14 @@ ScrollView {
     // Asks the main view to open the direct chat with this node.
     signal openChat
 
+    // For the window's title: the name, or the start of the key.
+    readonly property string title: node.title
+
+    // Enter on the node's row: the keyboard continues at its first button.
+    function focusFirstAction() {
+        (node.canMessage ? messageButton : resetPathButton).forceActiveFocus(Qt.TabFocusReason)
+    }
+
     objectName: "nodeDetailView"
     contentWidth: availableWidth
     clip: true
@@ -62,13 +70,16 @@ ScrollView {
             enabled: !node.busy
 
             ProminentButton {
+                id: messageButton
                 objectName: "messageButton"
+                symbol: "bubble.left.fill"
                 Layout.fillWidth: true
                 visible: node.canMessage
                 text: qsTrId("node.detail.button.message")
                 onClicked: view.openChat()
             }
             PaneButton {
+                id: resetPathButton
                 objectName: "resetPathButton"
                 text: qsTrId("node.detail.button.reset.path")
                 symbol: "arrow.triangle.2.circlepath"

@@ -35,6 +35,7 @@ Rectangle {
             systemImage: card.node.routingSymbol
             tint: Theme.tint(card.node.routingTint)
             value: card.node.routingText
+            selectable: true
         }
         Divider { visible: card.node.showsPathLength }
         InfoRow {
@@ -47,6 +48,7 @@ Rectangle {
             label: qsTrId("node.detail.path.length")
             systemImage: "arrow.left.and.right"
             value: card.node.pathLengthText
+            selectable: true
         }
         Divider {}
         InfoRow {
@@ -57,6 +59,7 @@ Rectangle {
             label: qsTrId("node.detail.last.seen")
             systemImage: "clock"
             value: card.node.lastSeenText
+            selectable: true
         }
     }
 }

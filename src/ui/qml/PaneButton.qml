@@ -25,7 +25,12 @@ Button {
             font.pixelSize: Theme.calloutSize
         }
     }
+    Accessible.name: text
     background: Rectangle {
+        FocusRing {
+            shown: button.visualFocus
+            radius: 11
+        }
         radius: 8
         color: button.down ? Theme.selection : button.hovered ? Qt.darker(Theme.controlBackground, 1.1) : Theme.controlBackground
     }

@@ -23,7 +23,7 @@ AbstractButton {
         radius: 9
         color: button.stops
                ? (button.hovered ? Theme.selection : Theme.controlBackground)
-               : (button.down ? Qt.darker(Theme.accent, 1.15) : Theme.accent)
+               : (button.down ? Qt.darker(Theme.accentFill, 1.15) : Theme.accentFill)
         border.color: button.stops ? Theme.separator : "transparent"
     }
     contentItem: RowLayout {
@@ -39,6 +39,11 @@ AbstractButton {
             font.pixelSize: Theme.bodySize
             font.weight: Font.Medium
         }
+    }
+    Accessible.name: text
+    FocusRing {
+        shown: button.visualFocus
+        radius: 12
     }
     onClicked: stops ? shell.stopScan() : shell.startScan()
 }

@@ -31,7 +31,12 @@ Button {
             }
         }
     }
+    Accessible.name: text
     background: Rectangle {
+        FocusRing {
+            shown: button.visualFocus
+            radius: 10
+        }
         radius: 7
         color: button.down ? Theme.selection : Theme.controlBackground
         border.width: 1

@@ -18,6 +18,9 @@ Rectangle {
 
     signal modePicked(string mode)
     signal nodeSelected(string key)
+    // Enter on the current row, or a click on one: the main view moves on to
+    // the detail (the composer of a chat). Arrow keys only select.
+    signal rowActivated()
 
     objectName: "sidebarView"
     color: Theme.sidebarBackground
@@ -40,6 +43,15 @@ Rectangle {
         running: true
         repeat: true
         onTriggered: conversations.now = new Date()
+    }
+
+    // Ctrl+F: into the search field, its text selected.
+    function focusSearch() {
+        searchField.forceActiveFocus(Qt.ShortcutFocusReason)
+        searchField.selectAll()
+    }
+    function focusList() {
+        list.forceActiveFocus(Qt.OtherFocusReason)
     }
 
     function selectRow(row) {
@@ -70,7 +82,13 @@ Rectangle {
             Layout.leftMargin: 10
             Layout.rightMargin: 10
             placeholderText: qsTrId(sidebar.nodesMode ? "sidebar.search.nodes" : "sidebar.search.conversations")
+            Accessible.name: placeholderText
             Keys.onDownPressed: { list.forceActiveFocus(); sidebar.selectRow(0) }
+            // Escape empties the search and goes back to the list.
+            Keys.onEscapePressed: {
+                clear()
+                sidebar.focusList()
+            }
         }
 
         Item {
@@ -83,6 +101,9 @@ Rectangle {
                 anchors.fill: parent
                 clip: true
                 focus: true
+                activeFocusOnTab: true
+                Accessible.role: Accessible.List
+                Accessible.name: qsTrId(sidebar.nodesMode ? "main.mode.nodes" : "main.mode.messages")
                 boundsBehavior: Flickable.StopAtBounds
                 model: sidebar.nodesMode ? nodes : conversations
                 currentIndex: sidebar.nodesMode ? nodes.rowOfKey(sidebar.nodeSelection)
@@ -94,6 +115,17 @@ Rectangle {
 
                 Keys.onUpPressed: sidebar.selectRow(Math.max(0, currentIndex - 1))
                 Keys.onDownPressed: sidebar.selectRow(Math.min(count - 1, currentIndex + 1))
+                // The Menu key or Shift+F10 opens the current row's context menu.
+                Keys.onPressed: (event) => {
+                    if (event.key === Qt.Key_Menu
+                            || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
+                        if (currentItem)
+                            currentItem.openMenu()
+                        event.accepted = true
+                    }
+                }
+                Keys.onReturnPressed: if (currentIndex >= 0) sidebar.rowActivated()
+                Keys.onEnterPressed: if (currentIndex >= 0) sidebar.rowActivated()
 
                 section.property: "section"
                 section.criteria: ViewSection.FullString
@@ -123,6 +155,14 @@ Rectangle {
                     width: ListView.view.width
                     height: loader.implicitHeight + 2
 
+                    Accessible.role: Accessible.ListItem
+                    Accessible.name: cell.model.spokenText
+                    Accessible.selectable: true
+                    Accessible.selected: cell.selected
+                    Accessible.onPressAction: sidebar.selectRow(cell.index)
+
+                    function openMenu() { contextMenu.popup(cell, 24, cell.height / 2) }
+
                     Rectangle {
                         anchors.fill: parent
                         anchors.leftMargin: 6
@@ -132,6 +172,9 @@ Rectangle {
                         radius: 8
                         color: cell.selected ? Theme.selection
                                              : hover.containsMouse ? Theme.controlBackground : "transparent"
+                        // The list has keyboard focus: its current row wears the ring.
+                        border.width: cell.selected && list.activeFocus ? 2 : 0
+                        border.color: Theme.focusRing
                     }
                     Loader {
                         id: loader
@@ -177,10 +220,12 @@ Rectangle {
                         acceptedButtons: Qt.LeftButton | Qt.RightButton
                         onClicked: (mouse) => {
                             list.forceActiveFocus()
-                            if (mouse.button === Qt.RightButton)
+                            if (mouse.button === Qt.RightButton) {
                                 contextMenu.popup()
-                            else
+                            } else {
                                 sidebar.selectRow(cell.index)
+                                sidebar.rowActivated()
+                            }
                         }
                     }
                     SidebarRowMenu {

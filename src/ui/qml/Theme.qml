@@ -14,15 +14,31 @@ QtObject {
     readonly property color barBackground: dark ? Qt.lighter(palette.window, 1.18) : Qt.darker(palette.window, 1.03)
     readonly property color sidebarBackground: dark ? Qt.darker(palette.window, 1.15) : Qt.darker(palette.window, 1.05)
     readonly property color primaryText: palette.windowText
-    readonly property color secondaryText: dark ? Qt.rgba(1, 1, 1, 0.55) : Qt.rgba(0, 0, 0, 0.5)
+    // Text colours keep at least 4.5:1 against every background they sit on
+    // (test_theme_contrast computes it).
+    readonly property color secondaryText: dark ? Qt.rgba(1, 1, 1, 0.6) : Qt.rgba(0, 0, 0, 0.6)
     readonly property color separator: dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.12)
-    readonly property color accent: dark ? "#0a84ff" : "#007aff"
+    // Icons, outlines and text in the accent colour.
+    readonly property color accent: dark ? "#0a84ff" : "#0058c4"
+    // Fills that carry white text: prominent buttons, badges, outgoing bubbles.
+    readonly property color accentFill: dark ? "#0058d0" : "#0058c4"
+    // Under an outgoing bubble's fading gradient, so its text keeps its
+    // contrast whatever lies behind the list.
+    readonly property color bubbleBase: dark ? "#003a8c" : "#003a80"
     readonly property color selection: Qt.rgba(accent.r, accent.g, accent.b, dark ? 0.35 : 0.18)
-    readonly property color green: dark ? "#30d158" : "#28a745"
-    readonly property color orange: dark ? "#ff9f0a" : "#f08c00"
+    // The ring around the control that has keyboard focus.
+    readonly property color focusRing: dark ? "#4da3ff" : "#0058c4"
+    readonly property color green: dark ? "#30d158" : "#1b7431"
+    readonly property color orange: dark ? "#ff9f0a" : "#a65500"
     readonly property color yellow: dark ? "#ffd60a" : "#e0b000"
-    readonly property color red: dark ? "#ff453a" : "#e5372b"
-    readonly property color blue: dark ? "#64d2ff" : "#0064d2"
+    readonly property color red: dark ? "#ff6961" : "#c62a1f"
+    readonly property color blue: dark ? "#64d2ff" : "#0058b8"
+    // Under white text: the conflict banner.
+    readonly property color redFill: dark ? "#c4302b" : "#c62a1f"
+    // An incoming bubble as drawn over the window.
+    readonly property color incomingBubble: Qt.tint(window, controlBackground)
+    // An @mention in an incoming bubble.
+    readonly property color mention: dark ? "#ff9f0a" : "#a65500"
 
     // Type sizes in pixels, after the desktop's usual text styles.
     readonly property int title2Size: 20

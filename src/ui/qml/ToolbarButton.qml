@@ -23,6 +23,12 @@ AbstractButton {
     ToolTip.delay: 600
     ToolTip.text: help
     Accessible.name: text
+    Accessible.description: help
+
+    FocusRing {
+        shown: button.visualFocus
+        radius: 10
+    }
 
     background: Rectangle {
         radius: 8

@@ -53,14 +53,15 @@ Rectangle {
                 font.pixelSize: Theme.captionSize
                 wrapMode: Text.Wrap
             }
-        }
-        SecondaryButton {
-            objectName: "verifyButton"
-            Layout.alignment: Qt.AlignVCenter
-            text: card.node.verifyButtonText
-            symbol: card.node.verifyButtonSymbol
-            tint: Theme.tint(card.node.verifyButtonTint)
-            onClicked: card.node.toggleVerified()
+            // Under the texts, so the pane's narrowest width keeps it whole.
+            SecondaryButton {
+                objectName: "verifyButton"
+                Layout.topMargin: 6
+                text: card.node.verifyButtonText
+                symbol: card.node.verifyButtonSymbol
+                tint: Theme.tint(card.node.verifyButtonTint)
+                onClicked: card.node.toggleVerified()
+            }
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "logic/relative_time.h"
 #include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
+#include "logic/spoken_text.h"
 
 using SidebarRows::ConversationEntry;
 
@@ -37,7 +38,7 @@ void ConversationListModel::setNow(const QDateTime& now) {
     if (m_now == now)
         return;
     m_now = now;
-    rowsChangedForRoles({TimeTextRole});
+    rowsChangedForRoles({TimeTextRole, SpokenTextRole});
     Q_EMIT nowChanged();
 }
 
@@ -92,6 +93,11 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
         return row.symbol.value_or(QString());
     case IsFavoriteRole:
         return row.isFavorite;
+    case SpokenTextRole:
+        return ViewLogic::conversationRowSpoken(
+            row.title, row.subtitle,
+            row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString(), row.unread,
+            row.isFavorite);
     }
     return {};
 }
@@ -106,6 +112,7 @@ QHash<int, QByteArray> ConversationListModel::roleNames() const {
         {TitleRole, "title"},
         {SubtitleRole, "subtitle"},
         {TimeTextRole, "timeText"},
+        {SpokenTextRole, "spokenText"},
         {UnreadRole, "unread"},
         {SeedRole, "seed"},
         {InitialsRole, "initials"},

@@ -41,6 +41,7 @@ public:
         InitialsRole,
         SymbolRole, // empty when the avatar shows initials
         IsFavoriteRole,
+        SpokenTextRole, // what a screen reader announces for the row
     };
     Q_ENUM(Role)
 

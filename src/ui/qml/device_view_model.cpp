@@ -128,6 +128,14 @@ void DeviceViewModel::editName() {
     Q_EMIT stateChanged();
 }
 
+void DeviceViewModel::cancelNameEdit() {
+    if (m_busy || !m_editingName)
+        return;
+    m_editingName = false;
+    m_nameDraft.clear();
+    Q_EMIT stateChanged();
+}
+
 void DeviceViewModel::saveName() {
     if (!canSaveName() || !m_controller)
         return;

@@ -73,6 +73,8 @@ public:
     QString txPowerText() const;
 
     Q_INVOKABLE void editName();
+    // Leaves the editor without saving; nothing while a save is under way.
+    Q_INVOKABLE void cancelNameEdit();
     Q_INVOKABLE void saveName();
     // The slider was let go: the radio gets its position, fraction dropped.
     Q_INVOKABLE void commitTxPower();

@@ -2,8 +2,10 @@
 
 #include "conversation_key.h"
 #include "logic/channel_sender.h"
+#include "logic/contrast.h"
 #include "logic/delivery_report.h"
 #include "logic/safe_text.h"
+#include "logic/spoken_text.h"
 #include "logic/text_segments.h"
 #include "look.h"
 
@@ -11,10 +13,6 @@
 #include <QVariantMap>
 
 namespace {
-
-// Mention and link tones on the accent gradient of outgoing bubbles.
-const QColor outgoingMentionColor = QColor::fromRgbF(1.0f, 0.85f, 0.4f);
-const QColor outgoingLinkColor = QColor::fromRgbF(0.7f, 0.9f, 1.0f);
 
 QString coloured(const QString& escaped, const QColor& color, bool underline) {
     return QStringLiteral("<span style=\"color:%1;%2\">%3</span>")
@@ -63,6 +61,15 @@ void MessageListModel::setIncomingMentionColor(const QColor& color) {
     m_mentionColor = color;
     if (m_count > 0)
         Q_EMIT dataChanged(index(0), index(m_count - 1), {RichTextRole});
+    Q_EMIT incomingColorsChanged();
+}
+
+void MessageListModel::setIncomingBubbleColor(const QColor& color) {
+    if (m_bubbleColor == color)
+        return;
+    m_bubbleColor = color;
+    if (m_count > 0)
+        Q_EMIT dataChanged(index(0), index(m_count - 1), {SenderColorRole});
     Q_EMIT incomingColorsChanged();
 }
 
@@ -135,8 +142,8 @@ QString MessageListModel::reportToggleSymbol(bool expanded) {
 QString MessageListModel::styledText(const QString& text, bool outgoing, const QColor& mentionColor,
                                      const QColor& linkColor) {
     using Kind = ViewLogic::TextSegment::Kind;
-    const QColor mention = outgoing ? outgoingMentionColor : mentionColor;
-    const QColor link = outgoing ? outgoingLinkColor : linkColor;
+    const QColor mention = outgoing ? MessageListModel::outgoingMentionColor() : mentionColor;
+    const QColor link = outgoing ? MessageListModel::outgoingLinkColor() : linkColor;
     QString html;
     html.reserve(text.size() * 2 + 64);
     for (const ViewLogic::TextSegment& segment : ViewLogic::segments(text)) {
@@ -193,7 +200,10 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return ViewLogic::safeName(channelSender().sender);
     case SenderColorRole: {
         const QString sender = channelSender().sender;
-        return sender.isEmpty() ? QColor() : ViewLogic::senderColor(sender);
+        if (sender.isEmpty())
+            return QColor();
+        const QColor color = ViewLogic::senderColor(sender);
+        return m_bubbleColor.isValid() ? ViewLogic::readableOn(color, m_bubbleColor) : color;
     }
     case SenderBadgeRole: {
         const QString sender = channelSender().sender;
@@ -222,6 +232,12 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
                                      {QStringLiteral("tint"), Look::tintName(line.tint)}});
         return lines;
     }
+    case SpokenTextRole: {
+        const ViewLogic::ChannelSender split = channelSender();
+        return ViewLogic::messageSpoken(split.sender, split.body,
+                                        ViewLogic::bubbleFooter(*message).time, outgoing,
+                                        message->deliveryState);
+    }
     }
     return {};
 }
@@ -243,5 +259,6 @@ QHash<int, QByteArray> MessageListModel::roleNames() const {
         {StateSymbolRole, "stateSymbol"},
         {StateTintRole, "stateTint"},
         {ReportLinesRole, "reportLines"},
+        {SpokenTextRole, "spokenText"},
     };
 }

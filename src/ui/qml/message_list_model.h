@@ -28,6 +28,10 @@ class MessageListModel : public QAbstractListModel {
                    NOTIFY incomingColorsChanged)
     Q_PROPERTY(QColor incomingLinkColor READ incomingLinkColor WRITE setIncomingLinkColor NOTIFY
                    incomingColorsChanged)
+    // The incoming bubble as drawn: sender names are deepened (or lightened)
+    // against it until they read at 4.5:1. Invalid: the names as they are.
+    Q_PROPERTY(QColor incomingBubbleColor READ incomingBubbleColor WRITE setIncomingBubbleColor
+                   NOTIFY incomingColorsChanged)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
 
 public:
@@ -53,10 +57,16 @@ public:
         StateTintRole,
         // The report card: a list of {symbol, text, tint}.
         ReportLinesRole,
+        // What a screen reader announces: sender, text, time, delivery state.
+        SpokenTextRole,
     };
     Q_ENUM(Role)
 
     explicit MessageListModel(QObject* parent = nullptr);
+
+    // Mention and link tones on the accent gradient of outgoing bubbles.
+    static QColor outgoingMentionColor() { return QColor::fromRgbF(1.0f, 0.85f, 0.4f); }
+    static QColor outgoingLinkColor() { return QColor::fromRgbF(0.7f, 0.9f, 1.0f); }
 
     MeshController* controller() const { return m_controller; }
     void setController(MeshController* controller);
@@ -66,6 +76,8 @@ public:
     void setIncomingMentionColor(const QColor& color);
     QColor incomingLinkColor() const { return m_linkColor; }
     void setIncomingLinkColor(const QColor& color);
+    QColor incomingBubbleColor() const { return m_bubbleColor; }
+    void setIncomingBubbleColor(const QColor& color);
     int count() const { return m_count; }
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -99,5 +111,6 @@ private:
     std::optional<ConversationID> m_target;
     QColor m_mentionColor{QColor::fromRgbF(1.0f, 0.58f, 0.0f)};
     QColor m_linkColor{QColor::fromRgbF(0.0f, 0.48f, 1.0f)};
+    QColor m_bubbleColor;
     int m_count = 0;
 };

@@ -2,9 +2,11 @@
 
 #include "controller/mesh_controller.h"
 #include "logic/conversation_row.h"
+#include "logic/node_details.h"
 #include "logic/node_symbols.h"
 #include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
+#include "logic/spoken_text.h"
 #include "look.h"
 
 using SidebarRows::NodeEntry;
@@ -65,6 +67,11 @@ QVariant NodeListModel::data(const QModelIndex& index, int role) const {
         return contact.latitude != 0 || contact.longitude != 0;
     case IsFavoriteRole:
         return entry.isFavorite;
+    case SpokenTextRole:
+        return ViewLogic::nodeRowSpoken(
+            ViewLogic::contactTitle(contact), MeshProtocol::displayName(contact.type),
+            contact.outPathLength, ViewLogic::hasPosition(contact.latitude, contact.longitude),
+            entry.isFavorite);
     }
     return {};
 }
@@ -81,5 +88,6 @@ QHash<int, QByteArray> NodeListModel::roleNames() const {
         {RouteTintRole, "routeTint"},
         {HasLocationRole, "hasLocation"},
         {IsFavoriteRole, "isFavorite"},
+        {SpokenTextRole, "spokenText"},
     };
 }

@@ -36,6 +36,7 @@ public:
         RouteTintRole, // a name for Theme.tint()
         HasLocationRole,
         IsFavoriteRole,
+        SpokenTextRole, // what a screen reader announces for the row
     };
     Q_ENUM(Role)
 

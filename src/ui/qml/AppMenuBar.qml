@@ -1,0 +1,113 @@
+import QtQuick
+import QtQuick.Controls
+import Talvenne
+
+// The window's menus: File (Disconnect while connected, Quit), View (the two
+// sidebar modes, Find, the inspector panes) and Help (About). Their
+// shortcuts work whether or not a menu is open.
+MenuBar {
+    id: bar
+
+    required property ShellModel shell
+    // The main view while connected, else null: the View items need it.
+    property Item mainView: null
+
+    signal aboutRequested()
+
+    objectName: "menuBar"
+
+    component BarItem: MenuItem {
+        // A hidden item takes no room in its menu.
+        height: visible ? implicitHeight : 0
+    }
+
+    Menu {
+        title: qsTrId("menu.file")
+        BarItem {
+            objectName: "disconnectMenuItem"
+            visible: bar.shell.connected
+            action: Action {
+                text: qsTrId("Disconnect")
+                shortcut: "Ctrl+Shift+D"
+                enabled: bar.shell.connected
+                onTriggered: bar.shell.disconnectFromDevice()
+            }
+        }
+        BarItem {
+            objectName: "quitMenuItem"
+            action: Action {
+                text: qsTrId("menu.file.quit")
+                shortcut: StandardKey.Quit
+                onTriggered: Qt.quit()
+            }
+        }
+    }
+    Menu {
+        title: qsTrId("menu.view")
+        BarItem {
+            objectName: "messagesMenuItem"
+            action: Action {
+                text: qsTrId("main.mode.messages")
+                shortcut: "Ctrl+1"
+                enabled: bar.mainView !== null
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.mode === "messages"
+                onTriggered: bar.mainView.mode = "messages"
+            }
+        }
+        BarItem {
+            objectName: "nodesMenuItem"
+            action: Action {
+                text: qsTrId("main.mode.nodes")
+                shortcut: "Ctrl+2"
+                enabled: bar.mainView !== null
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.mode === "nodes"
+                onTriggered: bar.mainView.mode = "nodes"
+            }
+        }
+        MenuSeparator {}
+        BarItem {
+            objectName: "findMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.find")
+                shortcut: StandardKey.Find
+                enabled: bar.mainView !== null
+                onTriggered: bar.mainView.focusSearch()
+            }
+        }
+        MenuSeparator {}
+        BarItem {
+            objectName: "conversationInfoMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.conversation.info")
+                shortcut: "Ctrl+I"
+                enabled: bar.mainView !== null && bar.mainView.chatContactKey.length > 0
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.inspector === "chatInfo"
+                onTriggered: bar.mainView.toggleInspector("chatInfo")
+            }
+        }
+        BarItem {
+            objectName: "deviceMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.device")
+                shortcut: "Ctrl+Shift+I"
+                enabled: bar.mainView !== null
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.inspector === "device"
+                onTriggered: bar.mainView.toggleInspector("device")
+            }
+        }
+    }
+    Menu {
+        title: qsTrId("menu.help")
+        BarItem {
+            objectName: "aboutMenuItem"
+            action: Action {
+                text: qsTrId("menu.help.about")
+                onTriggered: bar.aboutRequested()
+            }
+        }
+    }
+}
