@@ -15,6 +15,20 @@ MenuBar {
     signal aboutRequested()
 
     objectName: "menuBar"
+    // The platform's menu bar palette does not follow the application's, so
+    // the bar and its menus take the theme's colours (dark included).
+    palette.window: Theme.barBackground
+    palette.base: Theme.window
+    palette.button: Theme.barBackground
+    palette.windowText: Theme.primaryText
+    palette.buttonText: Theme.primaryText
+    palette.text: Theme.primaryText
+    palette.highlight: Theme.accentFill
+    palette.highlightedText: "white"
+    background: Rectangle {
+        implicitHeight: 26
+        color: Theme.barBackground
+    }
 
     component BarItem: MenuItem {
         // A hidden item takes no room in its menu.

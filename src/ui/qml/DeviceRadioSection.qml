@@ -76,6 +76,7 @@ PaneSection {
         }
         Slider {
             objectName: "txPowerSlider"
+            Accessible.name: qsTrId("device.field.tx.power")
             Layout.fillWidth: true
             from: 0
             to: section.device.txPowerMaximum

@@ -40,9 +40,9 @@ RowLayout {
         textFormat: TextEdit.PlainText
         readOnly: true
         selectByMouse: row.selectable
-        // Values are short; one line keeps the row's height stable.
-        wrapMode: TextEdit.NoWrap
-        clip: true
+        // One line where there is room; in a narrow pane a long value
+        // (a date) wraps rather than being cut.
+        wrapMode: TextEdit.Wrap
         color: row.valueColor
         selectionColor: Theme.selection
         font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize

@@ -32,6 +32,7 @@ ColumnLayout {
     TextArea {
         id: input
         Layout.fillWidth: true
+        Accessible.name: field.label
         placeholderText: field.placeholder
         placeholderTextColor: Theme.secondaryText
         color: Theme.primaryText

@@ -29,7 +29,7 @@ QtObject {
     // The ring around the control that has keyboard focus.
     readonly property color focusRing: dark ? "#4da3ff" : "#0058c4"
     readonly property color green: dark ? "#30d158" : "#1b7431"
-    readonly property color orange: dark ? "#ff9f0a" : "#a65500"
+    readonly property color orange: dark ? "#ff9f0a" : "#9a4f00"
     readonly property color yellow: dark ? "#ffd60a" : "#e0b000"
     readonly property color red: dark ? "#ff6961" : "#c62a1f"
     readonly property color blue: dark ? "#64d2ff" : "#0058b8"
@@ -38,7 +38,7 @@ QtObject {
     // An incoming bubble as drawn over the window.
     readonly property color incomingBubble: Qt.tint(window, controlBackground)
     // An @mention in an incoming bubble.
-    readonly property color mention: dark ? "#ff9f0a" : "#a65500"
+    readonly property color mention: dark ? "#ff9f0a" : "#9a4f00"
 
     // Type sizes in pixels, after the desktop's usual text styles.
     readonly property int title2Size: 20
