@@ -14,7 +14,8 @@ Popup {
     modal: true
     focus: true
     anchors.centerIn: Overlay.overlay
-    width: 460
+    // Wide enough for every way's title in one row, whatever the language.
+    width: Math.max(460, modes.naturalWidth + leftPadding + rightPadding)
     padding: 22
     closePolicy: Popup.CloseOnEscape
 
@@ -72,6 +73,12 @@ Popup {
                 Layout.fillWidth: true
                 currentIndex: form.mode
                 onCurrentIndexChanged: form.mode = currentIndex
+                readonly property real naturalWidth: {
+                    let total = spacing * Math.max(0, count - 1)
+                    for (let i = 0; i < count; ++i)
+                        total += itemAt(i).implicitWidth
+                    return total
+                }
                 Repeater {
                     model: form.modeTitles
                     TabButton {
