@@ -184,8 +184,16 @@ void NotificationManager::close(uint id) {
 }
 
 void NotificationManager::onActivationToken(uint id, const QString& token) {
-    // Sent just before ActionInvoked for the same notification.
-    m_tokens.insert(id, token);
+    // Sent just before ActionInvoked for the same notification; the server
+    // sends them for every application's notifications, so keep only ours.
+    if (id == 0)
+        return;
+    for (const Shown& shown : std::as_const(m_shown)) {
+        if (shown.id == id) {
+            m_tokens.insert(id, token);
+            return;
+        }
+    }
 }
 
 void NotificationManager::onActionInvoked(uint id, const QString& actionKey) {

@@ -217,6 +217,28 @@ private Q_SLOTS:
         QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 0);
     }
 
+    // What the application does when a notification is clicked: whatever the
+    // list mode, the conversation opens and is read, so its notification goes.
+    void openingFromANotificationShowsTheConversation() {
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        m_rig->controller->setApplicationActive(false);
+        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
+        const auto target = ConversationID::contact(aino->publicKey);
+        m_rig->controller->appendMessage(incomingMessage(QStringLiteral("moi"), m_rig->clock.now()),
+                                         target);
+        QCOMPARE(m_rig->controller->totalUnreadCount(), 1);
+        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
+
+        QVERIFY(QMetaObject::invokeMethod(root(), "openConversation",
+                                          Q_ARG(QVariant, target.conversationKey())));
+        QCOMPARE(find("mainView")->property("mode").toString(), QStringLiteral("messages"));
+        QCOMPARE(m_rig->controller->selectedConversation(), target);
+        QCOMPARE(m_rig->controller->totalUnreadCount(), 0);
+        QCOMPARE(m_rig->notifier.withdrawn, QStringList{target.conversationKey()});
+        QTRY_VERIFY(shows("messageList"));
+    }
+
     void nodesModeListsNodesAndSearches() {
         QVERIFY(m_rig->connect());
         QTRY_VERIFY(shows("mainView"));

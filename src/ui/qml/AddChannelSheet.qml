@@ -14,7 +14,8 @@ Popup {
     modal: true
     focus: true
     anchors.centerIn: Overlay.overlay
-    width: 460
+    // Wide enough for every way's title in one row, whatever the language.
+    width: Math.max(460, modes.implicitWidth + leftPadding + rightPadding)
     padding: 22
     closePolicy: Popup.CloseOnEscape
 
@@ -67,6 +68,7 @@ Popup {
                 font.weight: Font.DemiBold
             }
             SegmentedControl {
+                id: modes
                 objectName: "modePicker"
                 Layout.fillWidth: true
                 accessibleName: qsTrId("add.channel.type")

@@ -56,21 +56,25 @@ ScrollView {
             Layout.rightMargin: 12
             node: node
         }
-        // One above the other: side by side they do not fit the pane's
-        // narrowest width.
-        ColumnLayout {
+        // Side by side while both titles fit, else one above the other.
+        GridLayout {
             Layout.fillWidth: true
             Layout.leftMargin: 12
             Layout.rightMargin: 12
             Layout.bottomMargin: 16
-            spacing: 8
+            columnSpacing: 8
+            rowSpacing: 8
+            columns: resetPath.implicitWidth + favorite.implicitWidth + columnSpacing
+                     <= view.availableWidth - 24 ? 2 : 1
             PaneButton {
+                id: resetPath
                 objectName: "resetPathButton"
                 text: qsTrId("node.detail.button.reset.path")
                 symbol: "arrow.triangle.2.circlepath"
                 onClicked: node.resetPath()
             }
             PaneButton {
+                id: favorite
                 objectName: "favoriteButton"
                 text: qsTrId(node.isFavorite ? "node.detail.button.favorite.remove"
                                              : "node.detail.button.favorite.add")

@@ -18,6 +18,16 @@ Rectangle {
             activated(index)
     }
 
+    // Wide enough for every segment to show its whole title.
+    implicitWidth: {
+        let widest = 0
+        for (let i = 0; i < repeater.count; ++i) {
+            const item = repeater.itemAt(i)
+            if (item)
+                widest = Math.max(widest, item.titleWidth)
+        }
+        return 4 + repeater.count * (widest + 16)
+    }
     implicitHeight: 30
     radius: 8
     color: Theme.controlBackground
@@ -49,12 +59,14 @@ Rectangle {
         anchors.fill: parent
         anchors.margins: 2
         Repeater {
+            id: repeater
             model: control.segments
             delegate: MouseArea {
                 id: segment
                 required property var modelData
                 required property int index
                 readonly property bool chosen: control.currentIndex === index
+                readonly property real titleWidth: label.implicitWidth + (icon.visible ? 19 : 0)
                 objectName: "segment_" + (modelData.name || index)
                 width: parent.width / control.segments.length
                 height: parent.height
@@ -71,6 +83,7 @@ Rectangle {
                     anchors.centerIn: parent
                     spacing: 6
                     Icon {
+                        id: icon
                         anchors.verticalCenter: parent.verticalCenter
                         visible: (segment.modelData.symbol || "").length > 0
                         symbol: segment.modelData.symbol || ""
@@ -78,6 +91,7 @@ Rectangle {
                         color: segment.chosen ? Theme.primaryText : Theme.secondaryText
                     }
                     Text {
+                        id: label
                         anchors.verticalCenter: parent.verticalCenter
                         width: Math.min(implicitWidth, segment.width - 8)
                         text: segment.modelData.title
