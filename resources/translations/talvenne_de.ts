@@ -303,6 +303,46 @@
         <source>Stop</source>
         <translation>Stopp</translation>
     </message>
+    <message id="connection.bluetooth.no.service">
+        <source>The Bluetooth service is not running</source>
+        <translation>Der Bluetooth-Dienst läuft nicht</translation>
+    </message>
+    <message id="connection.bluetooth.no.service.detail">
+        <source>Talvenne reaches radios through the system's Bluetooth service (BlueZ). Start it, for example with “systemctl start bluetooth”; Talvenne notices when it is running.</source>
+        <translation>Talvenne erreicht Funkgeräte über den Bluetooth-Dienst des Systems (BlueZ). Starten Sie ihn, zum Beispiel mit „systemctl start bluetooth“; Talvenne bemerkt, sobald er läuft.</translation>
+    </message>
+    <message id="connection.bluetooth.no.adapter">
+        <source>No Bluetooth adapter</source>
+        <translation>Kein Bluetooth-Adapter</translation>
+    </message>
+    <message id="connection.bluetooth.no.adapter.detail">
+        <source>The Bluetooth service has no adapter to use. Plug one in, or unblock it if it is switched off with a radio switch or rfkill.</source>
+        <translation>Der Bluetooth-Dienst hat keinen Adapter. Schließen Sie einen an oder geben Sie ihn frei, falls er mit einem Funkschalter oder rfkill gesperrt ist.</translation>
+    </message>
+    <message id="connection.bluetooth.off">
+        <source>Bluetooth is off</source>
+        <translation>Bluetooth ist aus</translation>
+    </message>
+    <message id="connection.bluetooth.off.detail">
+        <source>Turn Bluetooth on to find radios nearby.</source>
+        <translation>Schalten Sie Bluetooth ein, um Funkgeräte in der Nähe zu finden.</translation>
+    </message>
+    <message id="connection.bluetooth.off.detail.settings">
+        <source>The system did not let Talvenne turn it on. Turn Bluetooth on in the system settings to find radios nearby.</source>
+        <translation>Das System hat Talvenne nicht erlaubt, Bluetooth einzuschalten. Schalten Sie es in den Systemeinstellungen ein, um Funkgeräte in der Nähe zu finden.</translation>
+    </message>
+    <message id="connection.bluetooth.not.permitted">
+        <source>Talvenne may not use Bluetooth</source>
+        <translation>Talvenne darf Bluetooth nicht verwenden</translation>
+    </message>
+    <message id="connection.bluetooth.not.permitted.detail">
+        <source>The system does not let this user talk to the Bluetooth service. Ask the administrator to allow it, for example by adding you to the “bluetooth” group.</source>
+        <translation>Das System erlaubt diesem Benutzer keinen Zugriff auf den Bluetooth-Dienst. Bitten Sie die Verwaltung, ihn zu erlauben, zum Beispiel indem Sie in die Gruppe „bluetooth“ aufgenommen werden.</translation>
+    </message>
+    <message id="connection.bluetooth.power.on">
+        <source>Turn Bluetooth On</source>
+        <translation>Bluetooth einschalten</translation>
+    </message>
     <message id="add.contact.title">
         <source>Add Contact</source>
         <translation>Kontakt hinzufügen</translation>
@@ -671,6 +711,14 @@
         <source>Open in OpenStreetMap</source>
         <translation>In OpenStreetMap öffnen</translation>
     </message>
+    <message id="history.save.failed">
+        <source>History could not be saved: %1</source>
+        <translation>Verlauf konnte nicht gespeichert werden: %1</translation>
+    </message>
+    <message id="history.error.locked">
+        <source>Talvenne is already running (process %1) and keeps it</source>
+        <translation>Talvenne läuft bereits (Prozess %1) und verwaltet ihn</translation>
+    </message>
     <message id="notification.body.count" numerus="yes">
         <source>%n new messages</source>
         <translation>
@@ -701,6 +749,98 @@
     <message id="date.format.day.month.year">
         <source>d MMM yyyy</source>
         <translation>d. MMM yyyy</translation>
+    </message>
+    <message id="Disconnect">
+        <source>Disconnect</source>
+        <translation>Trennen</translation>
+    </message>
+    <message id="menu.file">
+        <source>&amp;File</source>
+        <translation>&amp;Datei</translation>
+    </message>
+    <message id="menu.file.quit">
+        <source>&amp;Quit</source>
+        <translation>&amp;Beenden</translation>
+    </message>
+    <message id="menu.view">
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message id="menu.view.find">
+        <source>Find</source>
+        <translation>Suchen</translation>
+    </message>
+    <message id="menu.view.conversation.info">
+        <source>Conversation Info</source>
+        <translation>Unterhaltungsinfo</translation>
+    </message>
+    <message id="menu.view.device">
+        <source>Device</source>
+        <translation>Gerät</translation>
+    </message>
+    <message id="menu.help">
+        <source>&amp;Help</source>
+        <translation>&amp;Hilfe</translation>
+    </message>
+    <message id="menu.help.about">
+        <source>About Talvenne</source>
+        <translation>Über Talvenne</translation>
+    </message>
+    <message id="about.version">
+        <source>Version %1</source>
+        <translation>Version %1</translation>
+    </message>
+    <message id="about.description">
+        <source>A chat client for LoRa mesh radios: your contacts, channels and the radio itself, over Bluetooth.</source>
+        <translation>Ein Chat-Programm für LoRa-Mesh-Funkgeräte: Ihre Kontakte, Kanäle und das Funkgerät selbst, über Bluetooth.</translation>
+    </message>
+    <message id="about.close">
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message id="main.mode.picker">
+        <source>Show</source>
+        <translation>Anzeigen</translation>
+    </message>
+    <message id="chat.composer.send">
+        <source>Send</source>
+        <translation>Senden</translation>
+    </message>
+    <message id="chat.verify.name">
+        <source>Key verification</source>
+        <translation>Schlüsselprüfung</translation>
+    </message>
+    <message id="device.button.edit.name">
+        <source>Edit name</source>
+        <translation>Namen bearbeiten</translation>
+    </message>
+    <message id="device.button.refresh">
+        <source>Refresh statistics</source>
+        <translation>Statistik aktualisieren</translation>
+    </message>
+    <message id="device.statistics.empty">
+        <source>The radio has not sent its statistics yet.</source>
+        <translation>Das Funkgerät hat seine Statistik noch nicht gesendet.</translation>
+    </message>
+    <message id="spoken.favorite">
+        <source>Favourite</source>
+        <translation>Favorit</translation>
+    </message>
+    <message id="spoken.unread">
+        <source>%1 unread</source>
+        <translation>%1 ungelesen</translation>
+    </message>
+    <message id="spoken.routing">
+        <source>%1 routing</source>
+        <translation>Routing: %1</translation>
+    </message>
+    <message id="spoken.has.position">
+        <source>Has a position</source>
+        <translation>Hat eine Position</translation>
+    </message>
+    <message id="spoken.you">
+        <source>You</source>
+        <translation>Sie</translation>
     </message>
 </context>
 </TS>
