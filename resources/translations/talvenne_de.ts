@@ -309,7 +309,7 @@
     </message>
     <message id="connection.bluetooth.no.service.detail">
         <source>Talvenne reaches radios through the system's Bluetooth service (BlueZ). Start it, for example with “systemctl start bluetooth”; Talvenne notices when it is running.</source>
-        <translation>Talvenne erreicht Funkgeräte über den Bluetooth-Dienst des Systems (BlueZ). Starten Sie ihn, zum Beispiel mit „systemctl start bluetooth“; Talvenne bemerkt, sobald er läuft.</translation>
+        <translation>Talvenne erreicht Funkgeräte über den Bluetooth-Dienst des Systems (BlueZ). Starte ihn, zum Beispiel mit „systemctl start bluetooth“; Talvenne bemerkt, sobald er läuft.</translation>
     </message>
     <message id="connection.bluetooth.no.adapter">
         <source>No Bluetooth adapter</source>
@@ -317,7 +317,7 @@
     </message>
     <message id="connection.bluetooth.no.adapter.detail">
         <source>The Bluetooth service has no adapter to use. Plug one in, or unblock it if it is switched off with a radio switch or rfkill.</source>
-        <translation>Der Bluetooth-Dienst hat keinen Adapter. Schließen Sie einen an oder geben Sie ihn frei, falls er mit einem Funkschalter oder rfkill gesperrt ist.</translation>
+        <translation>Der Bluetooth-Dienst hat keinen Adapter. Schließ einen an oder gib ihn frei, falls er mit einem Funkschalter oder rfkill gesperrt ist.</translation>
     </message>
     <message id="connection.bluetooth.off">
         <source>Bluetooth is off</source>
@@ -325,11 +325,11 @@
     </message>
     <message id="connection.bluetooth.off.detail">
         <source>Turn Bluetooth on to find radios nearby.</source>
-        <translation>Schalten Sie Bluetooth ein, um Funkgeräte in der Nähe zu finden.</translation>
+        <translation>Schalte Bluetooth ein, um Funkgeräte in der Nähe zu finden.</translation>
     </message>
     <message id="connection.bluetooth.off.detail.settings">
         <source>The system did not let Talvenne turn it on. Turn Bluetooth on in the system settings to find radios nearby.</source>
-        <translation>Das System hat Talvenne nicht erlaubt, Bluetooth einzuschalten. Schalten Sie es in den Systemeinstellungen ein, um Funkgeräte in der Nähe zu finden.</translation>
+        <translation>Das System hat Talvenne nicht erlaubt, Bluetooth einzuschalten. Schalte es in den Systemeinstellungen ein, um Funkgeräte in der Nähe zu finden.</translation>
     </message>
     <message id="connection.bluetooth.not.permitted">
         <source>Talvenne may not use Bluetooth</source>
@@ -337,7 +337,7 @@
     </message>
     <message id="connection.bluetooth.not.permitted.detail">
         <source>The system does not let this user talk to the Bluetooth service. Ask the administrator to allow it, for example by adding you to the “bluetooth” group.</source>
-        <translation>Das System erlaubt diesem Benutzer keinen Zugriff auf den Bluetooth-Dienst. Bitten Sie die Verwaltung, ihn zu erlauben, zum Beispiel indem Sie in die Gruppe „bluetooth“ aufgenommen werden.</translation>
+        <translation>Das System erlaubt diesem Benutzer keinen Zugriff auf den Bluetooth-Dienst. Bitte die Verwaltung, ihn zu erlauben, zum Beispiel indem sie dich in die Gruppe „bluetooth“ aufnimmt.</translation>
     </message>
     <message id="connection.bluetooth.power.on">
         <source>Turn Bluetooth On</source>
@@ -792,7 +792,7 @@
     </message>
     <message id="about.description">
         <source>A chat client for LoRa mesh radios: your contacts, channels and the radio itself, over Bluetooth.</source>
-        <translation>Ein Chat-Programm für LoRa-Mesh-Funkgeräte: Ihre Kontakte, Kanäle und das Funkgerät selbst, über Bluetooth.</translation>
+        <translation>Ein Chat-Programm für LoRa-Mesh-Funkgeräte: deine Kontakte, Kanäle und das Funkgerät selbst, über Bluetooth.</translation>
     </message>
     <message id="about.close">
         <source>Close</source>
@@ -840,7 +840,7 @@
     </message>
     <message id="spoken.you">
         <source>You</source>
-        <translation>Sie</translation>
+        <translation>Du</translation>
     </message>
 </context>
 </TS>
