@@ -306,7 +306,6 @@ private Q_SLOTS:
         const QStringList expected{
             ViewLogic::safeName(m_names.at(0)),                    // row, header, node
             ViewLogic::safeName(m_names.at(2)),                    // an override
-            ViewLogic::safeName(m_names.at(6)),                    // Arabic
             ViewLogic::safePreview(imageText),                     // the sidebar preview
             ViewLogic::safeName(QStringLiteral("<b>Mallory</b>")), // a channel sender
             ViewLogic::safeName(QStringLiteral("\u202Eyrollam\u2069")),
