@@ -42,6 +42,10 @@ class TestWindowAccess : public QObject {
         QTest::keyClick(window(), Qt::Key(key), modifiers);
         QTest::qWait(10);
     }
+    void type(const QString& text) {
+        for (const QChar c : text)
+            QTest::keyClick(window(), c.toLatin1());
+    }
     // Presses Tab until the item of that name has the focus; false after a
     // whole round without reaching it.
     bool tabTo(const char* name, QQuickItem* within = nullptr, int most = 60) {
@@ -124,7 +128,7 @@ private Q_SLOTS:
         // Enter moves into the composer; typing and Return send.
         key(Qt::Key_Return);
         QTRY_COMPARE(focusName(), QStringLiteral("composerText"));
-        QTest::keyClicks(window(), QStringLiteral("hi"));
+        type(QStringLiteral("hi"));
         key(Qt::Key_Return);
         QTRY_VERIFY(find("messageList")->property("count").toInt() >= 1);
         QCOMPARE(m_rig->controller->conversations()
@@ -139,7 +143,7 @@ private Q_SLOTS:
         // Ctrl+F searches; Escape clears the search and returns to the list.
         key(Qt::Key_F, Qt::ControlModifier);
         QCOMPARE(focusName(), QStringLiteral("sidebarSearch"));
-        QTest::keyClicks(window(), QStringLiteral("zz"));
+        type(QStringLiteral("zz"));
         QCOMPARE(find("sidebarSearch")->property("text").toString(), QStringLiteral("zz"));
         key(Qt::Key_Escape);
         QCOMPARE(find("sidebarSearch")->property("text").toString(), QString());
@@ -197,7 +201,7 @@ private Q_SLOTS:
         QVERIFY(tabTo("editNameButton"));
         key(Qt::Key_Space);
         QTRY_COMPARE(focusName(), QStringLiteral("nameEditor"));
-        QTest::keyClicks(window(), QStringLiteral("XYZ"));
+        type(QStringLiteral("XYZ"));
         m_rig->radio.clearWrittenFrames();
         key(Qt::Key_Escape);
         advance(2s);
