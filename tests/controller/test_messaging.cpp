@@ -318,10 +318,10 @@ private Q_SLOTS:
         const auto alice = ConversationID::contact(keyOf('a'));
         const auto channel = ConversationID::channel(2);
         rig.connectQuietly();
-        rig.controller->sendMessage(QStringLiteral("in flight"), channel);
         rig.controller->sendMessage(QStringLiteral("waiting"), alice);
-        rig.controller->sendMessage(QStringLiteral("mid-send"), alice);
         rig.deliver(Events::MessageSent{0, 0xff, 4000});
+        rig.controller->sendMessage(QStringLiteral("in flight"), channel);
+        rig.controller->sendMessage(QStringLiteral("mid-send"), alice);
         const QUuid waiting =
             rig.controller->conversations()["contact:" + keyOf('a')].messages[0].id;
         rig.store->flush();

@@ -33,8 +33,8 @@ private Q_SLOTS:
     void rolesAreNamedFromUserRolePlusOne() {
         MessageListModel model;
         const QHash<int, QByteArray> roles = model.roleNames();
-        QCOMPARE(roles.size(), MessageListModel::ReportLinesRole - MessageListModel::IdRole + 1);
-        for (int role = MessageListModel::IdRole; role <= MessageListModel::ReportLinesRole; ++role)
+        QCOMPARE(roles.size(), MessageListModel::SpokenTextRole - MessageListModel::IdRole + 1);
+        for (int role = MessageListModel::IdRole; role <= MessageListModel::SpokenTextRole; ++role)
             QVERIFY2(roles.contains(role), QByteArray::number(role).constData());
         QCOMPARE(MessageListModel::IdRole, Qt::UserRole + 1);
     }

@@ -4,6 +4,7 @@
 #include "shell_model.h"
 #include "shell_rig.h"
 #include "sim/demo_link.h"
+#include "translations.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -40,7 +41,10 @@ class TestShellModels : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { TestSupport::isolateFromUserFiles(); }
+    void initTestCase() {
+        TestSupport::isolateFromUserFiles();
+        QVERIFY(installTranslations(*QCoreApplication::instance(), QLocale(QLocale::English)));
+    }
 
     void incomingMessageChangesOnlyItsRow_data();
     void incomingMessageChangesOnlyItsRow();
@@ -163,7 +167,8 @@ void TestShellModels::nowRefreshesOnlyTheTimes() {
     model.setNow(rig.clock.now().addSecs(5 * 60));
     QCOMPARE(changed.count(), 1);
     QCOMPARE(changed.first().at(2).value<QList<int>>(),
-             QList<int>{ConversationListModel::TimeTextRole});
+             (QList<int>{ConversationListModel::TimeTextRole,
+                         ConversationListModel::SpokenTextRole}));
     QCOMPARE(model.index(row).data(ConversationListModel::TimeTextRole).toString(),
              QStringLiteral("5m"));
 }
