@@ -166,9 +166,9 @@ void TestShellModels::nowRefreshesOnlyTheTimes() {
     QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
     model.setNow(rig.clock.now().addSecs(5 * 60));
     QCOMPARE(changed.count(), 1);
-    QCOMPARE(changed.first().at(2).value<QList<int>>(),
-             (QList<int>{ConversationListModel::TimeTextRole,
-                         ConversationListModel::SpokenTextRole}));
+    QCOMPARE(
+        changed.first().at(2).value<QList<int>>(),
+        (QList<int>{ConversationListModel::TimeTextRole, ConversationListModel::SpokenTextRole}));
     QCOMPARE(model.index(row).data(ConversationListModel::TimeTextRole).toString(),
              QStringLiteral("5m"));
 }
