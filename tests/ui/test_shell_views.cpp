@@ -352,7 +352,7 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(folder));
         save(QStringLiteral("kept"));
         QTRY_VERIFY(!shows("historyWarning"));
-        QTRY_COMPARE(main->mapToScene({0, 0}).y(), 0.0);
+        QTRY_COMPARE(main->mapToScene({0, 0}).y(), warning->mapToScene({0, 0}).y());
         QCOMPARE(m_rig->savedHistory()->size(), m_rig->controller->conversations().size());
     }
 };
