@@ -45,7 +45,7 @@ done
 depends=$(dpkg-deb -f "$deb" Depends)
 for needed in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6dbus6 libqt6bluetooth6 libqt6quick6 \
               qml6-module-qtquick-controls; do
-  grep -qE "(^|, )$needed( |,|$)" <<<"$depends" || fail "Depends lacks $needed: $depends"
+  grep -qF ", $needed " <<<", $depends " || grep -qF ", $needed," <<<", $depends," || fail "Depends lacks $needed: $depends"
 done
 [[ $(dpkg-deb -f "$deb" Package) == talvenne ]] || fail "package name"
 [[ $(dpkg-deb -f "$deb" Version) == "$version" ]] || fail "package version"
