@@ -125,13 +125,7 @@ void BluetoothTransport::disconnectFromDevice() {
     qCDebug(lcLink) << "disconnect requested";
     cancelPendingReconnection();
     cancelConnectTimer();
-    m_connectingDevice.reset();
-    m_connectRetries = 0;
-    if (m_peripheral)
-        m_adapter->cancelConnection();
-    m_peripheral.reset();
-    clearCharacteristics();
-    setState(TransportState::disconnected);
+    endLink();
 }
 
 void BluetoothTransport::write(const QByteArray& frame) {
@@ -178,13 +172,19 @@ void BluetoothTransport::loseLinkWithPower() {
     if (!hadLink)
         return;
     qCDebug(lcLink) << "link lost with Bluetooth";
+    // The listener clears everything of the link before it hears why.
+    endLink();
+}
+
+// Forgets the radio and everything found on it, cancels any attempt at the
+// platform and reports the link as disconnected.
+void BluetoothTransport::endLink() {
     m_connectingDevice.reset();
     m_connectRetries = 0;
     if (m_peripheral)
         m_adapter->cancelConnection();
     m_peripheral.reset();
     clearCharacteristics();
-    // The listener clears everything of the link before it hears why.
     setState(TransportState::disconnected);
 }
 

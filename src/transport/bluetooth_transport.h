@@ -82,6 +82,7 @@ private:
     void loseLinkWithPower();
     static std::optional<QString> failureText(const std::optional<BleAdapter::Error>& error);
     void clearCharacteristics();
+    void endLink();
 
     BleAdapter* m_adapter;
     QPointer<Clock> m_clock;

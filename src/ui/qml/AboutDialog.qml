@@ -32,6 +32,7 @@ Dialog {
             Accessible.ignored: true
         }
         Text {
+            textFormat: Text.PlainText
             Layout.alignment: Qt.AlignHCenter
             text: "Talvenne"
             color: Theme.primaryText
@@ -39,6 +40,7 @@ Dialog {
             font.weight: Font.DemiBold
         }
         Text {
+            textFormat: Text.PlainText
             objectName: "aboutVersion"
             Layout.alignment: Qt.AlignHCenter
             text: qsTrId("about.version").arg(Qt.application.version)
@@ -46,6 +48,7 @@ Dialog {
             font.pixelSize: Theme.calloutSize
         }
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: qsTrId("about.description")
             color: Theme.primaryText

@@ -62,6 +62,7 @@ Popup {
             Layout.fillWidth: true
             spacing: 4
             Text {
+                textFormat: Text.PlainText
                 text: qsTrId("add.channel.type")
                 color: Theme.primaryText
                 font.pixelSize: Theme.calloutSize
@@ -112,6 +113,7 @@ Popup {
             onReturnPressed: sheet.defaultAction()
         }
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             visible: text.length > 0
             text: form.explanation
@@ -127,6 +129,7 @@ Popup {
             visible: sheet.showsSecret
             spacing: 6
             Text {
+                textFormat: Text.PlainText
                 text: qsTrId("add.channel.share.title")
                 color: Theme.primaryText
                 font.pixelSize: Theme.calloutSize
@@ -144,6 +147,7 @@ Popup {
                     TextEdit {
                         Layout.fillWidth: true
                         text: form.createdSecret
+                        textFormat: TextEdit.PlainText
                         readOnly: true
                         selectByMouse: true
                         wrapMode: TextEdit.WrapAnywhere

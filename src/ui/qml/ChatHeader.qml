@@ -71,6 +71,7 @@ Rectangle {
                     color: Theme.tint(header.chat.verificationTint)
                 }
                 Text {
+                    textFormat: Text.PlainText
                     anchors.verticalCenter: parent.verticalCenter
                     text: header.chat.keyPrefix
                     color: Theme.secondaryText
