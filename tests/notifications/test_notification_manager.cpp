@@ -147,11 +147,14 @@ private:
 
     // One call from the application's connection to the server, answered.
     // Messages from one connection arrive in order, so anything the manager
-    // sent before has been handled by the server by then.
+    // sent before has been handled by the server by then. The answers reach
+    // this thread in order too: once this one's watcher has fired, the
+    // manager has seen every earlier answer and acted on it.
     bool serverHasCaughtUp() {
-        const QDBusPendingCall pending = appBus().asyncCall(QDBusMessage::createMethodCall(
-            serviceName, servicePath, serviceName, u"GetCapabilities"_s));
-        return QTest::qWaitFor([&] { return pending.isFinished(); }, 5000) && !pending.isError();
+        QDBusPendingCallWatcher watcher(appBus().asyncCall(QDBusMessage::createMethodCall(
+            serviceName, servicePath, serviceName, u"GetCapabilities"_s)));
+        QSignalSpy finished(&watcher, &QDBusPendingCallWatcher::finished);
+        return finished.wait(5000) && !watcher.isError();
     }
 
     // A signal of the server's, as a desktop sends it on a click or a dismissal.
@@ -301,6 +304,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_server.notifications.size(), 2);
         manager.postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 3);
+        QVERIFY(serverHasCaughtUp());
         // Two more before the server has answered the first of them: the
         // second waits for the id and carries the count of both.
         manager.postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
@@ -342,6 +346,7 @@ private Q_SLOTS:
         manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
         manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
+        QVERIFY(serverHasCaughtUp());
         manager.withdrawNotifications(u"contact:aa"_s);
         manager.withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
         QVERIFY(serverHasCaughtUp());
