@@ -376,6 +376,7 @@ private:
     // Takes the request in flight off the line and settles it with `answer`
     // (an error event fails it), after writing the next one.
     void settleInFlight(const MeshEvent& answer);
+    bool settleQueued(const MeshEvent& event);
     // Forgets the overdue requests up to and including `index`: that one got
     // its late answer, the ones before it will not get theirs any more.
     void dropOverdueThrough(qsizetype index);

@@ -120,7 +120,7 @@ bool MeshController::resolvePending(const MeshEvent& event) {
 
     if (overdue < 0 || (inFlightFits && !tiedToItsCommand(event))) {
         if (!inFlightFits)
-            return false;
+            return overdue < 0 && settleQueued(event);
         // The radio has answered the newest command: the held answer was an
         // overdue one's, and no other overdue answer will come any more.
         if (auto held = std::exchange(m_heldAnswer, std::nullopt))
@@ -147,6 +147,22 @@ bool MeshController::resolvePending(const MeshEvent& event) {
     }
     m_heldAnswer = event;
     return true;
+}
+
+// A report of the radio's state tells a request still waiting its turn what
+// it would have asked; it is settled and never written. An answer tied to a
+// command cannot be for one that was never written.
+bool MeshController::settleQueued(const MeshEvent& event) {
+    if (tiedToItsCommand(event))
+        return false;
+    for (qsizetype i = 0; i < m_queued.size(); ++i) {
+        if (!fits(m_queued[i], event))
+            continue;
+        const PendingRequest record = m_queued.takeAt(i);
+        record.continuation->resolve(event);
+        return true;
+    }
+    return false;
 }
 
 void MeshController::settleInFlight(const MeshEvent& answer) {
