@@ -38,6 +38,7 @@ cat > "$bus_dir/bus.conf" <<CONF
     <allow user="*"/>
     <allow own="*"/>
     <allow send_destination="*"/>
+    <allow receive_sender="*"/>
   </policy>
 </busconfig>
 CONF
