@@ -2,6 +2,7 @@
 // the radio sends, built by the radio-side encoders, and a few history files
 // with every optional member and both kinds of conversation.
 //   make_seeds <fuzz/corpus>
+#include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "sim/radio_frames.h"
 
@@ -144,5 +145,15 @@ int main(int argc, char* argv[]) {
     for (const auto& [name, history] : histories())
         write(root + QStringLiteral("/history_loader"), name + QStringLiteral(".json"),
               encodeConversations(history));
+    // Journals continuing an empty history: every kind of record, and a
+    // conversation put, merged into and removed again.
+    const QList<Conversation> mixed = histories().back().second;
+    QByteArray journal = Journal::header("[]");
+    for (const Conversation& conversation : mixed)
+        journal += Journal::frame({JournalRecord::Kind::put, conversation});
+    write(root + QStringLiteral("/journal_replay"), QStringLiteral("puts"), journal);
+    journal += Journal::frame({JournalRecord::Kind::merge, mixed.first()});
+    journal += Journal::frame({JournalRecord::Kind::remove, mixed.last()});
+    write(root + QStringLiteral("/journal_replay"), QStringLiteral("put-merge-remove"), journal);
     return 0;
 }
