@@ -55,20 +55,21 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
 // again at the end.
 QList<ScreenshotTour::Scene> ScreenshotTour::bluetoothScenes() {
     return {
-        {QStringLiteral("bluetooth-off"), 1200, [this] { bluez("SetPowered", {false}); }},
-        {QStringLiteral("bluetooth-off-refused"), 1200,
+        {QStringLiteral("bluetooth-off"), 1800, [this] { bluez("SetPowered", {false}); }},
+        // A refusal is only known once the adapter has stayed off a while.
+        {QStringLiteral("bluetooth-off-refused"), 2800,
          [this] {
              bluez("SetPowerOnAllowed", {false});
              if (QObject* button = find("bluetoothPowerOn"))
                  QMetaObject::invokeMethod(button, "clicked");
          }},
-        {QStringLiteral("bluetooth-no-adapter"), 1200, [this] { bluez("RemoveAdapter"); }},
-        {QStringLiteral("bluetooth-not-permitted"), 1200,
+        {QStringLiteral("bluetooth-no-adapter"), 1800, [this] { bluez("RemoveAdapter"); }},
+        {QStringLiteral("bluetooth-not-permitted"), 1800,
          [this] {
              bluez("SetDenied", {true});
              bluez("AddAdapter");
          }},
-        {QStringLiteral("bluetooth-no-service"), 1200,
+        {QStringLiteral("bluetooth-no-service"), 1800,
          [this] {
              bluez("SetDenied", {false});
              bluez("ReleaseService");

@@ -101,12 +101,18 @@ void BluezProbe::check() {
                             finding = Finding::adapter;
                     }
                 }
-                if (finding == Finding::adapter)
+                if (finding == Finding::adapter && !m_keepAsking)
                     m_poll.stop();
                 else if (!m_poll.isActive())
                     m_poll.start();
                 Q_EMIT finished(finding);
             });
+}
+
+void BluezProbe::keepAsking(bool on) {
+    m_keepAsking = on;
+    if (on && !m_poll.isActive())
+        m_poll.start();
 }
 
 void BluezProbe::disconnectDevice(const QString& address) {

@@ -32,6 +32,9 @@ public:
 
     // Asks without blocking; the answer comes as finished().
     void check();
+    // Also asks again every second while an adapter is there: one that is
+    // switched off can be removed without a word from QtBluetooth.
+    void keepAsking(bool on);
     // Asks BlueZ to end the connection to the device with this address, if it
     // knows one, also while it is still being made. Nothing is reported.
     void disconnectDevice(const QString& address);
@@ -45,4 +48,5 @@ private:
     QDBusConnection m_bus;
     QDBusServiceWatcher* m_watcher = nullptr;
     QTimer m_poll;
+    bool m_keepAsking = false;
 };

@@ -46,6 +46,11 @@ QtBleAdapter::~QtBleAdapter() {
 
 void QtBleAdapter::onProbeFinished(BluezProbe::Finding finding) {
     qCDebug(lcLink) << "Bluetooth service:" << finding;
+    if (finding != BluezProbe::Finding::adapter) {
+        // An adapter that comes back is a new one to Qt.
+        delete m_localDevice;
+        m_localDevice = nullptr;
+    }
     switch (finding) {
     case BluezProbe::Finding::noService:
         setPowerState(PowerState::noService);
@@ -119,6 +124,7 @@ void QtBleAdapter::setPowerState(PowerState power) {
         return;
     qCDebug(lcLink) << "adapter power" << m_power << "->" << power;
     m_power = power;
+    m_probe->keepAsking(power == PowerState::poweredOff);
     if (power == PowerState::poweredOn)
         m_powerOnRefused = false;
     if (power != PowerState::poweredOn) {

@@ -119,6 +119,20 @@ private Q_SLOTS:
         }
     }
 
+    // QtBluetooth says nothing when an adapter that is off goes away; the
+    // screen must still tell that it is gone, and see it come back.
+    void anAdapterRemovedWhileOffIsNoticed() {
+        QVERIFY(startBluez());
+        m_bluez->call("SetPowered", false);
+        LinkRig rig;
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOff);
+        m_bluez->call("RemoveAdapter");
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::noAdapter);
+        m_bluez->call("AddAdapter");
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOn);
+        QTRY_COMPARE(rig.state(), T::ready);
+    }
+
     // Why Bluetooth cannot be used, told apart, and the way back from each.
     void whyBluetoothIsUnusable_data() {
         QTest::addColumn<QStringList>("options");

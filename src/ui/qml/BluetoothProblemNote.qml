@@ -15,6 +15,8 @@ ColumnLayout {
     spacing: 8
 
     RowLayout {
+        // A layout fills its column unless told not to; the icon stays by its title.
+        Layout.fillWidth: false
         Layout.alignment: Qt.AlignHCenter
         Layout.maximumWidth: note.width
         spacing: 6
