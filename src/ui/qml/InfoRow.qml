@@ -28,24 +28,43 @@ RowLayout {
     }
     Text {
         text: row.label
+        textFormat: Text.PlainText
         color: Theme.secondaryText
         font.pixelSize: Theme.calloutSize
     }
-    TextEdit {
-        objectName: "value"
+    // A wrapping value's height follows from the width the layout gives
+    // it, which layouts do not handle: a height that changes while the
+    // layout runs (an opening pane passes narrow widths) is kept stale. The
+    // value's height is handed to the layout once the pass is over instead.
+    Item {
+        id: valueBox
+
+        property real settledHeight: valueText.height
+
         Layout.fillWidth: true
         Layout.alignment: Qt.AlignVCenter
-        horizontalAlignment: Text.AlignRight
-        text: row.value
-        textFormat: TextEdit.PlainText
-        readOnly: true
-        selectByMouse: row.selectable
-        // One line where there is room; in a narrow pane a long value
-        // (a date) wraps rather than being cut.
-        wrapMode: TextEdit.Wrap
-        color: row.valueColor
-        selectionColor: Theme.selection
-        font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize
-        font.family: row.monospaced ? "monospace" : Qt.application.font.family
+        Layout.preferredHeight: settledHeight
+        implicitWidth: valueText.implicitWidth
+
+        TextEdit {
+            id: valueText
+            objectName: "value"
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            onHeightChanged: Qt.callLater(() => valueBox.settledHeight = valueText.height)
+            horizontalAlignment: Text.AlignRight
+            text: row.value
+            textFormat: TextEdit.PlainText
+            readOnly: true
+            selectByMouse: row.selectable
+            // One line where there is room; in a narrow pane a long value
+            // (a date) wraps rather than being cut.
+            wrapMode: TextEdit.Wrap
+            color: row.valueColor
+            selectionColor: Theme.selection
+            font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize
+            font.family: row.monospaced ? "monospace" : Qt.application.font.family
+        }
     }
 }
