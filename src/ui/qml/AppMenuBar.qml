@@ -30,6 +30,12 @@ MenuBar {
         color: Theme.barBackground
     }
 
+    // Screen readers read the title without its mnemonic marker ("&File").
+    delegate: MenuBarItem {
+        Accessible.role: Accessible.MenuItem
+        Accessible.name: text.replace(/&(.)/g, "$1")
+    }
+
     component BarItem: MenuItem {
         // A hidden item takes no room in its menu.
         height: visible ? implicitHeight : 0

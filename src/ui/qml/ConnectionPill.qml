@@ -9,6 +9,12 @@ Rectangle {
 
     required property ShellModel shell
 
+    // Read as one line: the radio, then its sync or battery state.
+    Accessible.role: Accessible.StaticText
+    Accessible.name: pill.shell.pillSecondLine.length > 0
+                     ? pill.shell.pillTitle + ", " + pill.shell.pillSecondLine
+                     : pill.shell.pillTitle
+
     implicitWidth: row.implicitWidth + 24
     implicitHeight: 36
     radius: height / 2
@@ -39,6 +45,7 @@ Rectangle {
                 objectName: "pillSecondLine"
                 visible: text.length > 0
                 text: pill.shell.pillSecondLine
+                textFormat: Text.PlainText
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
