@@ -295,27 +295,37 @@ Row bytesPerMessageRow(const QString& historyPath, const QList<Conversation>& hi
             QStringLiteral("≤ 64 KiB (was the whole file)"), perMessage <= 64 * 1024};
 }
 
-// Loading the history from a file and a journal just under its bound (the
-// last 50 messages of every conversation, one record each), against the
-// same history in the file alone.
+// Loading the history from a file and a journal just under the bound at
+// which it is folded (a sixteenth of the file: the last messages of every
+// conversation, one record each), against the same history in the file alone.
 Row journalLoadRow(const QString& historyPath, const QList<Conversation>& history,
                    const QString& directory) {
     const QString path = directory + QStringLiteral("/journalled.json");
-    QList<Conversation> older = history;
-    for (Conversation& conversation : older)
-        conversation.messages.resize(std::max<qsizetype>(0, conversation.messages.size() - 50));
-    const QByteArray base = encodeConversations(older);
-    QByteArray journal = Journal::header(base);
+    QByteArray base;
+    QByteArray journal;
     int records = 0;
-    for (qsizetype c = 0; c < history.size(); ++c) {
-        for (qsizetype m = older[c].messages.size(); m < history[c].messages.size(); ++m) {
-            Conversation change{history[c].target,
-                                {history[c].messages[m]},
-                                history[c].lastActivity,
-                                history[c].unreadCount};
-            journal += Journal::frame({JournalRecord::Kind::merge, change});
-            ++records;
+    for (qsizetype recent = 50; recent > 0;) {
+        QList<Conversation> older = history;
+        for (Conversation& conversation : older)
+            conversation.messages.resize(
+                std::max<qsizetype>(0, conversation.messages.size() - recent));
+        base = encodeConversations(older);
+        journal = Journal::header(base);
+        records = 0;
+        for (qsizetype c = 0; c < history.size(); ++c) {
+            for (qsizetype m = older[c].messages.size(); m < history[c].messages.size(); ++m) {
+                Conversation change{history[c].target,
+                                    {history[c].messages[m]},
+                                    history[c].lastActivity,
+                                    history[c].unreadCount};
+                journal += Journal::frame({JournalRecord::Kind::merge, change});
+                ++records;
+            }
         }
+        const qsizetype bound = base.size() / 16;
+        if (journal.size() <= bound)
+            break;
+        recent = std::min(recent - 1, recent * bound / journal.size());
     }
     for (const auto& [name, bytes] : {std::pair{path, base}, {path + ".journal", journal}}) {
         QFile file(name);

@@ -13,8 +13,11 @@ constexpr QByteArrayView magic = "talvenne-journal 1 ";
 constexpr qsizetype tailBytes = 4096;
 constexpr qsizetype digestHexLength = 16;
 
+// The digest only tells a damaged record from a sound one; MD5 does that at
+// three times the speed of SHA-256, which counts when a long journal is
+// replayed at start.
 QByteArray digest(QByteArrayView bytes) {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).left(8).toHex();
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).left(8).toHex();
 }
 
 // Reads a decimal number ending at the next space; false when there is no

@@ -16,7 +16,7 @@
 // record:
 //   talvenne-journal 1 <size of the file> <digest of the file's tail>\n
 //   <payload size> <digest of the payload> <payload>\n
-// Digests are the first 8 bytes of SHA-256 in hex. A payload is compact JSON
+// Digests are the first 8 bytes of MD5 in hex. A payload is compact JSON
 // in the file's own shapes:
 //   {"put":<conversation>}     the conversation as it stands now, replacing
 //                              any earlier one with the same target

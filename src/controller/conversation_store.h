@@ -16,7 +16,7 @@
 // conversations, complete whenever the app is not running) and beside it the
 // journal conversations.json.journal, to which each later change is appended
 // (see conversation_journal.h). The journal is folded into a fresh file, by
-// an atomic replace, when it grows past an eighth of the file (at least
+// an atomic replace, when it grows past a sixteenth of the file (at least
 // 64 KiB) and when the store closes. Encoding and writing run on one
 // background thread; the caller only hands over snapshots.
 //

@@ -45,7 +45,16 @@ QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedRespons
     record.continuation = std::make_shared<OneShot<MeshEvent>>();
     auto continuation = record.continuation;
 
-    m_queued.append(std::move(record));
+    // Message drains read in the background, and a burst of pushes starts
+    // one drain each: anything else goes ahead of their waiting reads, so a
+    // long drain never holds up a message the user sends.
+    const auto firstRead =
+        expect == ExpectedResponse::anyMessage
+            ? m_queued.end()
+            : std::find_if(m_queued.begin(), m_queued.end(), [](const PendingRequest& queued) {
+                  return queued.matcher == ExpectedResponse::anyMessage;
+              });
+    m_queued.insert(firstRead, std::move(record));
     writeNextRequest();
 
     co_return co_await OneShot<MeshEvent>::Awaiter(std::move(continuation));

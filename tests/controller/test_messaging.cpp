@@ -124,6 +124,24 @@ private Q_SLOTS:
         QCOMPARE(rig.clock.pendingTimers(), 0);
     }
 
+    // A burst of pushes starts a drain each; a message sent meanwhile goes
+    // out right after the read in flight, ahead of the other drains' reads.
+    void aSentMessageGoesAheadOfWaitingDrainReads() {
+        ControllerRig rig;
+        rig.connectQuietly();
+        auto first = rig.controller->syncMessages();
+        auto second = rig.controller->syncMessages();
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(0));
+        QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
+        rig.deliver(directFrom(QStringLiteral("aaaaaaaaaaaa"), QStringLiteral("one")));
+        QCOMPARE(rig.link.written.size(), 2);
+        QCOMPARE(quint8(rig.link.written.last().at(0)), 0x03);
+        rig.deliver(Events::Ok{});
+        QCOMPARE(lastMessage(*rig.controller, ConversationID::channel(0)).deliveryState,
+                 State::delivered);
+        QCOMPARE(rig.link.written.last(), hex("0a"));
+    }
+
     // The acknowledgement look-up does not keep messages for ever: a
     // confirmation more than a day late is ignored.
     void confirmationAfterADayIsIgnored() {
