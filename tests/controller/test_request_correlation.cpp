@@ -68,8 +68,8 @@ private Q_SLOTS:
             << QList<R>{R::ok, R::anyMessage} << MeshEvent(Events::NoMoreMessages{}) << 1 << false
             << 1;
         QTest::newRow("a channel message answers a waiting drain request")
-            << QList<R>{R::sent, R::anyMessage} << MeshEvent(Events::ChannelMessage{}) << 1
-            << false << 1;
+            << QList<R>{R::sent, R::anyMessage} << MeshEvent(Events::ChannelMessage{}) << 1 << false
+            << 1;
         QTest::newRow("battery does not answer ok")
             << QList<R>{R::ok} << MeshEvent(Events::Battery{}) << -1 << false << 1;
         QTest::newRow("messageSent does not answer ok, nor a sent not yet written")

@@ -63,6 +63,7 @@ Rectangle {
                     ScrollBar.horizontal.policy: ScrollBar.AlwaysOff
 
                     TextArea {
+                        textFormat: TextEdit.PlainText
                         id: field
                         objectName: "composerText"
                         placeholderText: qsTrId("chat.composer.placeholder")
@@ -135,12 +136,14 @@ Rectangle {
                 color: Theme.secondaryText
             }
             Text {
+                textFormat: Text.PlainText
                 text: qsTrId("chat.composer.limit").arg(composer.chat.limit)
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
             Item { Layout.fillWidth: true }
             Text {
+                textFormat: Text.PlainText
                 objectName: "composerCounter"
                 text: composer.chat.counterText(field.text)
                 color: Theme.tint(composer.chat.counterTint(field.text))

@@ -50,6 +50,7 @@ Rectangle {
                 Layout.alignment: Qt.AlignHCenter
                 spacing: 6
                 Text {
+                    textFormat: Text.PlainText
                     objectName: "connectionTitle"
                     Layout.alignment: Qt.AlignHCenter
                     text: qsTrId("connection.title")
@@ -58,6 +59,7 @@ Rectangle {
                     font.weight: Font.Medium
                 }
                 Text {
+                    textFormat: Text.PlainText
                     Layout.alignment: Qt.AlignHCenter
                     Layout.maximumWidth: column.width
                     text: qsTrId("connection.subtitle")
@@ -93,6 +95,7 @@ Rectangle {
                     color: Theme.orange
                 }
                 Text {
+                    textFormat: Text.PlainText
                     objectName: "connectionErrorText"
                     Layout.maximumWidth: column.width - 24
                     text: view.shell.connectionError

@@ -54,6 +54,7 @@ Item {
                     elide: Text.ElideRight
                 }
                 Text {
+                    textFormat: Text.PlainText
                     visible: row.timeText.length > 0
                     text: row.timeText
                     color: Theme.secondaryText
@@ -80,6 +81,7 @@ Item {
                     radius: height / 2
                     color: Theme.accentFill
                     Text {
+                        textFormat: Text.PlainText
                         id: badgeText
                         anchors.centerIn: parent
                         text: row.unread
