@@ -42,6 +42,7 @@ Rectangle {
                     }
                 }
                 Text {
+                    textFormat: Text.PlainText
                     Layout.fillWidth: true
                     Layout.maximumWidth: 240 - 20 - 14 - 6
                     text: modelData.text

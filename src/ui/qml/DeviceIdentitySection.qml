@@ -12,6 +12,7 @@ PaneSection {
     title: qsTrId("device.section.identity")
 
     Text {
+        textFormat: Text.PlainText
         visible: !section.device.hasSelfInfo
         text: qsTrId("device.loading")
         color: Theme.secondaryText

@@ -18,6 +18,7 @@ PaneSection {
         visible: section.device.hasBattery
         spacing: 6
         Text {
+            textFormat: Text.PlainText
             text: qsTrId("device.field.battery")
             color: Theme.secondaryText
             font.pixelSize: Theme.calloutSize
@@ -29,12 +30,14 @@ PaneSection {
             color: Theme.tint(section.device.batteryTint)
         }
         Text {
+            textFormat: Text.PlainText
             visible: section.device.batteryPercentText.length > 0
             text: section.device.batteryPercentText
             color: Theme.primaryText
             font.pixelSize: Theme.calloutSize
         }
         Text {
+            textFormat: Text.PlainText
             text: section.device.voltageText
             color: Theme.secondaryText
             font.pixelSize: Theme.calloutSize

@@ -67,6 +67,7 @@ AbstractButton {
                 }
                 Text {
                     objectName: "deviceRssi"
+                    textFormat: Text.PlainText
                     text: row.rssiText
                     color: Theme.secondaryText
                     font.pixelSize: Theme.captionSize

@@ -21,6 +21,7 @@ PaneSection {
 
     Text {
         objectName: "noStatistics"
+        textFormat: Text.PlainText
         Layout.fillWidth: true
         visible: section.device.statistics.length === 0
         text: qsTrId("device.statistics.empty")

@@ -25,6 +25,7 @@ ScrollView {
         spacing: 18
 
         Text {
+            textFormat: Text.PlainText
             Layout.topMargin: 16
             Layout.leftMargin: 16
             text: qsTrId("device.title")

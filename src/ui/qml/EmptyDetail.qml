@@ -25,6 +25,7 @@ Item {
             opacity: 0.8
         }
         Text {
+            textFormat: Text.PlainText
             Layout.alignment: Qt.AlignHCenter
             Layout.maximumWidth: 360
             text: detail.title
@@ -35,6 +36,7 @@ Item {
             wrapMode: Text.WordWrap
         }
         Text {
+            textFormat: Text.PlainText
             Layout.alignment: Qt.AlignHCenter
             Layout.fillWidth: true
             text: detail.message

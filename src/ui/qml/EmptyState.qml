@@ -18,6 +18,7 @@ ColumnLayout {
         color: Theme.secondaryText
     }
     Text {
+        textFormat: Text.PlainText
         Layout.alignment: Qt.AlignHCenter
         Layout.maximumWidth: parent.width
         horizontalAlignment: Text.AlignHCenter
@@ -28,6 +29,7 @@ ColumnLayout {
         font.weight: Font.DemiBold
     }
     Text {
+        textFormat: Text.PlainText
         Layout.alignment: Qt.AlignHCenter
         Layout.fillWidth: true
         text: parent.message

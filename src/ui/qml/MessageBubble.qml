@@ -146,12 +146,14 @@ Item {
             spacing: 5
 
             Text {
+                textFormat: Text.PlainText
                 anchors.verticalCenter: parent.verticalCenter
                 text: bubbleRow.timeText
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.verticalCenter: parent.verticalCenter
                 visible: bubbleRow.snrText.length > 0
                 text: bubbleRow.snrText
@@ -169,12 +171,14 @@ Item {
                     color: Theme.secondaryText
                 }
                 Text {
+                    textFormat: Text.PlainText
                     text: bubbleRow.hopText
                     color: Theme.secondaryText
                     font.pixelSize: Theme.caption2Size
                 }
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.verticalCenter: parent.verticalCenter
                 visible: bubbleRow.roundTripText.length > 0
                 text: bubbleRow.roundTripText

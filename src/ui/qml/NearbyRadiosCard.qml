@@ -39,6 +39,7 @@ Rectangle {
                 color: Theme.accent
             }
             Text {
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 text: qsTrId("connection.nearby.devices")
                 color: Theme.primaryText
@@ -73,6 +74,7 @@ Rectangle {
             }
             Text {
                 objectName: "connectionStatus"
+                textFormat: Text.PlainText
                 Layout.alignment: Qt.AlignHCenter
                 text: card.statusOverride.length > 0 ? card.statusOverride : card.shell.statusText
                 color: Theme.secondaryText

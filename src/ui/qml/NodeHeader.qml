@@ -38,6 +38,7 @@ ColumnLayout {
             color: Theme.secondaryText
         }
         Text {
+            textFormat: Text.PlainText
             text: header.node.typeName
             color: Theme.secondaryText
             font.pixelSize: Theme.subheadlineSize

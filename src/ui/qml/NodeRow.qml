@@ -55,6 +55,7 @@ Item {
                 }
             }
             Text {
+                textFormat: Text.PlainText
                 text: row.typeName
                 color: Theme.secondaryText
                 font.pixelSize: Theme.captionSize

@@ -19,6 +19,7 @@ Button {
             color: button.tint
         }
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: button.text
             color: button.tint

@@ -18,6 +18,7 @@ ColumnLayout {
         Layout.leftMargin: 4
         visible: section.title.length > 0
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: section.title
             color: Theme.secondaryText

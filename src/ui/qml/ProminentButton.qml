@@ -29,6 +29,7 @@ Button {
                 color: button.labelColor
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.verticalCenter: parent.verticalCenter
                 text: button.text
                 color: button.labelColor

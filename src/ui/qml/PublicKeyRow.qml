@@ -24,6 +24,7 @@ RowLayout {
         Layout.fillWidth: true
         spacing: 2
         Text {
+            textFormat: Text.PlainText
             text: qsTrId("Public key")
             color: Theme.secondaryText
             font.pixelSize: Theme.calloutSize

@@ -34,6 +34,7 @@ AbstractButton {
             color: button.labelColor
         }
         Text {
+            textFormat: Text.PlainText
             text: button.text
             color: button.labelColor
             font.pixelSize: Theme.bodySize

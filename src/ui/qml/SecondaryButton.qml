@@ -25,6 +25,7 @@ Button {
                 color: button.tint
             }
             Text {
+                textFormat: Text.PlainText
                 text: button.text
                 color: button.tint
                 font.pixelSize: Theme.calloutSize

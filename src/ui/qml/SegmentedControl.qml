@@ -92,6 +92,7 @@ Rectangle {
                     }
                     Text {
                         id: label
+                        textFormat: Text.PlainText
                         anchors.verticalCenter: parent.verticalCenter
                         width: Math.min(implicitWidth, segment.width - 8)
                         text: segment.modelData.title

@@ -16,6 +16,7 @@ RowLayout {
         color: Theme.red
     }
     Text {
+        textFormat: Text.PlainText
         Layout.fillWidth: true
         text: parent.message
         color: Theme.red

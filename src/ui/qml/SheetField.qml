@@ -24,6 +24,7 @@ ColumnLayout {
     spacing: 4
 
     Text {
+        textFormat: Text.PlainText
         text: field.label
         color: Theme.primaryText
         font.pixelSize: Theme.calloutSize
@@ -56,6 +57,7 @@ ColumnLayout {
     }
     Text {
         objectName: "counter"
+        textFormat: Text.PlainText
         visible: field.counterText.length > 0
         Layout.alignment: Qt.AlignRight
         text: field.counterText

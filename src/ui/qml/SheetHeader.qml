@@ -28,6 +28,7 @@ RowLayout {
         Layout.fillWidth: true
         spacing: 2
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: header.title
             color: Theme.primaryText
@@ -35,6 +36,7 @@ RowLayout {
             font.weight: Font.DemiBold
         }
         Text {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             text: header.subtitle
             color: Theme.secondaryText

@@ -134,6 +134,7 @@ Rectangle {
                     width: ListView.view.width
                     height: 30
                     Text {
+                        textFormat: Text.PlainText
                         anchors.left: parent.left
                         anchors.leftMargin: 14
                         anchors.bottom: parent.bottom

@@ -44,6 +44,7 @@ AbstractButton {
             color: button.tint
         }
         Text {
+            textFormat: Text.PlainText
             visible: button.showText
             Layout.alignment: Qt.AlignVCenter
             text: button.text

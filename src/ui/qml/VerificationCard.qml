@@ -40,6 +40,7 @@ Rectangle {
             spacing: 2
             Text {
                 objectName: "verificationTitle"
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 text: card.node.verificationTitle
                 color: Theme.primaryText
@@ -47,6 +48,7 @@ Rectangle {
                 font.weight: Font.DemiBold
             }
             Text {
+                textFormat: Text.PlainText
                 Layout.fillWidth: true
                 text: card.node.verificationMessage
                 color: Theme.secondaryText
