@@ -33,6 +33,7 @@ RowLayout {
             objectName: "publicKeyText"
             Layout.fillWidth: true
             text: row.publicKey
+            textFormat: TextEdit.PlainText
             readOnly: true
             selectByMouse: true
             wrapMode: TextEdit.WrapAnywhere

@@ -33,6 +33,7 @@ ColumnLayout {
     TextArea {
         id: input
         Layout.fillWidth: true
+        textFormat: TextEdit.PlainText
         Accessible.name: field.label
         placeholderText: field.placeholder
         placeholderTextColor: Theme.secondaryText
