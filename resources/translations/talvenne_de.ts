@@ -223,6 +223,18 @@
         <source>Show delivery report</source>
         <translation>Zustellbericht zeigen</translation>
     </message>
+    <message id="chat.message.copy.text">
+        <source>Copy text</source>
+        <translation>Text kopieren</translation>
+    </message>
+    <message id="chat.message.send.again">
+        <source>Send again</source>
+        <translation>Erneut senden</translation>
+    </message>
+    <message id="chat.message.failed.options">
+        <source>Not sent: options</source>
+        <translation>Nicht gesendet: Optionen</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Wird gesendet …</translation>

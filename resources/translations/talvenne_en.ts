@@ -223,6 +223,18 @@
         <source>Show delivery report</source>
         <translation>Show delivery report</translation>
     </message>
+    <message id="chat.message.copy.text">
+        <source>Copy text</source>
+        <translation>Copy text</translation>
+    </message>
+    <message id="chat.message.send.again">
+        <source>Send again</source>
+        <translation>Send again</translation>
+    </message>
+    <message id="chat.message.failed.options">
+        <source>Not sent: options</source>
+        <translation>Not sent: options</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Sending…</translation>

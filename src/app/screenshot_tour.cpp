@@ -109,6 +109,7 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              m_controller->setSelectedConversation(ConversationID::contact(key));
          }},
         {QStringLiteral("chat-direct-report"), 900, [this] { openLastReportCard(); }},
+        {QStringLiteral("chat-failed-menu"), 700, [this] { openFailureMenu(); }},
         // The sidebar list and the mode picker as a keyboard user sees them.
         {QStringLiteral("focus-list"), 400, [this] { focusByTab("conversationList"); }},
         {QStringLiteral("focus-mode-picker"), 400, [this] { focusByTab("modePicker"); }},
@@ -450,6 +451,25 @@ void ScreenshotTour::openLastReportCard() {
     visit(window->contentItem());
     if (last)
         last->setProperty("expanded", true);
+}
+
+// Clicks the mark of the newest failed message, which opens its menu.
+void ScreenshotTour::openFailureMenu() {
+    auto* window = m_engine->rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
+    if (!window)
+        return;
+    QQuickItem* mark = nullptr;
+    std::function<void(QQuickItem*)> visit = [&](QQuickItem* item) {
+        if (item->objectName() == QStringLiteral("failureMark") && item->isVisible())
+            mark = item;
+        for (QQuickItem* child : item->childItems())
+            visit(child);
+    };
+    visit(window->contentItem());
+    if (mark)
+        QMetaObject::invokeMethod(mark, "clicked");
 }
 
 void ScreenshotTour::focusByTab(const char* objectName) {

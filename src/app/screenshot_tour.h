@@ -45,6 +45,7 @@ private:
     void fillDirectChat(const QString& contactKey);
     void fillChannelChat();
     void openLastReportCard();
+    void openFailureMenu();
     QString addHostileNeighbours();
     // Gives the keyboard focus to the (possibly repeated) item of that name,
     // as Tab would, so that it shows its focus ring.

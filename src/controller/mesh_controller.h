@@ -47,10 +47,10 @@ class QSettings;
 //     contactsReset() (cleared on disconnect, reloaded and sorted by the sync);
 //   - channelInserted(row) / channelChanged(row) / channelRemoved(row) / channelsReset();
 //   - conversationAdded(key) / conversationRemoved(key) / conversationsReset(),
-//     messageAppended(key, row) / messageChanged(key, row) for the messages of
-//     one conversation, and conversationChanged(key) when its lastActivity or
-//     unreadCount changed. `key` is the conversation key ("contact:<key>",
-//     "channel:<index>").
+//     messageAppended(key, row) / messageChanged(key, row) /
+//     messageRemoved(key, row) for the messages of one conversation, and
+//     conversationChanged(key) when its lastActivity or unreadCount changed.
+//     `key` is the conversation key ("contact:<key>", "channel:<index>").
 class MeshController : public QObject {
     Q_OBJECT
     Q_PROPERTY(TransportState transportState READ transportState NOTIFY transportStateChanged)
@@ -168,6 +168,12 @@ public:
     // Stores the trimmed text as an outgoing message and sends it in the
     // background; a blank text does nothing.
     Q_INVOKABLE void sendMessage(const QString& text, const ConversationID& target);
+    // A failed outgoing message goes again: its text is sent to the same
+    // conversation as a new message, and the failed one leaves the
+    // conversation, both in one save, so the conversation reads as meant.
+    // False, and nothing changes, when the message is missing, is not a
+    // failed outgoing one, or has no text to send.
+    bool sendAgain(const QUuid& id, const ConversationID& target);
     // Clears the unread count; does nothing (no save) when it is already 0.
     Q_INVOKABLE void markConversationRead(const ConversationID& target);
     // The conversation of `target`, created empty (and not saved) when missing.
@@ -353,6 +359,7 @@ Q_SIGNALS:
     void conversationsReset();
     void messageAppended(const QString& key, int row);
     void messageChanged(const QString& key, int row);
+    void messageRemoved(const QString& key, int row);
     void selectedConversationChanged();
     void favoritesChanged();
     void verifiedKeysChanged();

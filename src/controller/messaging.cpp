@@ -40,6 +40,28 @@ void MeshController::sendMessage(const QString& text, const ConversationID& targ
     transmitMessage(message, target, trimmed); // runs on by itself
 }
 
+bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
+    const QString key = target.conversationKey();
+    const auto found = m_conversations.find(key);
+    if (found == m_conversations.end())
+        return false;
+    const QList<ChatMessage>& messages = found->messages;
+    const auto failed = std::find_if(messages.cbegin(), messages.cend(),
+                                     [&id](const ChatMessage& m) { return m.id == id; });
+    if (failed == messages.cend() || failed->direction != ChatMessage::Direction::outgoing ||
+        failed->deliveryState != ChatMessage::DeliveryState::failed ||
+        failed->text.trimmed().isEmpty())
+        return false;
+
+    const QString text = failed->text;
+    const int row = int(failed - messages.cbegin());
+    found->messages.removeAt(row);
+    Q_EMIT messageRemoved(key, row);
+    // Appending saves the removal with the new message.
+    sendMessage(text, target);
+    return true;
+}
+
 QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, ConversationID target,
                                                   QString text) {
     using State = ChatMessage::DeliveryState;

@@ -213,6 +213,79 @@ private Q_SLOTS:
         QCOMPARE(lastMessage(*rig.controller, id).deliveryState, State::failed);
     }
 
+    // Only a failed outgoing message is sent again: as a new message at the
+    // end with the same text, the failed one gone, both in one save.
+    void sendAgain_data() {
+        QTest::addColumn<ChatMessage::Direction>("direction");
+        QTest::addColumn<State>("state");
+        QTest::addColumn<bool>("knownId");
+        QTest::addColumn<bool>("sent");
+        const auto out = ChatMessage::Direction::outgoing;
+        QTest::newRow("failed") << out << State::failed << true << true;
+        QTest::newRow("sending") << out << State::sending << true << false;
+        QTest::newRow("sent") << out << State::sent << true << false;
+        QTest::newRow("delivered") << out << State::delivered << true << false;
+        QTest::newRow("incoming") << ChatMessage::Direction::incoming << State::failed << true
+                                  << false;
+        QTest::newRow("unknown id") << out << State::failed << false << false;
+    }
+    void sendAgain() {
+        QFETCH(ChatMessage::Direction, direction);
+        QFETCH(State, state);
+        QFETCH(bool, knownId);
+        QFETCH(bool, sent);
+
+        ControllerRig rig;
+        rig.connectQuietly();
+        const auto target = ConversationID::contact(contactKey);
+        ChatMessage before;
+        before.id = QUuid::createUuid();
+        before.direction = ChatMessage::Direction::incoming;
+        before.text = QStringLiteral("before");
+        before.timestamp = rig.clock.now();
+        ChatMessage message = before;
+        message.id = QUuid::createUuid();
+        message.direction = direction;
+        message.text = QStringLiteral("try me");
+        message.deliveryState = state;
+        ChatMessage after = before;
+        after.id = QUuid::createUuid();
+        after.text = QStringLiteral("after");
+        for (const ChatMessage& m : {before, message, after})
+            rig.controller->appendMessage(m, target);
+        rig.clock.advance(60s);
+        const auto stored = rig.controller->conversations()[target.conversationKey()].messages;
+
+        QSignalSpy removed(rig.controller.get(), &MeshController::messageRemoved);
+        QSignalSpy appended(rig.controller.get(), &MeshController::messageAppended);
+        QCOMPARE(rig.controller->sendAgain(knownId ? message.id : QUuid::createUuid(), target),
+                 sent);
+
+        const auto messages = rig.controller->conversations()[target.conversationKey()].messages;
+        if (!sent) {
+            QCOMPARE(messages, stored);
+            QVERIFY(rig.link.written.isEmpty());
+            QCOMPARE(removed.count() + appended.count(), 0);
+            return;
+        }
+        QCOMPARE(removed.count(), 1);
+        QCOMPARE(removed.first(), (QVariantList{target.conversationKey(), 1}));
+        QCOMPARE(appended.count(), 1);
+        QCOMPARE(appended.first(), (QVariantList{target.conversationKey(), 2}));
+        QCOMPARE(messages.size(), 3);
+        QCOMPARE(messages[0].text, QStringLiteral("before"));
+        QCOMPARE(messages[1].text, QStringLiteral("after"));
+        const ChatMessage& again = messages[2];
+        QVERIFY(again.id != message.id);
+        QCOMPARE(again.text, QStringLiteral("try me"));
+        QCOMPARE(again.direction, ChatMessage::Direction::outgoing);
+        QCOMPARE(again.deliveryState, State::sending);
+        QCOMPARE(again.timestamp, rig.clock.now());
+        QCOMPARE(rig.link.written.size(), 1);
+        QVERIFY(rig.link.written.first().endsWith("try me"));
+        QCOMPARE(rig.savedHistory()->first().messages, messages);
+    }
+
     void hopCountComesFromTheKnownPath_data() {
         QTest::addColumn<int>("outPathLength");
         QTest::addColumn<std::optional<int>>("hopCount");

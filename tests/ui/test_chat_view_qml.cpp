@@ -115,6 +115,80 @@ private Q_SLOTS:
         QVERIFY(!findItem(*view, "verificationButton")->isVisible());
     }
 
+    // A failed message's mark opens the bubble's menu: "Send again" replaces
+    // it with a new message that goes out (only while connected), and "Copy
+    // text" copies the text as shown, without a channel sender's name.
+    void failedMessageIsSentAgainFromItsMark() {
+        ChatRig rig;
+        QVERIFY(rig.connect());
+        const ConversationID target = ConversationID::channel(0);
+        rig.controller->appendMessage(chatMessage(Direction::outgoing, QStringLiteral("lost words"),
+                                                  rig.clock.now(),
+                                                  ChatMessage::DeliveryState::failed),
+                                      target);
+        auto view = loadChatView(rig.controller.get(), QStringLiteral("channel:0"));
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        // The bubble's mark, clicked; the menu it opened, which belongs to the bubble.
+        const auto openMenuFromMark = [&]() -> QObject* {
+            QQuickItem* mark = nullptr;
+            if (!QTest::qWaitFor([&] {
+                    mark = findVisualItem(view->rootObject(), QStringLiteral("failureMark"));
+                    return mark && mark->isVisible();
+                }))
+                return nullptr;
+            QMetaObject::invokeMethod(mark, "clicked");
+            for (QQuickItem* item = mark; item; item = item->parentItem()) {
+                if (auto* menu = item->findChild<QObject*>(QStringLiteral("messageMenu")))
+                    return menu;
+            }
+            return nullptr;
+        };
+
+        // Offline the menu offers the copy, not the send.
+        rig.radio.dropLink();
+        rig.clock.settle();
+        QObject* menu = openMenuFromMark();
+        QVERIFY(menu);
+        auto* again = menu->findChild<QObject*>(QStringLiteral("sendAgainMenuItem"));
+        auto* copy = menu->findChild<QObject*>(QStringLiteral("copyTextMenuItem"));
+        QVERIFY(again && copy);
+        QVERIFY(again->property("visible").toBool());
+        QVERIFY(!again->property("enabled").toBool());
+        QGuiApplication::clipboard()->clear();
+        QMetaObject::invokeMethod(copy, "triggered");
+        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("lost words"));
+        QPointer<QObject> closed = menu;
+        QMetaObject::invokeMethod(menu, "close");
+        QTRY_VERIFY(!closed); // destroyed once closed
+
+        QVERIFY(rig.connect());
+        menu = openMenuFromMark();
+        QVERIFY(menu);
+        again = menu->findChild<QObject*>(QStringLiteral("sendAgainMenuItem"));
+        QVERIFY(again->property("enabled").toBool());
+        QMetaObject::invokeMethod(again, "triggered");
+        const auto messages =
+            rig.controller->conversations().value(QStringLiteral("channel:0")).messages;
+        QCOMPARE(messages.size(), 1);
+        QCOMPARE(messages.first().text, QStringLiteral("lost words"));
+        QVERIFY(messages.first().deliveryState != ChatMessage::DeliveryState::failed);
+        QCOMPARE(findItem(*view, "messageList")->property("count").toInt(), 1);
+        rig.clock.advance(2s);
+        QCOMPARE(rig.controller->conversations()
+                     .value(QStringLiteral("channel:0"))
+                     .messages.first()
+                     .deliveryState,
+                 ChatMessage::DeliveryState::delivered);
+        const auto bubbleMark = [&] {
+            QQuickItem* bubble = nullptr;
+            QMetaObject::invokeMethod(findItem(*view, "messageList"), "itemAtIndex",
+                                      Q_RETURN_ARG(QQuickItem*, bubble), Q_ARG(int, 0));
+            return findVisualItem(bubble, QStringLiteral("failureMark"));
+        };
+        QTRY_VERIFY(bubbleMark() && !bubbleMark()->isVisible());
+    }
+
     // Bubbles that wrap are only measured once laid out; the chat still
     // opens at its newest message and keeps it in view as the column
     // narrows (an inspector opening), down to the list's bottom margin.

@@ -33,8 +33,8 @@ private Q_SLOTS:
     void rolesAreNamedFromUserRolePlusOne() {
         MessageListModel model;
         const QHash<int, QByteArray> roles = model.roleNames();
-        QCOMPARE(roles.size(), MessageListModel::SpokenTextRole - MessageListModel::IdRole + 1);
-        for (int role = MessageListModel::IdRole; role <= MessageListModel::SpokenTextRole; ++role)
+        QCOMPARE(roles.size(), MessageListModel::FailedRole - MessageListModel::IdRole + 1);
+        for (int role = MessageListModel::IdRole; role <= MessageListModel::FailedRole; ++role)
             QVERIFY2(roles.contains(role), QByteArray::number(role).constData());
         QCOMPARE(MessageListModel::IdRole, Qt::UserRole + 1);
     }
@@ -93,9 +93,23 @@ private Q_SLOTS:
         QCOMPARE(inserted.size(), 3);
         QCOMPARE(model.rowCount(), 3);
         QCOMPARE(roleOf(model, 2, "outgoing").toBool(), false);
-
         QCOMPARE(reset.size(), 0);
         QCOMPARE(removed.size(), 0);
+
+        // A failed message sent again: its row goes, the new one comes at the end.
+        rig.radio.dropLink();
+        rig.controller->sendMessage(QStringLiteral("third"), target);
+        rig.clock.settle();
+        QCOMPARE(roleOf(model, 3, "failed").toBool(), true);
+        QVERIFY(rig.connect());
+        const QUuid failed(roleOf(model, 3, "messageId").toString());
+        QVERIFY(rig.controller->sendAgain(failed, target));
+        QCOMPARE(removed.size(), 1);
+        QCOMPARE(removed.at(0).at(1).toInt(), 3);
+        QCOMPARE(model.rowCount(), 4);
+        QCOMPARE(roleOf(model, 3, "bodyText").toString(), QStringLiteral("third"));
+        QCOMPARE(roleOf(model, 3, "failed").toBool(), false);
+        QCOMPARE(reset.size(), 0);
     }
 
     void ignoresOtherConversations() {

@@ -163,6 +163,7 @@ Rectangle {
             }
 
             delegate: MessageBubble {
+                chat: chatModel
                 width: list.width - list.leftMargin - list.rightMargin
             }
 

@@ -5,10 +5,13 @@ import Talvenne
 
 // One message of the chat: the bubble with its styled text (and, for an
 // incoming channel message, the sender's name and badge), the footer with
-// time, signal and delivery, and the report card it can unfold.
+// time, signal and delivery, and the report card it can unfold. A right
+// click (or the menu key) opens its menu; a failed message's mark offers to
+// send it again.
 Item {
     id: bubbleRow
 
+    required property ChatViewModel chat
     required property int index
     required property string messageId
     required property bool outgoing
@@ -25,6 +28,8 @@ Item {
     required property string stateTint
     required property var reportLines
     required property string spokenText
+    required property string bodyText
+    required property bool failed
 
     // Whether the delivery report is unfolded; belongs to this bubble only.
     property bool expanded: false
@@ -55,6 +60,26 @@ Item {
     ListView.onReused: expanded = false
     ListView.onPooled: expanded = false
 
+    // Opens the bubble's menu at a point of `item`, or under the bubble.
+    function openMenu(item, x, y) {
+        const menu = messageMenu.createObject(bubbleRow, {
+            messageId: bubbleRow.messageId,
+            bodyText: bubbleRow.bodyText,
+            failed: bubbleRow.failed
+        })
+        const at = item.mapToItem(bubbleRow, x, y)
+        menu.closed.connect(menu.destroy)
+        menu.popup(at.x, at.y)
+    }
+
+    Component {
+        id: messageMenu
+        MessageMenu {
+            objectName: "messageMenu"
+            chat: bubbleRow.chat
+        }
+    }
+
     SenderBadge {
         visible: bubbleRow.hasSender
         x: 0
@@ -78,6 +103,12 @@ Item {
             implicitHeight: content.implicitHeight + 18
             radius: 17
             color: bubbleRow.outgoing ? Theme.bubbleBase : Theme.controlBackground
+
+            TapHandler {
+                acceptedButtons: Qt.RightButton
+                onTapped: eventPoint => bubbleRow.openMenu(bubble, eventPoint.position.x,
+                                                           eventPoint.position.y)
+            }
 
             Rectangle {
                 anchors.fill: parent
@@ -129,6 +160,20 @@ Item {
                     Accessible.name: bubbleRow.spokenText
                     onLinkActivated: link => Qt.openUrlExternally(link)
                     onActiveFocusChanged: if (!activeFocus) deselect()
+                    Keys.onMenuPressed: bubbleRow.openMenu(body, 0, body.height)
+                    Keys.onPressed: event => {
+                        if (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier)) {
+                            bubbleRow.openMenu(body, 0, body.height)
+                            event.accepted = true
+                        }
+                    }
+
+                    // The text takes presses before the bubble does.
+                    TapHandler {
+                        acceptedButtons: Qt.RightButton
+                        onTapped: eventPoint => bubbleRow.openMenu(body, eventPoint.position.x,
+                                                                   eventPoint.position.y)
+                    }
 
                     HoverHandler {
                         cursorShape: body.hoveredLink.length > 0 ? Qt.PointingHandCursor
@@ -188,10 +233,36 @@ Item {
             Icon {
                 objectName: "deliveryState"
                 anchors.verticalCenter: parent.verticalCenter
-                visible: bubbleRow.outgoing
+                visible: bubbleRow.outgoing && !bubbleRow.failed
                 symbol: bubbleRow.stateSymbol
                 size: Theme.caption2Size + 2
                 color: Theme.tint(bubbleRow.stateTint)
+            }
+            // The failure mark is a button: it offers to send the message again.
+            AbstractButton {
+                id: failureMark
+                objectName: "failureMark"
+                anchors.verticalCenter: parent.verticalCenter
+                visible: bubbleRow.failed
+                implicitWidth: 18
+                implicitHeight: 18
+                hoverEnabled: true
+                text: qsTrId("chat.message.failed.options")
+                Accessible.name: text
+                contentItem: Icon {
+                    symbol: bubbleRow.stateSymbol
+                    size: Theme.caption2Size + 4
+                    color: Theme.tint(bubbleRow.stateTint)
+                }
+                background: null
+                FocusRing {
+                    shown: failureMark.visualFocus
+                    radius: 9
+                }
+                ToolTip.visible: hovered
+                ToolTip.delay: 600
+                ToolTip.text: text
+                onClicked: bubbleRow.openMenu(failureMark, 0, failureMark.height)
             }
             AbstractButton {
                 id: reportToggle

@@ -6,6 +6,9 @@
 #include "logic/safe_text.h"
 #include "look.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QUuid>
 #include <QtGlobal>
 
 namespace {
@@ -136,6 +139,18 @@ bool ChatViewModel::send(const QString& draft) {
         return false;
     m_controller->sendMessage(draft, *m_target);
     return true;
+}
+
+bool ChatViewModel::sendAgain(const QString& messageId) {
+    const QUuid id(messageId);
+    if (!m_target || !connected() || id.isNull())
+        return false;
+    return m_controller->sendAgain(id, *m_target);
+}
+
+void ChatViewModel::copyText(const QString& text) {
+    if (QClipboard* clipboard = QGuiApplication::clipboard())
+        clipboard->setText(text);
 }
 
 void ChatViewModel::markRead() {

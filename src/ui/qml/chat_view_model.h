@@ -84,6 +84,13 @@ public:
     Q_INVOKABLE bool send(const QString& draft);
     Q_INVOKABLE void markRead();
 
+    // --- a bubble's menu
+    // Sends a failed message of this conversation again (see
+    // MeshController::sendAgain); only while connected. True when it went.
+    Q_INVOKABLE bool sendAgain(const QString& messageId);
+    // Puts the text on the clipboard as plain text.
+    Q_INVOKABLE static void copyText(const QString& text);
+
     // --- verification of the contact shown; nothing without one
     Q_INVOKABLE void setVerified();
     Q_INVOKABLE void clearVerified();

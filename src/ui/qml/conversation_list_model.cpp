@@ -27,6 +27,7 @@ void ConversationListModel::attach(MeshController* controller) {
     connect(controller, &MeshController::conversationChanged, this, sync);
     connect(controller, &MeshController::messageAppended, this, sync);
     connect(controller, &MeshController::messageChanged, this, sync);
+    connect(controller, &MeshController::messageRemoved, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
     const auto reset = [this] { rebuild(); };
     connect(controller, &MeshController::contactsReset, this, reset);

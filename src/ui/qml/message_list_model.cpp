@@ -36,6 +36,8 @@ void MessageListModel::setController(MeshController* controller) {
                 &MessageListModel::onMessageAppended);
         connect(controller, &MeshController::messageChanged, this,
                 &MessageListModel::onMessageChanged);
+        connect(controller, &MeshController::messageRemoved, this,
+                &MessageListModel::onMessageRemoved);
         connect(controller, &MeshController::conversationAdded, this,
                 &MessageListModel::onConversationAddedOrRemoved);
         connect(controller, &MeshController::conversationRemoved, this,
@@ -124,6 +126,19 @@ void MessageListModel::onMessageChanged(const QString& key, int row) {
     if (key != m_key || row < 0 || row >= m_count)
         return;
     Q_EMIT dataChanged(index(row), index(row));
+}
+
+void MessageListModel::onMessageRemoved(const QString& key, int row) {
+    if (key != m_key)
+        return;
+    if (row < 0 || row >= m_count || storedCount() != m_count - 1) {
+        reload();
+        return;
+    }
+    beginRemoveRows({}, row, row);
+    m_count -= 1;
+    endRemoveRows();
+    Q_EMIT countChanged();
 }
 
 void MessageListModel::onConversationAddedOrRemoved(const QString& key) {
@@ -238,6 +253,10 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
                                         ViewLogic::bubbleFooter(*message).time, outgoing,
                                         message->deliveryState);
     }
+    case BodyTextRole:
+        return channelSender().body;
+    case FailedRole:
+        return outgoing && message->deliveryState == ChatMessage::DeliveryState::failed;
     }
     return {};
 }
@@ -258,6 +277,8 @@ QHash<int, QByteArray> MessageListModel::roleNames() const {
         {RoundTripTextRole, "roundTripText"},
         {StateSymbolRole, "stateSymbol"},
         {StateTintRole, "stateTint"},
+        {BodyTextRole, "bodyText"},
+        {FailedRole, "failed"},
         {ReportLinesRole, "reportLines"},
         {SpokenTextRole, "spokenText"},
     };

@@ -12,7 +12,8 @@
 
 // The messages of one conversation, oldest first, for the chat's list view.
 // Rows follow the controller one change at a time (an appended message is one
-// inserted row, a delivery update one changed row); only a change of the
+// inserted row, a delivery update one changed row, a message sent again one
+// removed row); only a change of the
 // conversation itself resets the model. Role data is computed when asked
 // for, so a long history opens at once.
 class MessageListModel : public QAbstractListModel {
@@ -59,6 +60,10 @@ public:
         ReportLinesRole,
         // What a screen reader announces: sender, text, time, delivery state.
         SpokenTextRole,
+        // The text as the bubble shows it, unstyled: what "Copy text" copies.
+        BodyTextRole,
+        // A failed outgoing message, which the user can send again.
+        FailedRole,
     };
     Q_ENUM(Role)
 
@@ -102,6 +107,7 @@ private:
     void reload();
     void onMessageAppended(const QString& key, int row);
     void onMessageChanged(const QString& key, int row);
+    void onMessageRemoved(const QString& key, int row);
     void onConversationAddedOrRemoved(const QString& key);
     const ChatMessage* messageAt(int row) const;
     int storedCount() const;
