@@ -47,6 +47,7 @@ MeshController::~MeshController() {
     // `m_pauses`. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
     m_closing = true;
+    cancelReconnectTimer();
     while (pendingRequestCount() > 0 || !m_pauses.isEmpty() || !m_overdue.isEmpty()) {
         failAllPending(MeshError::notConnected());
         endAllPauses();
@@ -58,6 +59,11 @@ MeshController::~MeshController() {
 void MeshController::loadPreferences() {
     if (!m_settings)
         return;
+    m_autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
+    m_rememberedDevice = {QUuid(m_settings->value(QLatin1String(lastDeviceIdKey)).toString()),
+                          m_settings->value(QLatin1String(lastDeviceNameKey)).toString()};
+    if (m_rememberedDevice.id.isNull())
+        m_rememberedDevice.name.clear();
     const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
     m_favorites = QSet<QString>(favorites.begin(), favorites.end());
 
@@ -174,12 +180,17 @@ void MeshController::setApplicationActive(bool active) {
 // --- link reports
 
 void MeshController::onTransportStateChanged(TransportState state) {
+    const TransportState previous = m_transportState;
     setTransportState(state);
+    // Whether a reconnection begins is known before the radio-side state
+    // goes, so the views can hold on to what they show meanwhile.
+    onReconnectStateChanged(previous, state);
     if (state == TransportState::disconnected)
         resetAfterDisconnect();
 }
 
 void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
+    onReconnectDiscovered(device);
     for (qsizetype row = 0; row < m_discoveredDevices.size(); ++row) {
         if (m_discoveredDevices[row].id != device.id)
             continue;
@@ -198,6 +209,8 @@ void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
 }
 
 void MeshController::onTransportConnected() {
+    if (m_isReconnecting)
+        stopReconnecting();
     ++m_connection;
     performHandshake(); // runs on by itself; the task handle is not needed
 }
@@ -225,11 +238,17 @@ void MeshController::stopScan() {
 }
 
 void MeshController::connectToDevice(const DiscoveredDevice& device) {
+    // The user's choice ends any reconnection, and is the radio to come back to.
+    stopReconnecting();
+    rememberDevice(device);
     if (m_link)
         m_link->connectToDevice(device);
 }
 
 void MeshController::disconnectFromDevice() {
+    // Asked for: no reconnection now, nor at the next start.
+    stopReconnecting();
+    rememberDevice({});
     if (m_link)
         m_link->disconnectFromDevice();
     resetAfterDisconnect();

@@ -74,6 +74,11 @@ class MeshController : public QObject {
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
+    Q_PROPERTY(
+        bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
+    Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
+    Q_PROPERTY(
+        QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
 
 public:
     using ConversationMap = QHash<QString, Conversation>;
@@ -84,6 +89,10 @@ public:
     static constexpr auto favoritesKey = "favoriteNodeKeys";
     static constexpr auto verifiedKeysKey = "verifiedContactKeys";
     static constexpr auto handshakeFailureText = "The device didn't respond to the handshake.";
+    // The radio the user connected to last, and whether to reconnect to it.
+    static constexpr auto lastDeviceIdKey = "lastDeviceID";
+    static constexpr auto lastDeviceNameKey = "lastDeviceName";
+    static constexpr auto autoReconnectKey = "reconnectAutomatically";
 
     // Loads favourites and verified keys from `settings` and the history from
     // `store`, and listens to `link`. Any of the pointers may be null in tests
@@ -145,6 +154,37 @@ public:
     // channels, selection) and fails every waiting request with notConnected.
     // Conversations and preferences stay.
     void resetAfterDisconnect();
+
+    // --- reconnection
+    //
+    // The radio the user connected to is remembered. When its link drops
+    // without the user asking, the controller reconnects to it by itself
+    // while `autoReconnect` is on: an attempt scans (up to reconnectScanWindow)
+    // until the radio is seen, then connects. Attempts are 1 s after the drop,
+    // then further apart (2, 4, 8, ... s, at most reconnectPauseCap), for as
+    // long as it takes. A pause that ends far later than it should (the
+    // computer slept) starts the pauses over, and Bluetooth coming back on
+    // starts an attempt at once. Disconnecting, choosing a radio or turning
+    // `autoReconnect` off ends it.
+    static constexpr std::chrono::milliseconds reconnectScanWindow{10'000};
+    static constexpr std::chrono::milliseconds reconnectPauseCap{60'000};
+    // The pause before the attempt that follows `failures` failed ones.
+    static std::chrono::milliseconds reconnectPause(int failures);
+    bool autoReconnect() const { return m_autoReconnect; }
+    void setAutoReconnect(bool on);
+    bool isReconnecting() const { return m_isReconnecting; }
+    // The remembered radio's name; empty when none is remembered.
+    const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
+    std::optional<QUuid> rememberedDeviceId() const;
+    // Failed attempts since the reconnection began (or the computer woke).
+    int reconnectFailures() const { return m_reconnectFailures; }
+    // The application calls this once its window is up: from then on the
+    // controller reconnects by itself while `autoReconnect` is on, beginning
+    // at once with the remembered radio. Returns whether that began. Until
+    // then a drop simply ends the connection, as the tools and the tests of
+    // the plain link want it.
+    bool enableAutomaticReconnection();
+    bool isAutomaticReconnectionEnabled() const { return m_reconnectionEnabled; }
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -365,6 +405,9 @@ Q_SIGNALS:
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
     void historyErrorChanged();
+    void autoReconnectChanged();
+    void isReconnectingChanged();
+    void rememberedDeviceChanged();
 
 private:
     // Link reports.
@@ -397,6 +440,18 @@ private:
 
     // Handshake pieces.
     void ensureContactConversations();
+
+    // Reconnection pieces.
+    enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
+    void rememberDevice(const DiscoveredDevice& device);
+    void beginReconnecting(std::chrono::milliseconds firstPause);
+    void stopReconnecting();
+    void scheduleReconnectAttempt(std::chrono::milliseconds delay);
+    void attemptReconnect();
+    void reconnectAttemptFailed();
+    void cancelReconnectTimer();
+    void onReconnectStateChanged(TransportState previous, TransportState state);
+    void onReconnectDiscovered(const DiscoveredDevice& device);
 
     // Messaging pieces.
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
@@ -464,6 +519,19 @@ private:
     qint64 m_totalUnreadCount = 0;
     QString m_historyError;
     bool m_applicationActive = true;
+
+    struct RememberedDevice {
+        QUuid id;
+        QString name;
+    };
+    RememberedDevice m_rememberedDevice;
+    bool m_autoReconnect = true;
+    bool m_reconnectionEnabled = false;
+    bool m_isReconnecting = false;
+    ReconnectStep m_reconnectStep = ReconnectStep::idle;
+    int m_reconnectFailures = 0;
+    std::uint64_t m_reconnectTimer = 0; // a Clock timer id, 0 when none
+    QDateTime m_reconnectDue;
 
     QList<PendingRequest> m_queued; // not written yet, oldest first
     std::optional<PendingRequest> m_inFlight;

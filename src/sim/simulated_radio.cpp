@@ -178,6 +178,10 @@ void SimulatedRadio::discoverNow() {
     m_scanTimer = 0;
     if (m_state != TransportState::scanning)
         return;
+    if (!m_inRange) {
+        m_scanTimer = after(discoveryInterval, [this] { discoverNow(); });
+        return;
+    }
     // A real advertiser's signal wanders by a few dB between advertisements.
     m_scanRssi = -58 + m_random.bounded(-3, 4);
     DiscoveredDevice device;
@@ -199,7 +203,7 @@ void SimulatedRadio::connectToDevice(const DiscoveredDevice& device) {
     stopScan();
     cancelTimer(m_connectTimer);
     setState(TransportState::connecting);
-    if (device.id != deviceId) {
+    if (device.id != deviceId || !m_inRange) {
         m_connectTimer = after(m_connectDelay, [this] {
             m_connectTimer = 0;
             setState(TransportState::disconnected);

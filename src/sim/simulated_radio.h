@@ -124,6 +124,9 @@ public:
     // Simulates a lost link: state `disconnected`, reported at once; answers
     // and pushes still on their way are lost.
     void dropLink();
+    // Out of range (or switched off), the radio is not found by a scan and a
+    // connection attempt fails after the connect delay. Starts in range.
+    void setInRange(bool inRange) { m_inRange = inRange; }
 
     // --- Knobs ---------------------------------------------------------------
     // Delay of every answer and push (default 30 ms).
@@ -242,6 +245,7 @@ private:
     int m_answersOnTheWay = 0;
     int m_overlappingCommands = 0;
     std::chrono::milliseconds m_latency{30};
+    bool m_inRange = true;
     std::chrono::milliseconds m_connectDelay{600};
     std::chrono::milliseconds m_ackDelay{1500};
     std::chrono::milliseconds m_replyDelay{2500};

@@ -1,0 +1,201 @@
+// Getting the remembered radio back by itself after a drop the user did not
+// ask for, and at start.
+
+#include "controller/mesh_controller.h"
+#include "time/clock.h"
+#include "transport/mesh_link.h"
+
+#include <QSettings>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A pause that ends this much later than it was due spanned a sleep of the
+// computer: the radio may well be back, so the pauses start over.
+constexpr auto wakeSlack = 30s;
+// The link gives up on a connection by itself; this only guards against a
+// link that never says how its attempt ended.
+constexpr auto connectWatchdog = 60s;
+
+bool bluetoothUnusable(TransportState state) {
+    return state == TransportState::poweredOff || state == TransportState::unauthorized;
+}
+
+} // namespace
+
+std::chrono::milliseconds MeshController::reconnectPause(int failures) {
+    if (failures >= 6) // 64 s and up
+        return reconnectPauseCap;
+    return std::min(reconnectPauseCap, std::chrono::milliseconds(1000LL << std::max(failures, 0)));
+}
+
+std::optional<QUuid> MeshController::rememberedDeviceId() const {
+    if (m_rememberedDevice.id.isNull())
+        return std::nullopt;
+    return m_rememberedDevice.id;
+}
+
+void MeshController::setAutoReconnect(bool on) {
+    if (m_autoReconnect == on)
+        return;
+    m_autoReconnect = on;
+    if (m_settings)
+        m_settings->setValue(QLatin1String(autoReconnectKey), on);
+    // A connection attempt already under way runs to its end.
+    if (!on)
+        stopReconnecting();
+    Q_EMIT autoReconnectChanged();
+}
+
+bool MeshController::enableAutomaticReconnection() {
+    m_reconnectionEnabled = true;
+    if (!m_autoReconnect || m_rememberedDevice.id.isNull() || m_isReconnecting ||
+        m_transportState == TransportState::connected ||
+        m_transportState == TransportState::connecting)
+        return false;
+    beginReconnecting(0ms);
+    return true;
+}
+
+void MeshController::rememberDevice(const DiscoveredDevice& device) {
+    if (m_rememberedDevice.id == device.id && m_rememberedDevice.name == device.name)
+        return;
+    m_rememberedDevice = {device.id, device.name};
+    if (m_settings) {
+        if (device.id.isNull()) {
+            m_settings->remove(QLatin1String(lastDeviceIdKey));
+            m_settings->remove(QLatin1String(lastDeviceNameKey));
+        } else {
+            m_settings->setValue(QLatin1String(lastDeviceIdKey),
+                                 device.id.toString(QUuid::WithoutBraces));
+            m_settings->setValue(QLatin1String(lastDeviceNameKey), device.name);
+        }
+    }
+    Q_EMIT rememberedDeviceChanged();
+}
+
+void MeshController::beginReconnecting(std::chrono::milliseconds firstPause) {
+    m_reconnectFailures = 0;
+    assign(m_isReconnecting, true, &MeshController::isReconnectingChanged);
+    scheduleReconnectAttempt(firstPause);
+}
+
+void MeshController::stopReconnecting() {
+    const ReconnectStep step = m_reconnectStep;
+    cancelReconnectTimer();
+    m_reconnectStep = ReconnectStep::idle;
+    m_reconnectFailures = 0;
+    if (step == ReconnectStep::scanning && m_link)
+        m_link->stopScan();
+    assign(m_isReconnecting, false, &MeshController::isReconnectingChanged);
+}
+
+void MeshController::cancelReconnectTimer() {
+    if (m_reconnectTimer && m_clock)
+        m_clock->cancel(m_reconnectTimer);
+    m_reconnectTimer = 0;
+}
+
+void MeshController::scheduleReconnectAttempt(std::chrono::milliseconds delay) {
+    cancelReconnectTimer();
+    m_reconnectStep = ReconnectStep::pausing;
+    m_reconnectDue = m_clock->now().addMSecs(delay.count());
+    m_reconnectTimer = m_clock->schedule(delay, [this] {
+        m_reconnectTimer = 0;
+        if (m_reconnectDue.msecsTo(m_clock->now()) > std::chrono::milliseconds(wakeSlack).count())
+            m_reconnectFailures = 0;
+        attemptReconnect();
+    });
+}
+
+void MeshController::attemptReconnect() {
+    if (!m_isReconnecting || !m_link)
+        return;
+    if (m_transportState == TransportState::connected) {
+        stopReconnecting();
+        return;
+    }
+    // The step and the scan's end are set first: a link may report the radio
+    // from inside startScan.
+    m_reconnectStep = ReconnectStep::scanning;
+    m_reconnectTimer = m_clock->schedule(reconnectScanWindow, [this] {
+        m_reconnectTimer = 0;
+        if (m_reconnectStep != ReconnectStep::scanning)
+            return;
+        m_reconnectStep = ReconnectStep::idle;
+        if (m_link)
+            m_link->stopScan();
+        reconnectAttemptFailed();
+    });
+    startScan();
+    if (m_reconnectStep == ReconnectStep::scanning &&
+        m_transportState != TransportState::scanning) {
+        // No Bluetooth to scan with: the next attempt is when it comes back.
+        cancelReconnectTimer();
+        m_reconnectStep = ReconnectStep::waitingForBluetooth;
+    }
+}
+
+void MeshController::reconnectAttemptFailed() {
+    if (!m_isReconnecting)
+        return;
+    ++m_reconnectFailures;
+    scheduleReconnectAttempt(reconnectPause(m_reconnectFailures));
+}
+
+void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
+    if (m_reconnectStep != ReconnectStep::scanning || device.id != m_rememberedDevice.id)
+        return;
+    cancelReconnectTimer();
+    m_reconnectStep = ReconnectStep::connecting;
+    m_reconnectTimer = m_clock->schedule(connectWatchdog, [this] {
+        m_reconnectTimer = 0;
+        if (m_reconnectStep == ReconnectStep::connecting && m_link)
+            m_link->disconnectFromDevice(); // reported as disconnected: a failed attempt
+    });
+    m_link->connectToDevice(device);
+}
+
+void MeshController::onReconnectStateChanged(TransportState previous, TransportState state) {
+    if (!m_isReconnecting) {
+        // A drop the user did not ask for: the user's own disconnect forgets
+        // the radio first.
+        const bool dropped = previous == TransportState::connected &&
+                             (state == TransportState::disconnected || bluetoothUnusable(state));
+        if (dropped && m_reconnectionEnabled && m_autoReconnect && !m_rememberedDevice.id.isNull())
+            beginReconnecting(reconnectPause(0));
+        return;
+    }
+    switch (m_reconnectStep) {
+    case ReconnectStep::idle:
+        break;
+    case ReconnectStep::pausing:
+        // Bluetooth came back on: no reason to wait any longer.
+        if (bluetoothUnusable(previous) && !bluetoothUnusable(state))
+            scheduleReconnectAttempt(0ms);
+        break;
+    case ReconnectStep::waitingForBluetooth:
+        if (state == TransportState::ready)
+            scheduleReconnectAttempt(0ms);
+        break;
+    case ReconnectStep::scanning:
+        if (bluetoothUnusable(state)) {
+            cancelReconnectTimer();
+            m_reconnectStep = ReconnectStep::waitingForBluetooth;
+        } else if (state != TransportState::scanning) {
+            // The scan ended without finding the radio.
+            cancelReconnectTimer();
+            m_reconnectStep = ReconnectStep::idle;
+            reconnectAttemptFailed();
+        }
+        break;
+    case ReconnectStep::connecting:
+        if (state == TransportState::disconnected || bluetoothUnusable(state)) {
+            cancelReconnectTimer();
+            m_reconnectStep = ReconnectStep::idle;
+            reconnectAttemptFailed();
+        }
+        break;
+    }
+}

@@ -1,0 +1,212 @@
+#include "sim_rig.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+
+namespace {
+
+// A rig whose controller reconnects by itself, connected to the radio, and
+// the times (seconds after the drop) at which each reconnection attempt
+// began its scan.
+struct ReconnectRig : SimRig {
+    QDateTime droppedAt;
+    QList<double> scans;
+
+    ReconnectRig() {
+        controller->enableAutomaticReconnection();
+        QObject::connect(&radio, &MeshLink::transportStateChanged, &radio,
+                         [this](TransportState state) {
+                             if (state == TransportState::scanning && droppedAt.isValid())
+                                 scans << droppedAt.msecsTo(clock.now()) / 1000.0;
+                         });
+    }
+    void drop() {
+        droppedAt = clock.now();
+        radio.dropLink();
+    }
+    bool linked() const {
+        return controller->transportState() == TransportState::connected &&
+               !controller->isReconnecting() && controller->selfInfo().has_value();
+    }
+};
+
+} // namespace
+
+class TestReconnection : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { TestSupport::isolateFromUserFiles(); }
+
+    void pausesGrowToTheCap() {
+        const QList<int> expected{1000, 2000, 4000, 8000, 16000, 32000, 60000, 60000, 60000};
+        for (int failures = 0; failures < expected.size(); ++failures)
+            QCOMPARE(MeshController::reconnectPause(failures).count(), expected[failures]);
+        QCOMPARE(MeshController::reconnectPause(10'000), MeshController::reconnectPauseCap);
+    }
+
+    // A drop keeps the plain contract (state and radio-side data gone at
+    // once), then the radio comes back by itself after the pauses, with the
+    // usual handshake. Out of range for a while, each attempt scans 10 s.
+    void comesBackAfterTheDrop_data() {
+        QTest::addColumn<int>("failedAttempts");
+        QTest::addColumn<QList<double>>("scans");
+        QTest::newRow("at once") << 0 << QList<double>{1};
+        QTest::newRow("after four attempts") << 4 << QList<double>{1, 13, 27, 45, 71};
+    }
+    void comesBackAfterTheDrop() {
+        QFETCH(int, failedAttempts);
+        QFETCH(QList<double>, scans);
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        rig.radio.setInRange(failedAttempts == 0);
+        rig.drop();
+        QCOMPARE(rig.controller->transportState(), TransportState::disconnected);
+        QVERIFY(!rig.controller->selfInfo());
+        QVERIFY(rig.controller->isReconnecting());
+
+        rig.clock.advance(milliseconds(qint64(scans.last() * 1000) - 1000));
+        QCOMPARE(rig.controller->reconnectFailures(), failedAttempts);
+        rig.radio.setInRange(true);
+        rig.clock.advance(30s);
+        QCOMPARE(rig.scans, scans);
+        QVERIFY(rig.linked());
+        QCOMPARE(rig.controller->reconnectFailures(), 0);
+        QCOMPARE(rig.controller->rememberedDeviceName(), SimulatedRadio::deviceName);
+    }
+
+    // A radio that never returns is looked for every 70 s (10 s of scan, a
+    // minute's pause) for as long as it takes, with a bounded set of timers.
+    void looksForARadioThatNeverReturns() {
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        rig.radio.setInRange(false);
+        rig.drop();
+        const int timersBefore = rig.clock.pendingTimers();
+        for (int minute = 0; minute < 60; ++minute) {
+            rig.clock.advance(60s);
+            QVERIFY2(rig.clock.pendingTimers() <= timersBefore + 3,
+                     qPrintable(QString::number(rig.clock.pendingTimers())));
+        }
+        QVERIFY(rig.controller->isReconnecting());
+        QVERIFY(rig.scans.size() > 50);
+        QCOMPARE(rig.scans.last() - rig.scans.at(rig.scans.size() - 2), 70.0);
+    }
+
+    // Disconnecting, turning the preference off or choosing a radio ends the
+    // reconnection, whichever step it is in; nothing is tried afterwards.
+    void theUserEndsIt_data() {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<int>("after"); // ms after the drop
+        QTest::addColumn<bool>("remembered");
+        for (const char* action : {"disconnect", "preference off", "other radio"}) {
+            const bool remembered = qstrcmp(action, "disconnect") != 0;
+            QTest::addRow("%s in the pause", action) << action << 500 << remembered;
+            QTest::addRow("%s in the scan", action) << action << 5000 << remembered;
+            QTest::addRow("%s in a later pause", action) << action << 12000 << remembered;
+        }
+    }
+    void theUserEndsIt() {
+        QFETCH(QString, action);
+        QFETCH(int, after);
+        QFETCH(bool, remembered);
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        rig.radio.setInRange(false);
+        rig.drop();
+        rig.clock.advance(milliseconds(after));
+        const qsizetype scansBefore = rig.scans.size();
+        if (action == QLatin1String("disconnect")) {
+            rig.controller->disconnectFromDevice();
+        } else if (action == QLatin1String("preference off")) {
+            rig.controller->setAutoReconnect(false);
+        } else {
+            DiscoveredDevice other{QUuid::createUuid(), QStringLiteral("Other radio"), -70, {}};
+            rig.controller->connectToDevice(other);
+        }
+        QVERIFY(!rig.controller->isReconnecting());
+        QVERIFY(rig.controller->transportState() != TransportState::scanning);
+        rig.radio.setInRange(true);
+        rig.clock.advance(600s);
+        QCOMPARE(rig.scans.size(), scansBefore);
+        QVERIFY(rig.controller->transportState() != TransportState::connected);
+        QCOMPARE(rig.controller->rememberedDeviceId().has_value(), remembered);
+
+        // The preference and the forgotten radio outlast a restart.
+        MeshController again(&rig.radio, &rig.clock, nullptr, nullptr, rig.settings.get());
+        QCOMPARE(again.autoReconnect(), action != QLatin1String("preference off"));
+        QCOMPARE(again.rememberedDeviceName(), action == QLatin1String("other radio")
+                                                   ? QStringLiteral("Other radio")
+                                               : remembered ? SimulatedRadio::deviceName
+                                                            : QString());
+    }
+
+    // The computer slept through a pause: on waking the next attempt comes
+    // at once, one attempt and not a burst, and the pauses start over.
+    void wakingFromSleepStartsOver() {
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        rig.radio.setInRange(false);
+        rig.drop();
+        rig.clock.advance(60s); // attempts at 1, 13, 27, 45 s; the next after a 16 s pause
+        QCOMPARE(rig.controller->reconnectFailures(), 4);
+        const qsizetype scansBefore = rig.scans.size();
+        rig.clock.setNow(rig.clock.now().addSecs(8 * 3600));
+        rig.clock.settle();
+        QCOMPARE(rig.scans.size(), scansBefore + 1);
+        QCOMPARE(rig.controller->reconnectFailures(), 0);
+        rig.clock.advance(10s); // that scan ends empty; the pause is the first one again
+        QCOMPARE(rig.controller->reconnectFailures(), 1);
+        rig.radio.setInRange(true);
+        rig.clock.advance(2s + 30s);
+        QVERIFY(rig.linked());
+    }
+
+    // At start the remembered radio is reconnected at once; without one, or
+    // with the preference off, nothing happens, and a plain controller never
+    // reconnects by itself.
+    void atStart_data() {
+        QTest::addColumn<bool>("remembered");
+        QTest::addColumn<bool>("preference");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("remembered") << true << true << true;
+        QTest::newRow("none remembered") << false << true << true;
+        QTest::newRow("preference off") << true << false << true;
+        QTest::newRow("not enabled") << true << true << false;
+    }
+    void atStart() {
+        QFETCH(bool, remembered);
+        QFETCH(bool, preference);
+        QFETCH(bool, enabled);
+        SimRig rig;
+        QVERIFY(rig.connect());
+        if (!remembered)
+            rig.controller->disconnectFromDevice();
+        rig.controller->setAutoReconnect(preference);
+        rig.controller.reset();
+        rig.radio.dropLink();
+        rig.clock.advance(1s);
+
+        rig.controller = std::make_unique<MeshController>(&rig.radio, &rig.clock, &rig.notifier,
+                                                          rig.store.get(), rig.settings.get());
+        const bool begins = remembered && preference && enabled;
+        if (enabled)
+            QCOMPARE(rig.controller->enableAutomaticReconnection(), begins);
+        rig.clock.advance(30s);
+        QCOMPARE(rig.controller->transportState() == TransportState::connected, begins);
+        QVERIFY(!rig.controller->isReconnecting());
+        if (begins) {
+            // A later drop is reconnected too.
+            rig.radio.dropLink();
+            QVERIFY(rig.controller->isReconnecting());
+            rig.clock.advance(30s);
+            QCOMPARE(rig.controller->transportState(), TransportState::connected);
+        }
+    }
+};
+
+QTEST_MAIN(TestReconnection)
+#include "test_reconnection.moc"
