@@ -235,6 +235,22 @@
         <source>Not sent: options</source>
         <translation>Nicht gesendet: Optionen</translation>
     </message>
+    <message id="main.connection.reconnecting">
+        <source>Reconnecting…</source>
+        <translation>Verbindung wird wiederhergestellt…</translation>
+    </message>
+    <message id="chat.composer.reconnecting">
+        <source>Reconnecting to %1… Messages can be sent once it is back.</source>
+        <translation>Verbindung zu %1 wird wiederhergestellt… Nachrichten können gesendet werden, sobald es wieder da ist.</translation>
+    </message>
+    <message id="chat.composer.not.connected">
+        <source>Not connected to a radio.</source>
+        <translation>Mit keinem Funkgerät verbunden.</translation>
+    </message>
+    <message id="menu.file.reconnect.automatically">
+        <source>Reconnect automatically</source>
+        <translation>Automatisch neu verbinden</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Wird gesendet …</translation>

@@ -235,6 +235,22 @@
         <source>Not sent: options</source>
         <translation>Not sent: options</translation>
     </message>
+    <message id="main.connection.reconnecting">
+        <source>Reconnecting…</source>
+        <translation>Reconnecting…</translation>
+    </message>
+    <message id="chat.composer.reconnecting">
+        <source>Reconnecting to %1… Messages can be sent once it is back.</source>
+        <translation>Reconnecting to %1… Messages can be sent once it is back.</translation>
+    </message>
+    <message id="chat.composer.not.connected">
+        <source>Not connected to a radio.</source>
+        <translation>Not connected to a radio.</translation>
+    </message>
+    <message id="menu.file.reconnect.automatically">
+        <source>Reconnect automatically</source>
+        <translation>Reconnect automatically</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Sending…</translation>

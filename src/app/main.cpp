@@ -85,8 +85,10 @@ int main(int argc, char* argv[]) {
     // The screenshot tour keeps away from the user's history and settings.
     const QString historyPath = tour ? options.value(screenshots) + QStringLiteral("/history.json")
                                      : ConversationStore::defaultFilePath();
-    if (tour)
+    if (tour) {
         QFile::remove(historyPath);
+        QFile::remove(options.value(screenshots) + QStringLiteral("/settings.ini"));
+    }
     ConversationStore store(historyPath);
     if (!store.isWritable()) // the window says it too
         qWarning("History not saved: %s", qPrintable(store.error()));
@@ -123,6 +125,10 @@ int main(int argc, char* argv[]) {
         }
     });
     openConversationsFromNotifications(notifications, engine);
+    // With the window up, the radio of last time is looked for at once; the
+    // tour connects by itself.
+    if (!tour)
+        controller.enableAutomaticReconnection();
 
     std::unique_ptr<ScreenshotTour> screenshotTour;
     if (tour) {

@@ -209,10 +209,12 @@ void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
 }
 
 void MeshController::onTransportConnected() {
-    if (m_isReconnecting)
-        stopReconnecting();
     ++m_connection;
     performHandshake(); // runs on by itself; the task handle is not needed
+    // After the handshake began, so that isSyncing already tells views that
+    // the radio's lists are on their way.
+    if (m_isReconnecting)
+        stopReconnecting();
 }
 
 void MeshController::onTransportFailed(const QString& text) {

@@ -208,6 +208,59 @@ private Q_SLOTS:
         QTRY_VERIFY(!find("mainView"));
     }
 
+    // With reconnection on, a drop keeps the main window: the open chat, the
+    // list and the header stay, the pill says it is reconnecting and the
+    // composer why it cannot send; the chat is selected again once back.
+    void aDropWhileReconnectingKeepsTheMainWindow() {
+        m_rig->controller->enableAutomaticReconnection();
+        QVERIFY(m_rig->connect());
+        QTRY_VERIFY(shows("mainView"));
+        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
+        const auto target = ConversationID::contact(aino->publicKey);
+        m_rig->controller->setSelectedConversation(target);
+        QTRY_VERIFY(shows("messageList"));
+        auto* send = item("sendButton");
+        auto* field = item("composerText");
+        QVERIFY(send && field);
+        field->setProperty("text", QStringLiteral("draft"));
+        QVERIFY(send->isEnabled());
+        const QString limitNote = item("composerNote")->property("text").toString();
+
+        m_rig->radio.setInRange(false);
+        m_rig->radio.dropLink();
+        QVERIFY(!m_rig->controller->selectedConversation());
+        QTest::qWait(400);
+        QVERIFY(shows("mainView"));
+        QVERIFY(!find("connectionView"));
+        QCOMPARE(find("pillSecondLine")->property("text").toString(),
+                 qtTrId("main.connection.reconnecting"));
+        QCOMPARE(find("pillTitle")->property("text").toString(), SimulatedRadio::deviceName);
+        QCOMPARE(find("conversationList")->property("count").toInt(), 5);
+        QCOMPARE(item("chatTitle")->property("text").toString(), QStringLiteral("Aino Virtanen"));
+        QVERIFY(!send->isEnabled());
+        QCOMPARE(field->property("text").toString(), QStringLiteral("draft"));
+        QVERIFY(
+            item("composerNote")->property("text").toString().contains(SimulatedRadio::deviceName));
+
+        advance(30s);
+        QVERIFY(shows("mainView"));
+        m_rig->radio.setInRange(true);
+        advance(60s);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::connected);
+        QCOMPARE(m_rig->controller->selectedConversation(), target);
+        QTRY_VERIFY(send->isEnabled());
+        QCOMPARE(item("composerNote")->property("text").toString(), limitNote);
+        QCOMPARE(find("pillTitle")->property("text").toString(), m_rig->radio.selfInfo().name);
+
+        // Disconnecting gives up and shows the connection screen.
+        m_rig->radio.setInRange(false);
+        m_rig->radio.dropLink();
+        QVERIFY(m_rig->controller->isReconnecting());
+        m_rig->controller->disconnectFromDevice();
+        QTest::qWait(400);
+        QTRY_VERIFY(shows("connectionView"));
+    }
+
     void selectionShowsInfoButtonOnlyForContacts() {
         QVERIFY(m_rig->connect());
         QTRY_VERIFY(shows("mainView"));

@@ -45,12 +45,21 @@ MenuBar {
         title: qsTrId("menu.file")
         BarItem {
             objectName: "disconnectMenuItem"
-            visible: bar.shell.connected
+            visible: bar.shell.showsMainView
             action: Action {
                 text: qsTrId("Disconnect")
                 shortcut: "Ctrl+Shift+D"
-                enabled: bar.shell.connected
+                enabled: bar.shell.showsMainView
                 onTriggered: bar.shell.disconnectFromDevice()
+            }
+        }
+        BarItem {
+            objectName: "autoReconnectMenuItem"
+            action: Action {
+                text: qsTrId("menu.file.reconnect.automatically")
+                checkable: true
+                checked: bar.shell.autoReconnect
+                onTriggered: bar.shell.autoReconnect = checked
             }
         }
         BarItem {

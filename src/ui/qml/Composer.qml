@@ -130,18 +130,23 @@ Rectangle {
         RowLayout {
             Layout.fillWidth: true
             spacing: 6
+            readonly property bool blocked: composer.chat.sendBlockedReason.length > 0
+            // Why nothing can be sent just now, in place of the length rule.
             Icon {
-                symbol: "shippingbox"
+                symbol: parent.blocked ? "wifi.slash" : "shippingbox"
                 size: Theme.caption2Size + 1
-                color: Theme.secondaryText
+                color: parent.blocked ? Theme.orange : Theme.secondaryText
             }
             Text {
+                objectName: "composerNote"
+                Layout.fillWidth: true
                 textFormat: Text.PlainText
-                text: qsTrId("chat.composer.limit").arg(composer.chat.limit)
+                elide: Text.ElideRight
+                text: parent.blocked ? composer.chat.sendBlockedReason
+                                     : qsTrId("chat.composer.limit").arg(composer.chat.limit)
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
-            Item { Layout.fillWidth: true }
             Text {
                 textFormat: Text.PlainText
                 objectName: "composerCounter"

@@ -1,8 +1,9 @@
 import QtQuick
 import Talvenne
 
-// The connection screen while no radio is connected, the main view after;
-// above both the warning while the history cannot be saved.
+// The connection screen while no radio is connected, the main view after
+// (and while a dropped radio is being reconnected); above both the warning
+// while the history cannot be saved.
 Item {
     id: content
 
@@ -19,14 +20,14 @@ Item {
     }
 
     // The main view while connected (for the window's title and menus).
-    readonly property Item mainView: content.shell.connected ? mainLoader.item : null
+    readonly property Item mainView: content.shell.showsMainView ? mainLoader.item : null
 
     Loader {
         id: connectionLoader
         objectName: "connectionLoader"
         anchors { top: historyWarning.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
         active: opacity > 0
-        opacity: content.shell.connected ? 0 : 1
+        opacity: content.shell.showsMainView ? 0 : 1
         Behavior on opacity { NumberAnimation { duration: 250; easing.type: Easing.InOutQuad } }
         sourceComponent: ConnectionView {
             controller: content.controller
@@ -40,7 +41,7 @@ Item {
         objectName: "mainLoader"
         anchors { top: historyWarning.bottom; left: parent.left; right: parent.right; bottom: parent.bottom }
         active: opacity > 0
-        opacity: content.shell.connected ? 1 : 0
+        opacity: content.shell.showsMainView ? 1 : 0
         Behavior on opacity { NumberAnimation { duration: 250; easing.type: Easing.InOutQuad } }
         sourceComponent: MainView {
             controller: content.controller

@@ -40,12 +40,18 @@ void ChatViewModel::setController(MeshController* controller) {
     if (m_controller)
         disconnect(m_controller, nullptr, this, nullptr);
     m_controller = controller;
+    m_headerKey.clear();
     if (controller) {
         connect(controller, &MeshController::contactsChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::channelsChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::verifiedKeysChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::transportStateChanged, this,
                 &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::isReconnectingChanged, this,
+                &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::rememberedDeviceChanged, this,
+                &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::isSyncingChanged, this, &ChatViewModel::refresh);
     }
     refresh();
     Q_EMIT controllerChanged();
@@ -65,6 +71,15 @@ bool ChatViewModel::connected() const {
     return m_controller && m_controller->transportState() == TransportState::connected;
 }
 
+QString ChatViewModel::sendBlockedReason() const {
+    if (!m_controller || connected())
+        return {};
+    if (m_controller->isReconnecting())
+        return qtTrId("chat.composer.reconnecting")
+            .arg(ViewLogic::safeName(m_controller->rememberedDeviceName()));
+    return qtTrId("chat.composer.not.connected");
+}
+
 std::optional<Contact> ChatViewModel::contact() const {
     if (!m_controller || !m_target || !m_target->isContact())
         return std::nullopt;
@@ -72,6 +87,15 @@ std::optional<Contact> ChatViewModel::contact() const {
 }
 
 void ChatViewModel::refresh() {
+    // While the radio is being reconnected its contacts and channels are
+    // gone until the handshake reads them again: the header keeps what it
+    // showed for this conversation.
+    if (m_controller && m_headerKey == m_key &&
+        (m_controller->isReconnecting() ||
+         (m_controller->isSyncing() && m_controller->contacts().isEmpty() &&
+          m_controller->channels().isEmpty())))
+        return;
+    m_headerKey = m_key;
     Header header;
     if (m_controller && m_target) {
         const std::optional<Contact> contact = this->contact();

@@ -40,6 +40,9 @@ class ChatViewModel : public QObject {
     // The red banner's text; empty when there is no conflict.
     Q_PROPERTY(QString conflictText READ conflictText NOTIFY headerChanged)
     Q_PROPERTY(bool connected READ connected NOTIFY connectedChanged)
+    // Why nothing can be sent just now, shown under the composer; empty
+    // while connected.
+    Q_PROPERTY(QString sendBlockedReason READ sendBlockedReason NOTIFY connectedChanged)
     // The most characters a message may hold.
     Q_PROPERTY(int limit READ limit CONSTANT)
 
@@ -68,6 +71,7 @@ public:
     bool verificationActionClears() const { return m_header.verificationActionClears; }
     QString conflictText() const { return m_header.conflictText; }
     bool connected() const;
+    QString sendBlockedReason() const;
     static int limit();
 
     // --- composer
@@ -132,4 +136,5 @@ private:
     QString m_key;
     std::optional<ConversationID> m_target;
     Header m_header;
+    QString m_headerKey; // the conversation m_header was made for
 };

@@ -7,6 +7,7 @@
 #include "look.h"
 
 #include <QMetaEnum>
+#include <utility>
 
 namespace {
 
@@ -45,8 +46,27 @@ void ShellModel::setController(MeshController* controller) {
         connect(controller, &MeshController::isSyncingChanged, this, &ShellModel::pillChanged);
         connect(controller, &MeshController::selfInfoChanged, this, &ShellModel::pillChanged);
         connect(controller, &MeshController::batteryChanged, this, &ShellModel::pillChanged);
-        connect(controller, &MeshController::selectedConversationChanged, this,
-                &ShellModel::selectionChanged);
+        connect(controller, &MeshController::selectedConversationChanged, this, [this] {
+            if (const auto& selected = m_controller->selectedConversation())
+                m_heldSelection = selected->conversationKey();
+            else if (!m_controller->isReconnecting())
+                m_heldSelection.clear();
+            Q_EMIT selectionChanged();
+        });
+        connect(controller, &MeshController::isReconnectingChanged, this, [this] {
+            if (!m_controller->isReconnecting()) {
+                const QString held = std::exchange(m_heldSelection, QString());
+                if (connected() && !held.isEmpty() && !m_controller->selectedConversation())
+                    m_controller->setSelectedConversation(conversationFromKey(held));
+            }
+            Q_EMIT connectionChanged();
+            Q_EMIT pillChanged();
+            Q_EMIT selectionChanged();
+        });
+        connect(controller, &MeshController::rememberedDeviceChanged, this,
+                &ShellModel::pillChanged);
+        connect(controller, &MeshController::autoReconnectChanged, this,
+                &ShellModel::autoReconnectChanged);
         connect(controller, &MeshController::contactsChanged, this, &ShellModel::selectionChanged);
         connect(controller, &MeshController::totalUnreadCountChanged, this,
                 &ShellModel::totalUnreadCountChanged);
@@ -57,6 +77,7 @@ void ShellModel::setController(MeshController* controller) {
     Q_EMIT pillChanged();
     Q_EMIT selectionChanged();
     Q_EMIT totalUnreadCountChanged();
+    Q_EMIT autoReconnectChanged();
 }
 
 QString ShellModel::transportStateName() const {
@@ -68,6 +89,19 @@ QString ShellModel::transportStateName() const {
 
 bool ShellModel::connected() const {
     return m_controller && m_controller->transportState() == TransportState::connected;
+}
+
+bool ShellModel::reconnecting() const {
+    return m_controller && m_controller->isReconnecting();
+}
+
+bool ShellModel::autoReconnect() const {
+    return m_controller && m_controller->autoReconnect();
+}
+
+void ShellModel::setAutoReconnect(bool on) {
+    if (m_controller)
+        m_controller->setAutoReconnect(on);
 }
 
 bool ShellModel::scanning() const {
@@ -96,6 +130,11 @@ bool ShellModel::syncing() const {
 }
 
 QString ShellModel::pillTitle() const {
+    // While reconnecting the radio's own name is gone with it: the one it
+    // had when the user chose it stands in.
+    if (reconnecting() && !m_controller->selfInfo() &&
+        !m_controller->rememberedDeviceName().isEmpty())
+        return ViewLogic::safeName(m_controller->rememberedDeviceName());
     return ViewLogic::safeName(
         ViewLogic::pillTitle(m_controller ? m_controller->selfInfo() : std::nullopt));
 }
@@ -103,6 +142,8 @@ QString ShellModel::pillTitle() const {
 QString ShellModel::pillSecondLine() const {
     if (!m_controller)
         return {};
+    if (reconnecting())
+        return qtTrId("main.connection.reconnecting");
     const auto line = ViewLogic::pillSecondLine(m_controller->isSyncing(), m_controller->battery());
     return line ? line->text() : QString();
 }
@@ -113,8 +154,10 @@ QString ShellModel::pillDotTint() const {
 }
 
 QString ShellModel::selectedConversationKey() const {
-    if (!m_controller || !m_controller->selectedConversation())
+    if (!m_controller)
         return {};
+    if (!m_controller->selectedConversation())
+        return reconnecting() ? m_heldSelection : QString();
     return m_controller->selectedConversation()->conversationKey();
 }
 
@@ -135,6 +178,8 @@ void ShellModel::select(const QString& conversationKey) {
     if (!m_controller)
         return;
     const auto target = conversationFromKey(conversationKey);
+    if (!target)
+        m_heldSelection.clear();
     m_controller->setSelectedConversation(target);
     if (target)
         m_controller->markConversationRead(*target);

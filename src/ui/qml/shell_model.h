@@ -17,6 +17,12 @@ class ShellModel : public QObject {
 
     Q_PROPERTY(QString transportStateName READ transportStateName NOTIFY connectionChanged)
     Q_PROPERTY(bool connected READ connected NOTIFY connectionChanged)
+    // The radio dropped and is being reconnected: the main window stays.
+    Q_PROPERTY(bool reconnecting READ reconnecting NOTIFY connectionChanged)
+    Q_PROPERTY(bool showsMainView READ showsMainView NOTIFY connectionChanged)
+    // The "Reconnect automatically" preference.
+    Q_PROPERTY(
+        bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool scanning READ scanning NOTIFY connectionChanged)
     // The text under the empty radio list.
     Q_PROPERTY(QString statusText READ statusText NOTIFY connectionChanged)
@@ -44,6 +50,10 @@ public:
 
     QString transportStateName() const;
     bool connected() const;
+    bool reconnecting() const;
+    bool showsMainView() const { return connected() || reconnecting(); }
+    bool autoReconnect() const;
+    void setAutoReconnect(bool on);
     bool scanning() const;
     QString statusText() const;
     bool canScan() const;
@@ -77,6 +87,7 @@ public:
 Q_SIGNALS:
     void controllerChanged();
     void connectionChanged();
+    void autoReconnectChanged();
     void connectionErrorChanged();
     void pillChanged();
     void selectionChanged();
@@ -86,4 +97,8 @@ Q_SIGNALS:
 private:
     QPointer<MeshController> m_controller;
     bool m_errorDismissed = false;
+    // The conversation shown when the radio dropped: the controller forgets
+    // its selection with the radio, the window keeps it open meanwhile and
+    // selects it again once the radio is back.
+    QString m_heldSelection;
 };

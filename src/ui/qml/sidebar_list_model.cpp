@@ -15,10 +15,29 @@ void SidebarListModel::setController(MeshController* controller) {
     if (m_controller)
         m_controller->disconnect(this);
     m_controller = controller;
-    if (controller)
+    m_holding = false;
+    if (controller) {
         attach(controller);
+        connect(controller, &MeshController::isReconnectingChanged, this,
+                &SidebarListModel::followReconnection);
+        connect(controller, &MeshController::isSyncingChanged, this,
+                &SidebarListModel::followReconnection);
+    }
     rebuild();
     Q_EMIT controllerChanged();
+}
+
+void SidebarListModel::followReconnection() {
+    if (m_controller->isReconnecting()) {
+        m_holding = true;
+        return;
+    }
+    // Back (or given up): the rows follow again once the handshake has read
+    // the lists.
+    if (!m_holding || m_controller->isSyncing())
+        return;
+    m_holding = false;
+    update();
 }
 
 void SidebarListModel::setSearch(const QString& search) {

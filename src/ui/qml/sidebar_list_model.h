@@ -47,9 +47,16 @@ protected:
     virtual void update() = 0;
     virtual void rebuild() = 0;
     void setShowEmptyState(bool show);
+    // While the radio is being reconnected, and until its lists are read
+    // again, the rows stay as they were: the lists they come from are empty
+    // meanwhile.
+    bool holding() const { return m_holding; }
 
 private:
+    void followReconnection();
+
     QPointer<MeshController> m_controller;
+    bool m_holding = false;
     QString m_search;
     bool m_showEmptyState = false;
 };
@@ -75,6 +82,12 @@ public:
 
 protected:
     virtual QList<Row> computeRows() = 0;
-    void update() override { this->syncRows(computeRows()); }
-    void rebuild() override { this->resetRows(computeRows()); }
+    void update() override {
+        if (!this->holding())
+            this->syncRows(computeRows());
+    }
+    void rebuild() override {
+        if (!this->holding())
+            this->resetRows(computeRows());
+    }
 };
