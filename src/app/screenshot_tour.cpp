@@ -288,6 +288,17 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("inspector", QString());
              m_controller->setSelectedConversation(ConversationID::channel(0));
          }},
+        // The radio drops and stays away: the window waits for it.
+        {QStringLiteral("reconnecting"), 1200,
+         [this] {
+             m_controller->setSelectedConversation(
+                 ConversationID::contact(contactKeyNamed(aino)));
+             if (m_radio) {
+                 m_controller->enableAutomaticReconnection();
+                 m_radio->setInRange(false);
+                 m_radio->dropLink();
+             }
+         }},
     };
 }
 
