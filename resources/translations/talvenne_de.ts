@@ -251,6 +251,30 @@
         <source>Reconnect automatically</source>
         <translation>Automatisch neu verbinden</translation>
     </message>
+    <message id="menu.view.search.messages">
+        <source>Search Messages…</source>
+        <translation>Nachrichten durchsuchen…</translation>
+    </message>
+    <message id="search.history.prompt">
+        <source>Search all messages</source>
+        <translation>Alle Nachrichten durchsuchen</translation>
+    </message>
+    <message id="search.history.results">
+        <source>Matching messages</source>
+        <translation>Passende Nachrichten</translation>
+    </message>
+    <message id="search.history.empty">
+        <source>No messages match “%1”</source>
+        <translation>Keine Nachricht passt zu „%1“</translation>
+    </message>
+    <message id="search.history.sender.you">
+        <source>You</source>
+        <translation>Du</translation>
+    </message>
+    <message id="search.history.result.spoken">
+        <source>%1, %2: %3</source>
+        <translation>%1, %2: %3</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Wird gesendet …</translation>

@@ -251,6 +251,30 @@
         <source>Reconnect automatically</source>
         <translation>Reconnect automatically</translation>
     </message>
+    <message id="menu.view.search.messages">
+        <source>Search Messages…</source>
+        <translation>Search Messages…</translation>
+    </message>
+    <message id="search.history.prompt">
+        <source>Search all messages</source>
+        <translation>Search all messages</translation>
+    </message>
+    <message id="search.history.results">
+        <source>Matching messages</source>
+        <translation>Matching messages</translation>
+    </message>
+    <message id="search.history.empty">
+        <source>No messages match “%1”</source>
+        <translation>No messages match “%1”</translation>
+    </message>
+    <message id="search.history.sender.you">
+        <source>You</source>
+        <translation>You</translation>
+    </message>
+    <message id="search.history.result.spoken">
+        <source>%1, %2: %3</source>
+        <translation>%1, %2: %3</translation>
+    </message>
     <message id="chat.message.delivery.sending">
         <source>Sending…</source>
         <translation>Sending…</translation>

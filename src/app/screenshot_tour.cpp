@@ -288,11 +288,29 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("inspector", QString());
              m_controller->setSelectedConversation(ConversationID::channel(0));
          }},
+        // Every conversation searched at once.
+        {QStringLiteral("history-search"), 1200,
+         [this] {
+             QObject* root = m_engine->rootObjects().value(0);
+             QObject* search =
+                 root ? root->findChild<QObject*>(QStringLiteral("historySearch")) : nullptr;
+             if (!search)
+                 return;
+             QMetaObject::invokeMethod(search, "open");
+             if (QObject* field = search->findChild<QObject*>(QStringLiteral("historySearchField")))
+                 field->setProperty("text", QStringLiteral("harbour"));
+         }},
+        {QStringLiteral("history-search-opened"), 1200,
+         [this] {
+             QObject* root = m_engine->rootObjects().value(0);
+             if (QObject* search =
+                     root ? root->findChild<QObject*>(QStringLiteral("historySearch")) : nullptr)
+                 QMetaObject::invokeMethod(search, "choose", Q_ARG(QVariant, 1));
+         }},
         // The radio drops and stays away: the window waits for it.
         {QStringLiteral("reconnecting"), 1200,
          [this] {
-             m_controller->setSelectedConversation(
-                 ConversationID::contact(contactKeyNamed(aino)));
+             m_controller->setSelectedConversation(ConversationID::contact(contactKeyNamed(aino)));
              if (m_radio) {
                  m_controller->enableAutomaticReconnection();
                  m_radio->setInRange(false);

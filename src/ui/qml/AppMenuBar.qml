@@ -13,6 +13,7 @@ MenuBar {
     property Item mainView: null
 
     signal aboutRequested()
+    signal historySearchRequested()
 
     objectName: "menuBar"
     // The platform's menu bar palette does not follow the application's, so
@@ -103,6 +104,14 @@ MenuBar {
                 shortcut: StandardKey.Find
                 enabled: bar.mainView !== null
                 onTriggered: bar.mainView.focusSearch()
+            }
+        }
+        BarItem {
+            objectName: "historySearchMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.search.messages")
+                shortcut: "Ctrl+Shift+F"
+                onTriggered: bar.historySearchRequested()
             }
         }
         MenuSeparator {}

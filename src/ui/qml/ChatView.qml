@@ -20,8 +20,34 @@ Rectangle {
     // stays at the bottom. Scrolling up lets go; scrolling back down holds on.
     property bool pinned: true
 
+    // A message to scroll to and mark for a moment (a search result).
+    property string revealMessageId
+    // The message marked just now; empty when none is.
+    readonly property string markedMessageId: list.markedMessageId
+
     // Escape in the composer: the main view puts the focus back on the list.
     signal leaveRequested()
+
+    onRevealMessageIdChanged: Qt.callLater(reveal)
+
+    // After the conversation has opened at its end: the message is centred
+    // and marked, and the list lets go of its end.
+    function reveal() {
+        const row = messages.rowOfMessage(revealMessageId)
+        if (revealMessageId.length === 0 || row < 0)
+            return
+        pinned = false
+        scrollAnimation.stop()
+        list.positionViewAtIndex(row, ListView.Center)
+        list.markedMessageId = revealMessageId
+        unmark.restart()
+    }
+
+    Timer {
+        id: unmark
+        interval: 1600
+        onTriggered: list.markedMessageId = ""
+    }
 
     color: Theme.window
 
@@ -49,7 +75,9 @@ Rectangle {
     function arrive() {
         chatModel.markRead()
         pinned = true
-        Qt.callLater(jumpToEnd)
+        Qt.callLater(settleAtEnd)
+        if (revealMessageId.length > 0)
+            Qt.callLater(reveal)
     }
 
     function focusComposer() {
@@ -67,6 +95,12 @@ Rectangle {
         list.forceLayout()
         list.contentY = Math.max(list.originY - list.topMargin,
                                  list.originY + list.contentHeight + list.bottomMargin - list.height)
+    }
+
+    // The end once the list is laid out, unless a revealed message let go of it.
+    function settleAtEnd() {
+        if (pinned)
+            jumpToEnd()
     }
 
     function holdEnd() {
@@ -90,7 +124,11 @@ Rectangle {
 
     Connections {
         target: messages
-        function onModelReset() { Qt.callLater(view.jumpToEnd) }
+        function onModelReset() {
+            Qt.callLater(view.settleAtEnd)
+            if (view.revealMessageId.length > 0)
+                Qt.callLater(view.reveal)
+        }
         function onRowsInserted() { Qt.callLater(view.scrollToEnd) }
     }
 
@@ -127,6 +165,7 @@ Rectangle {
         ListView {
             id: list
             objectName: "messageList"
+            property string markedMessageId
             Layout.fillWidth: true
             Layout.fillHeight: true
             clip: true

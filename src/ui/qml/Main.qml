@@ -34,6 +34,13 @@ ApplicationWindow {
         shell: shell
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
+        onHistorySearchRequested: historySearch.open()
+    }
+
+    HistorySearchView {
+        id: historySearch
+        controller: window.controller
+        onResultChosen: (key, messageId) => shell.openMessage(key, messageId)
     }
 
     AboutDialog {

@@ -199,7 +199,11 @@ Item {
                 objectName: "chatLoader"
                 anchors.fill: parent
                 active: detail.showChat
-                Component.onCompleted: setSource("ChatView.qml", { controller: main.controller, conversationKey: Qt.binding(function () { return detail.conversationKey }) })
+                Component.onCompleted: setSource("ChatView.qml", {
+                    controller: main.controller,
+                    conversationKey: Qt.binding(function () { return detail.conversationKey }),
+                    revealMessageId: Qt.binding(function () { return main.shell.revealedMessageId })
+                })
             }
             Connections {
                 target: chatLoader.item

@@ -80,6 +80,19 @@ Item {
         }
     }
 
+    // A search result's message is marked for a moment.
+    Rectangle {
+        objectName: "revealMark"
+        anchors.fill: parent
+        anchors.margins: -5
+        radius: 10
+        color: Theme.mention
+        opacity: bubbleRow.ListView.view && bubbleRow.ListView.view.markedMessageId === bubbleRow.messageId
+                 ? 0.22 : 0
+        visible: opacity > 0
+        Behavior on opacity { NumberAnimation { duration: 300 } }
+    }
+
     SenderBadge {
         visible: bubbleRow.hasSender
         x: 0

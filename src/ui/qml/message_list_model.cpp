@@ -146,6 +146,15 @@ void MessageListModel::onConversationAddedOrRemoved(const QString& key) {
         reload();
 }
 
+int MessageListModel::rowOfMessage(const QString& messageId) const {
+    const QUuid id(messageId);
+    for (int row = m_count - 1; row >= 0; --row) {
+        if (const ChatMessage* message = messageAt(row); message && message->id == id)
+            return row;
+    }
+    return -1;
+}
+
 int MessageListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : m_count;
 }

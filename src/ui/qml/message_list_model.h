@@ -89,6 +89,9 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     QHash<int, QByteArray> roleNames() const override;
 
+    // The row of the message with this id; -1 when it is not in this conversation.
+    Q_INVOKABLE int rowOfMessage(const QString& messageId) const;
+
     // The icon of a bubble's report toggle.
     Q_INVOKABLE static QString reportToggleSymbol(bool expanded);
 

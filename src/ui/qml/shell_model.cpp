@@ -190,6 +190,15 @@ void ShellModel::open(const QString& conversationKey) {
     Q_EMIT conversationOpened(conversationKey);
 }
 
+void ShellModel::openMessage(const QString& conversationKey, const QString& messageId) {
+    // Set anew each time, so the same result chosen twice shows twice.
+    m_revealedMessageId.clear();
+    Q_EMIT revealedMessageIdChanged();
+    open(conversationKey);
+    m_revealedMessageId = messageId;
+    Q_EMIT revealedMessageIdChanged();
+}
+
 void ShellModel::startScan() {
     if (m_controller)
         m_controller->startScan();

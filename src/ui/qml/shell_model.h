@@ -41,6 +41,9 @@ class ShellModel : public QObject {
     // The key of the selected contact while it is in the contact list, else empty.
     Q_PROPERTY(QString currentChatContactKey READ currentChatContactKey NOTIFY selectionChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
+    // The message the chat is asked to scroll to and mark (a search result);
+    // empty otherwise.
+    Q_PROPERTY(QString revealedMessageId READ revealedMessageId NOTIFY revealedMessageIdChanged)
 
 public:
     explicit ShellModel(QObject* parent = nullptr);
@@ -73,6 +76,9 @@ public:
     // select(), and the main view shows that conversation whatever its list
     // mode (a click on a notification).
     Q_INVOKABLE void open(const QString& conversationKey);
+    // open(), and the chat shows that message, briefly marked.
+    Q_INVOKABLE void openMessage(const QString& conversationKey, const QString& messageId);
+    const QString& revealedMessageId() const { return m_revealedMessageId; }
     Q_INVOKABLE void startScan();
     Q_INVOKABLE void stopScan();
     // Starts a scan when the adapter is ready and nothing is listed yet.
@@ -93,6 +99,7 @@ Q_SIGNALS:
     void selectionChanged();
     void totalUnreadCountChanged();
     void conversationOpened(const QString& conversationKey);
+    void revealedMessageIdChanged();
 
 private:
     QPointer<MeshController> m_controller;
@@ -101,4 +108,5 @@ private:
     // its selection with the radio, the window keeps it open meanwhile and
     // selects it again once the radio is back.
     QString m_heldSelection;
+    QString m_revealedMessageId;
 };

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QList>
+#include <QLocale>
+#include <QString>
+#include <QStringView>
+#include <optional>
+
+namespace ViewLogic {
+
+// Text as the history search compares it: case folded in the locale (so a
+// Turkish "I" finds "ı"), accents and other combining marks dropped ("Café"
+// -> "cafe", "Å" -> "a"), compatibility forms unfolded ("ﬁ" -> "fi").
+// `origin`, when given, receives for each folded code unit the index of the
+// code unit of `text` it came from, so a match maps back to the text.
+QString foldForSearch(QStringView text, const QLocale& locale = QLocale(),
+                      QList<qsizetype>* origin = nullptr);
+
+// Where a folded query matches a text, in the text's own code units.
+struct SearchMatch {
+    qsizetype start = 0;
+    qsizetype length = 0;
+    bool operator==(const SearchMatch&) const = default;
+};
+// The first match of an already folded, non-empty query; none without one.
+std::optional<SearchMatch> findFolded(QStringView text, const QString& foldedQuery,
+                                      const QLocale& locale = QLocale());
+
+// A result line: the matching part of the text with a little of what
+// surrounds it, on one line. `before` starts with "…" when the text goes on
+// further back, `after` ends with it when it goes on further.
+struct SearchExcerpt {
+    QString before;
+    QString match;
+    QString after;
+    bool operator==(const SearchExcerpt&) const = default;
+};
+inline constexpr qsizetype excerptContextBefore = 32;
+inline constexpr qsizetype excerptContextAfter = 96;
+SearchExcerpt searchExcerpt(const QString& text, SearchMatch match);
+
+} // namespace ViewLogic

@@ -1,0 +1,226 @@
+#include "chat_rig.h"
+#include "history_search_model.h"
+#include "logic/history_search.h"
+#include "quick_chat.h"
+#include "translations.h"
+
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
+#include <qcoro/qcoroqml.h>
+
+Q_IMPORT_QML_PLUGIN(TalvennePlugin)
+
+using namespace std::chrono_literals;
+using Direction = ChatMessage::Direction;
+using ViewLogic::SearchMatch;
+
+class TestHistorySearch : public QObject {
+    Q_OBJECT
+
+    // The folded query matched in `text`, as the part of `text` it covers.
+    static QString matched(const QString& text, const QString& query, const QLocale& locale) {
+        const auto match =
+            ViewLogic::findFolded(text, ViewLogic::foldForSearch(query, locale), locale);
+        return match ? text.mid(match->start, match->length) : QStringLiteral("<none>");
+    }
+
+private Q_SLOTS:
+    void initTestCase() {
+        TestSupport::isolateFromUserFiles();
+        QCoro::Qml::registerTypes();
+        QVERIFY(installTranslations(*QCoreApplication::instance()));
+        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+    }
+
+    void matchesIgnoringCaseAndAccents_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("match");
+        const QString none = QStringLiteral("<none>");
+        QTest::newRow("case") << "Meet at the HARBOUR"
+                              << "harbour"
+                              << "en"
+                              << "HARBOUR";
+        QTest::newRow("accent in text") << "Un café?"
+                                        << "CAFE"
+                                        << "fr"
+                                        << "café";
+        QTest::newRow("accent in query") << "cafe"
+                                         << "café"
+                                         << "fr"
+                                         << "cafe";
+        QTest::newRow("combining mark stays with its letter")
+            << QStringLiteral("cafe\u0301 noir") << "cafe"
+            << "fr" << QStringLiteral("cafe\u0301");
+        QTest::newRow("umlaut") << "ÄITI tulee"
+                                << "aiti"
+                                << "fi"
+                                << "ÄITI";
+        QTest::newRow("sharp s") << "Große Straße"
+                                 << "strasse"
+                                 << "de"
+                                 << "Straße";
+        QTest::newRow("ligature") << QStringLiteral("o\uFB03ce") << "office"
+                                  << "en" << QStringLiteral("o\uFB03ce");
+        QTest::newRow("after an emoji") << QStringLiteral("\U0001F680 Launch") << "launch"
+                                        << "en"
+                                        << "Launch";
+        QTest::newRow("emoji itself")
+            << QStringLiteral("go \U0001F680!") << QStringLiteral("\U0001F680") << "en"
+            << QStringLiteral("\U0001F680");
+        QTest::newRow("Turkish dotless I") << "KIŞ geldi"
+                                           << "kış"
+                                           << "tr"
+                                           << "KIŞ";
+        QTest::newRow("Turkish I is no i") << "KIŞ"
+                                           << "kiş"
+                                           << "tr" << none;
+        QTest::newRow("no match") << "hello"
+                                  << "bye"
+                                  << "en" << none;
+        QTest::newRow("blank query") << "hello"
+                                     << ""
+                                     << "en" << none;
+    }
+    void matchesIgnoringCaseAndAccents() {
+        QFETCH(QString, text);
+        QFETCH(QString, query);
+        QFETCH(QString, locale);
+        QFETCH(QString, match);
+        QCOMPARE(matched(text, query, QLocale(locale)), match);
+    }
+
+    void excerptKeepsTheMatchInItsContext() {
+        using ViewLogic::searchExcerpt;
+        const QString shortText = QStringLiteral("see you at\nthe harbour tonight");
+        QCOMPARE(searchExcerpt(shortText, SearchMatch{15, 7}),
+                 (ViewLogic::SearchExcerpt{QStringLiteral("see you at the "),
+                                           QStringLiteral("harbour"), QStringLiteral(" tonight")}));
+        const QString longText = QString(100, QLatin1Char('a')) + QStringLiteral("MATCH") +
+                                 QString(200, QLatin1Char('b'));
+        const auto excerpt = searchExcerpt(longText, SearchMatch{100, 5});
+        QCOMPARE(excerpt.match, QStringLiteral("MATCH"));
+        QCOMPARE(excerpt.before,
+                 QChar(0x2026) + QString(ViewLogic::excerptContextBefore, QLatin1Char('a')));
+        QCOMPARE(excerpt.after,
+                 QString(ViewLogic::excerptContextAfter, QLatin1Char('b')) + QChar(0x2026));
+        // A cut never splits an emoji.
+        const QString emoji =
+            QString(31, QLatin1Char('x')) + QStringLiteral("\U0001F680") + QStringLiteral("MATCH");
+        QVERIFY(!searchExcerpt(emoji, SearchMatch{33, 5}).before.at(1).isLowSurrogate());
+    }
+
+    // Newest first, a channel sender's name is not searched, new messages
+    // join the results, a message sent again and a new query are followed.
+    void modelFollowsTheHistory() {
+        ChatRig rig;
+        QVERIFY(rig.connect());
+        const auto aino = ConversationID::contact(QString(64, QLatin1Char('a')));
+        const auto publicChannel = ConversationID::channel(0);
+        QDateTime time = rig.clock.now();
+        const auto add = [&](Direction direction, const QString& text, const ConversationID& to,
+                             ChatMessage::DeliveryState state =
+                                 ChatMessage::DeliveryState::delivered) {
+            time = time.addSecs(60);
+            rig.controller->appendMessage(chatMessage(direction, text, time, state), to);
+        };
+        add(Direction::incoming, QStringLiteral("Harbour at six?"), aino);
+        add(Direction::incoming, QStringLiteral("Harbourmaster: all clear"), publicChannel);
+        add(Direction::outgoing, QStringLiteral("Ok, harbour it is"), aino,
+            ChatMessage::DeliveryState::failed);
+
+        HistorySearchModel model;
+        model.setController(rig.controller.get());
+        model.setQuery(QStringLiteral("HARBOUR"));
+        model.finishNow();
+        const auto column = [&](const char* role) {
+            QStringList values;
+            for (int row = 0; row < model.rowCount(); ++row)
+                values << model.data(model.index(row), model.roleNames().key(role)).toString();
+            return values;
+        };
+        QCOMPARE(column("match"), (QStringList{"harbour", "Harbour"}));
+        QCOMPARE(column("sender"),
+                 (QStringList{qtTrId("search.history.sender.you"), "aaaaaaaaaaaa"}));
+        QVERIFY(model.emptyText().isEmpty());
+
+        add(Direction::incoming, QStringLiteral("Bob: the harbour is full"), publicChannel);
+        QCOMPARE(column("sender").first(), QStringLiteral("Bob"));
+        QCOMPARE(column("before").first(), QStringLiteral("the "));
+
+        const QUuid failed(column("messageId").at(1));
+        rig.clock.advance(10min);
+        QVERIFY(rig.controller->sendAgain(failed, aino));
+        model.finishNow();
+        QCOMPARE(model.rowCount(), 3);
+        QVERIFY(!column("messageId").contains(failed.toString(QUuid::WithoutBraces)));
+        QCOMPARE(column("after").first(), QStringLiteral(" it is"));
+
+        model.setQuery(QStringLiteral("nowhere"));
+        model.finishNow();
+        QCOMPARE(model.rowCount(), 0);
+        QVERIFY(model.emptyText().contains(QStringLiteral("nowhere")));
+    }
+
+    // Ctrl+Shift+F opens the search with the focus in its field; Return
+    // opens the first result's conversation at that message, marked;
+    // Escape closes.
+    void searchOpensTheConversationAtTheMessage() {
+        ChatRig rig;
+        QVERIFY(rig.connect());
+        const auto channel = ConversationID::channel(0);
+        QUuid wanted;
+        for (int i = 0; i < 60; ++i) {
+            ChatMessage message =
+                chatMessage(Direction::incoming, QStringLiteral("Ann: message %1").arg(i),
+                            rig.clock.now().addSecs(i));
+            if (i == 5) {
+                message.text = QStringLiteral("Ann: the needle");
+                wanted = message.id;
+            }
+            rig.controller->appendMessage(message, channel);
+        }
+        QQmlApplicationEngine engine;
+        engine.setInitialProperties(
+            {{QStringLiteral("controller"), QVariant::fromValue(rig.controller.get())}});
+        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+        auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0));
+        QVERIFY(window);
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        QTRY_VERIFY(findVisualItem(window->contentItem(), QStringLiteral("mainView")));
+
+        QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+        auto* search = window->findChild<QObject*>(QStringLiteral("historySearch"));
+        QVERIFY(search);
+        QTRY_VERIFY(search->property("opened").toBool());
+        QTRY_VERIFY(window->activeFocusItem() && window->activeFocusItem()->objectName() ==
+                                                     QStringLiteral("historySearchField"));
+        for (const Qt::Key key : {Qt::Key_N, Qt::Key_E, Qt::Key_E, Qt::Key_D, Qt::Key_L, Qt::Key_E})
+            QTest::keyClick(window, key, Qt::ShiftModifier);
+        auto* results = window->findChild<QQuickItem*>(QStringLiteral("historySearchResults"));
+        QTRY_COMPARE(results->property("count").toInt(), 1);
+        QTest::keyClick(window, Qt::Key_Return);
+        QTRY_VERIFY(!search->property("visible").toBool());
+        QCOMPARE(rig.controller->selectedConversation(), channel);
+
+        auto* chat = findVisualItem(window->contentItem(), QStringLiteral("messageList"));
+        QVERIFY(chat);
+        const QString id = wanted.toString(QUuid::WithoutBraces);
+        QTRY_COMPARE(chat->property("markedMessageId").toString(), id);
+        // The chat lets go of its end to show the message.
+        const QVariant pinned = chat->parentItem()->parentItem()->property("pinned");
+        QVERIFY(pinned.isValid() && !pinned.toBool());
+
+        QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_VERIFY(search->property("opened").toBool());
+        QTest::keyClick(window, Qt::Key_Escape);
+        QTRY_VERIFY(!search->property("visible").toBool());
+    }
+};
+
+QTEST_MAIN(TestHistorySearch)
+#include "test_history_search.moc"
