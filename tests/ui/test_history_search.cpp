@@ -211,6 +211,14 @@ private Q_SLOTS:
         QVERIFY(chat);
         const QString id = wanted.toString(QUuid::WithoutBraces);
         QTRY_COMPARE(chat->property("markedMessageId").toString(), id);
+        // The message is in view, not the end of the chat.
+        QQuickItem* bubble = nullptr;
+        QTRY_VERIFY(QMetaObject::invokeMethod(chat, "itemAtIndex",
+                                              Q_RETURN_ARG(QQuickItem*, bubble), Q_ARG(int, 5)) &&
+                    bubble);
+        const QPointF top = bubble->mapToItem(chat, QPointF(0, 0));
+        QVERIFY2(top.y() >= 0 && top.y() + bubble->height() <= chat->height(),
+                 qPrintable(QString::number(top.y())));
         // The chat lets go of its end to show the message.
         const QVariant pinned = chat->parentItem()->parentItem()->property("pinned");
         QVERIFY(pinned.isValid() && !pinned.toBool());

@@ -38,6 +38,7 @@ Rectangle {
             return
         pinned = false
         scrollAnimation.stop()
+        list.forceLayout()
         list.positionViewAtIndex(row, ListView.Center)
         list.markedMessageId = revealMessageId
         unmark.restart()
@@ -105,7 +106,7 @@ Rectangle {
 
     function holdEnd() {
         if (pinned && !scrollAnimation.running)
-            Qt.callLater(jumpToEnd)
+            Qt.callLater(settleAtEnd)
     }
 
     function scrollToEnd() {
