@@ -490,6 +490,8 @@ QList<Row> searchRows(const QString& historyPath) {
         QElapsedTimer timer;
         timer.start();
         model.setController(&controller);
+        // The list of entries is made at once; only the folding is sliced.
+        slices << millisSince(timer);
         spinUntil([&] { return model.isIdle(); });
         indexTimes << millisSince(timer);
         slices << double(model.longestSlice().count()) / 1000;
@@ -524,7 +526,7 @@ QList<Row> searchRows(const QString& historyPath) {
         {QStringLiteral("search: keystroke to first results, worst of 3 queries and %1 runs")
              .arg(runs),
          QStringLiteral("%1 ms").arg(first, 0, 'f', 1), QStringLiteral("≤ 50 ms"), first <= 50},
-        {QStringLiteral("search: longest UI-thread slice, indexing and typing (worst run)"),
+        {QStringLiteral("search: longest UI-thread step, making the index and typing (worst run)"),
          QStringLiteral("%1 ms").arg(slice, 0, 'f', 1), QStringLiteral("≤ 16 ms"), slice <= 16},
     };
 }
