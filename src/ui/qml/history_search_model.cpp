@@ -232,9 +232,8 @@ QString HistorySearchModel::conversationKeyAt(int row) const {
 }
 
 QString HistorySearchModel::messageIdAt(int row) const {
-    return row >= 0 && row < m_results.size()
-               ? m_results.at(row).id.toString(QUuid::WithoutBraces)
-               : QString();
+    return row >= 0 && row < m_results.size() ? m_results.at(row).id.toString(QUuid::WithoutBraces)
+                                              : QString();
 }
 
 int HistorySearchModel::rowCount(const QModelIndex& parent) const {
