@@ -237,7 +237,7 @@
     </message>
     <message id="main.connection.reconnecting">
         <source>Reconnecting…</source>
-        <translation>Verbindung wird wiederhergestellt…</translation>
+        <translation>Verbinde neu…</translation>
     </message>
     <message id="chat.composer.reconnecting">
         <source>Reconnecting to %1… Messages can be sent once it is back.</source>

@@ -75,13 +75,15 @@ AbstractButton {
                 text: row.before
                 textFormat: Text.PlainText
                 elide: Text.ElideLeft
+                // Cut short, it still ends right at the match.
+                horizontalAlignment: Text.AlignRight
                 color: Theme.secondaryText
                 font.pixelSize: Theme.calloutSize
                 anchors.verticalCenter: parent.verticalCenter
             }
             Rectangle {
                 id: marker
-                x: beforeText.width
+                x: matchText.x - 1
                 width: matchText.width + 2
                 height: matchText.implicitHeight + 2
                 radius: 3
@@ -92,8 +94,8 @@ AbstractButton {
             Text {
                 id: matchText
                 objectName: "resultMatch"
-                x: marker.x + 1
-                width: Math.min(implicitWidth, line.room - beforeText.width - 2)
+                x: beforeText.width
+                width: Math.min(implicitWidth, line.room - beforeText.width)
                 text: row.match
                 textFormat: Text.PlainText
                 elide: Text.ElideRight
@@ -103,7 +105,7 @@ AbstractButton {
                 anchors.verticalCenter: parent.verticalCenter
             }
             Text {
-                x: marker.x + marker.width
+                x: matchText.x + matchText.width
                 width: Math.max(0, line.room - x)
                 text: row.after
                 textFormat: Text.PlainText
