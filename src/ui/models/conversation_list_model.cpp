@@ -1,0 +1,123 @@
+#include "conversation_list_model.h"
+
+#include "controller/mesh_controller.h"
+#include "logic/relative_time.h"
+#include "logic/safe_text.h"
+#include "logic/sidebar_lists.h"
+#include "logic/spoken_text.h"
+
+using SidebarRows::ConversationEntry;
+
+ConversationListModel::ConversationListModel(QObject* parent)
+    : SidebarRowsModel(parent)
+    , m_now(QDateTime::currentDateTimeUtc()) {}
+
+void ConversationListModel::followRows(MeshController* controller) {
+    // Row-level changes are diffed into row signals; only the controller's
+    // own resets reset the model.
+    const auto sync = [this] { update(); };
+    connect(controller, &MeshController::contactInserted, this, sync);
+    connect(controller, &MeshController::contactChanged, this, sync);
+    connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::channelInserted, this, sync);
+    connect(controller, &MeshController::channelChanged, this, sync);
+    connect(controller, &MeshController::channelRemoved, this, sync);
+    connect(controller, &MeshController::conversationAdded, this, sync);
+    connect(controller, &MeshController::conversationRemoved, this, sync);
+    connect(controller, &MeshController::conversationChanged, this, sync);
+    connect(controller, &MeshController::messageAppended, this, sync);
+    connect(controller, &MeshController::messageChanged, this, sync);
+    connect(controller, &MeshController::messageRemoved, this, sync);
+    connect(controller, &MeshController::favoritesChanged, this, sync);
+    const auto reset = [this] { rebuild(); };
+    connect(controller, &MeshController::contactsReset, this, reset);
+    connect(controller, &MeshController::channelsReset, this, reset);
+    connect(controller, &MeshController::conversationsReset, this, reset);
+}
+
+void ConversationListModel::setNow(const QDateTime& now) {
+    if (m_now == now)
+        return;
+    m_now = now;
+    rowsChangedForRoles({TimeTextRole, SpokenTextRole});
+    Q_EMIT nowChanged();
+}
+
+QList<ConversationEntry> ConversationListModel::computeRows() {
+    if (!controller()) {
+        setShowEmptyState(false);
+        return {};
+    }
+    const ViewLogic::MessagesList list =
+        ViewLogic::messagesList(controller()->channels(), controller()->contacts(),
+                                controller()->conversations(), controller()->favorites(), search());
+    setShowEmptyState(list.showEmptyState);
+    QList<ConversationEntry> entries;
+    const QString channels = qtTrId("sidebar.section.channels");
+    const QString contacts = qtTrId("sidebar.section.contacts");
+    for (const auto& row : list.channels)
+        entries.append({row.id.conversationKey(), channels, row});
+    for (const auto& row : list.contacts)
+        entries.append({row.id.conversationKey(), contacts, row});
+    return entries;
+}
+
+QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid))
+        return {};
+    const ConversationEntry& entry = rows().at(index.row());
+    const ViewLogic::ConversationRow& row = entry.row;
+    switch (role) {
+    case KeyRole:
+        return entry.key;
+    case KindRole:
+        return row.id.isChannel() ? QStringLiteral("channel") : QStringLiteral("contact");
+    case ContactKeyRole:
+        return row.id.isContact() ? row.id.contactKey() : QString();
+    case ChannelIndexRole:
+        return row.id.isChannel() ? row.id.channelIndex() : -1;
+    case SectionRole:
+        return entry.section;
+    case TitleRole:
+        return ViewLogic::safeName(row.title);
+    case SubtitleRole:
+        return ViewLogic::safePreview(row.subtitle);
+    case TimeTextRole:
+        return row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString();
+    case UnreadRole:
+        return qlonglong(row.unread);
+    case SeedRole:
+        return row.seed;
+    case InitialsRole:
+        return ViewLogic::safeName(row.initials);
+    case SymbolRole:
+        return row.symbol.value_or(QString());
+    case IsFavoriteRole:
+        return row.isFavorite;
+    case SpokenTextRole:
+        return ViewLogic::conversationRowSpoken(
+            row.title, row.subtitle,
+            row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString(), row.unread,
+            row.isFavorite);
+    }
+    return {};
+}
+
+QHash<int, QByteArray> ConversationListModel::roleNames() const {
+    return {
+        {KeyRole, "key"},
+        {KindRole, "kind"},
+        {ContactKeyRole, "contactKey"},
+        {ChannelIndexRole, "channelIndex"},
+        {SectionRole, "section"},
+        {TitleRole, "title"},
+        {SubtitleRole, "subtitle"},
+        {TimeTextRole, "timeText"},
+        {SpokenTextRole, "spokenText"},
+        {UnreadRole, "unread"},
+        {SeedRole, "seed"},
+        {InitialsRole, "initials"},
+        {SymbolRole, "symbol"},
+        {IsFavoriteRole, "isFavorite"},
+    };
+}

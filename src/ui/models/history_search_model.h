@@ -1,0 +1,117 @@
+#pragma once
+
+#include "controller/mesh_controller.h"
+#include "controller_bound.h"
+
+#include <QAbstractListModel>
+#include <QElapsedTimer>
+#include <QLocale>
+#include <QPointer>
+#include <QString>
+#include <QTimer>
+#include <QUuid>
+#include <QtQml/qqml.h>
+#include <chrono>
+
+// The search over every conversation's messages, newest match first. The
+// texts are folded once into an index that follows the controller; a query
+// is then looked up in short slices of work between which the window keeps
+// drawing, and results show as soon as a slice finds them. A new query
+// cancels the one before.
+class HistorySearchModel : public ControllerBoundListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    // Still looking through the history for the present query.
+    Q_PROPERTY(bool searching READ searching NOTIFY searchingChanged)
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
+    // "No messages match “…”" once a search found nothing, else empty.
+    Q_PROPERTY(QString emptyText READ emptyText NOTIFY searchingChanged)
+
+public:
+    enum Role {
+        ConversationKeyRole = Qt::UserRole + 1,
+        ConversationTitleRole,
+        MessageIdRole,
+        SenderRole,
+        // The matching text on one line, in three parts: the match is the
+        // middle one.
+        BeforeRole,
+        MatchRole,
+        AfterRole,
+        TimeTextRole,
+        SpokenTextRole,
+    };
+    Q_ENUM(Role)
+
+    // The most results listed; a search stops there.
+    static constexpr int maxResults = 500;
+    // The longest a slice of work runs before the window gets to draw.
+    static constexpr std::chrono::milliseconds sliceBudget{4};
+
+    explicit HistorySearchModel(QObject* parent = nullptr);
+
+    const QString& query() const { return m_query; }
+    void setQuery(const QString& query);
+    bool searching() const { return m_searching; }
+    int count() const { return int(m_results.size()); }
+    QString emptyText() const;
+
+    // For tests and measurements: whether work is left, running it all now,
+    // and the longest single slice of work so far.
+    // The conversation and the message of a result; empty outside the rows.
+    Q_INVOKABLE QString conversationKeyAt(int row) const;
+    Q_INVOKABLE QString messageIdAt(int row) const;
+
+    bool isIdle() const { return !m_work.isActive(); }
+    void finishNow();
+    std::chrono::microseconds longestSlice() const { return m_longestSlice; }
+    void resetLongestSlice() { m_longestSlice = {}; }
+    void setLocale(const QLocale& locale);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+Q_SIGNALS:
+    void queryChanged();
+    void searchingChanged();
+    void countChanged();
+
+protected:
+    void attach(MeshController* controller) override;
+
+private:
+    struct Entry {
+        QString key;
+        QUuid id;
+        qint64 time = 0;
+        QString folded; // empty until indexed
+    };
+    struct Result {
+        QString key;
+        QUuid id;
+    };
+
+    void reindex();
+    void restartSearch();
+    void runSlice();
+    bool indexSome(const QElapsedTimer& clock);
+    void searchSome(const QElapsedTimer& clock);
+    void setSearching(bool searching);
+    void onMessageAppended(const QString& key, int row);
+    const ChatMessage* messageOf(const Result& result) const;
+    // The text the search reads: a channel message's sender stays out.
+    QString searchedText(const ChatMessage& message, const QString& key) const;
+
+    QLocale m_locale;
+    QString m_query;
+    QString m_foldedQuery;
+    QList<Entry> m_entries;  // oldest first
+    qsizetype m_indexed = 0; // entries folded so far, from the newest down
+    qsizetype m_cursor = -1; // the next entry the search looks at, going back
+    QList<Result> m_results;
+    bool m_searching = false;
+    QTimer m_work;
+    std::chrono::microseconds m_longestSlice{0};
+};
