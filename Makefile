@@ -66,8 +66,11 @@ fuzz:
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
 
-lint:
+# Formatting of the C++ sources, and qmllint over every view (its settings
+# are in src/ui/views/.qmllint.ini).
+lint: build
 	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+	cmake --build $(BUILD_DIR) --target all_qmllint
 
 clean:
 	rm -rf $(BUILD_DIR) $(SANITIZE_DIR)

@@ -1,13 +1,11 @@
 #include "model/conversation.h"
 
-QString ConversationID::conversationKey() const
-{
+QString ConversationID::conversationKey() const {
     return isContact() ? QStringLiteral("contact:") + m_key
                        : QStringLiteral("channel:") + QString::number(m_index);
 }
 
-QDateTime distantPast()
-{
+QDateTime distantPast() {
     static const QDateTime past(QDate(1, 1, 1), QTime(0, 0), Qt::UTC);
     return past;
 }

@@ -6,7 +6,6 @@
 #include <QMetaType>
 #include <QString>
 #include <QUuid>
-
 #include <cstdint>
 #include <optional>
 
@@ -42,8 +41,7 @@ private:
     int m_index = 0;
 };
 
-inline size_t qHash(const ConversationID& id, size_t seed = 0)
-{
+inline size_t qHash(const ConversationID& id, size_t seed = 0) {
     return id.isContact() ? qHash(id.contactKey(), seed) : qHash(id.channelIndex(), seed ^ 1);
 }
 

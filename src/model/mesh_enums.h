@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-
 #include <cstdint>
 #include <optional>
 
@@ -20,7 +19,9 @@ enum class AdvertType : std::uint8_t {
 std::optional<AdvertType> advertTypeFromCode(std::uint8_t code);
 // Codes the decoder meets inside records: unknown codes become `none`.
 AdvertType advertTypeOrNone(std::uint8_t code);
-constexpr std::uint8_t code(AdvertType type) { return static_cast<std::uint8_t>(type); }
+constexpr std::uint8_t code(AdvertType type) {
+    return static_cast<std::uint8_t>(type);
+}
 // Localisation key of the type's display name, e.g. "contact.type.repeater".
 const char* displayNameKey(AdvertType type);
 // The localised display name (qtTrId of the key).
@@ -39,7 +40,9 @@ enum class DeviceError : std::uint8_t {
 
 // No value for code 0 and codes 7 to 255.
 std::optional<DeviceError> deviceErrorFromCode(std::uint8_t code);
-constexpr std::uint8_t code(DeviceError error) { return static_cast<std::uint8_t>(error); }
+constexpr std::uint8_t code(DeviceError error) {
+    return static_cast<std::uint8_t>(error);
+}
 // English message of the error, e.g. "Storage table is full".
 QString message(DeviceError error);
 const char* caseName(DeviceError error);

@@ -6,7 +6,6 @@
 #include <QByteArrayView>
 #include <QString>
 #include <QStringView>
-
 #include <cstdint>
 #include <optional>
 
@@ -42,8 +41,7 @@ QByteArray getStatistics(std::uint8_t group); // 0 core, 1 radio, 2 packets
 // `publicKey` is the recipient's key (at least its first 6 bytes are used).
 QByteArray sendDirectText(QByteArrayView publicKey, std::uint32_t secondsSince1970,
                           const QString& text);
-QByteArray sendChannelText(std::uint8_t index, std::uint32_t secondsSince1970,
-                           const QString& text);
+QByteArray sendChannelText(std::uint8_t index, std::uint32_t secondsSince1970, const QString& text);
 
 // Bytes as lowercase hex digits, no separators.
 QString hexString(QByteArrayView bytes);

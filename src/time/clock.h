@@ -3,7 +3,6 @@
 #include <QDateTime>
 #include <QHash>
 #include <QObject>
-
 #include <chrono>
 #include <coroutine>
 #include <cstdint>
@@ -36,8 +35,7 @@ public:
         Clock* clock;
         std::chrono::milliseconds delay;
         bool await_ready() const noexcept { return false; }
-        void await_suspend(std::coroutine_handle<> handle)
-        {
+        void await_suspend(std::coroutine_handle<> handle) {
             clock->schedule(delay, [handle] { handle.resume(); });
         }
         void await_resume() const noexcept {}

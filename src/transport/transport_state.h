@@ -33,8 +33,7 @@ struct DiscoveredDevice {
     // What the link that found the device needs to connect to it.
     QVariant peripheral;
 
-    bool operator==(const DiscoveredDevice& other) const
-    {
+    bool operator==(const DiscoveredDevice& other) const {
         return id == other.id && name == other.name && rssi == other.rssi;
     }
 };

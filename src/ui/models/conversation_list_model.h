@@ -20,7 +20,13 @@ struct ConversationEntry {
 
 // The sidebar's messages mode: the listed channels, then the chat contacts
 // that pass the search, as one list whose `section` role names the group.
+// moc is shown the QObject class under the row template, which it cannot
+// follow, so that QML's tooling knows every inherited property.
+#ifdef Q_MOC_RUN
+class ConversationListModel : public SidebarListModel {
+#else
 class ConversationListModel : public SidebarRowsModel<SidebarRows::ConversationEntry> {
+#endif
     Q_OBJECT
     QML_ELEMENT
     // The moment relative times are measured from; views move it on now and then.
@@ -47,7 +53,9 @@ public:
 
     explicit ConversationListModel(QObject* parent = nullptr);
 
-    QDateTime now() const { return m_now; }
+    QDateTime now() const {
+        return m_now;
+    }
     void setNow(const QDateTime& now);
 
     QVariant data(const QModelIndex& index, int role) const override;

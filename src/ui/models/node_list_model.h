@@ -20,7 +20,13 @@ struct NodeEntry {
 
 // The sidebar's nodes mode: repeaters, sensors and nodes of unknown kind that
 // pass the search, favourites first in their own section.
+// moc is shown the QObject class under the row template, which it cannot
+// follow, so that QML's tooling knows every inherited property.
+#ifdef Q_MOC_RUN
+class NodeListModel : public SidebarListModel {
+#else
 class NodeListModel : public SidebarRowsModel<SidebarRows::NodeEntry> {
+#endif
     Q_OBJECT
     QML_ELEMENT
 

@@ -28,7 +28,7 @@ Rectangle {
     // Escape in the composer: the main view puts the focus back on the list.
     signal leaveRequested()
 
-    onRevealMessageIdChanged: Qt.callLater(reveal)
+    onRevealMessageIdChanged: revealLater.start()
 
     // After the conversation has opened at its end: the message is centred
     // and marked, and the list lets go of its end.
@@ -43,6 +43,12 @@ Rectangle {
         list.markedMessageId = revealMessageId
         unmark.restart()
     }
+
+    // Work for once the current event is done, run once however often it is
+    // asked for: the list lays its rows out in between.
+    Timer { id: settleLater; interval: 0; onTriggered: view.settleAtEnd() }
+    Timer { id: revealLater; interval: 0; onTriggered: view.reveal() }
+    Timer { id: scrollLater; interval: 0; onTriggered: view.scrollToEnd() }
 
     Timer {
         id: unmark
@@ -76,9 +82,9 @@ Rectangle {
     function arrive() {
         chatModel.markRead()
         pinned = true
-        Qt.callLater(settleAtEnd)
+        settleLater.start()
         if (revealMessageId.length > 0)
-            Qt.callLater(reveal)
+            revealLater.start()
     }
 
     function focusComposer() {
@@ -106,7 +112,7 @@ Rectangle {
 
     function holdEnd() {
         if (pinned && !scrollAnimation.running)
-            Qt.callLater(settleAtEnd)
+            settleLater.start()
     }
 
     function scrollToEnd() {
@@ -126,17 +132,17 @@ Rectangle {
     Connections {
         target: messages
         function onModelReset() {
-            Qt.callLater(view.settleAtEnd)
+            settleLater.start()
             if (view.revealMessageId.length > 0)
-                Qt.callLater(view.reveal)
+                revealLater.start()
         }
-        function onRowsInserted() { Qt.callLater(view.scrollToEnd) }
+        function onRowsInserted() { scrollLater.start() }
     }
 
     Connections {
-        target: Qt.application
+        target: Application
         function onStateChanged() {
-            if (Qt.application.state === Qt.ApplicationActive && view.visible)
+            if (Application.state === Qt.ApplicationActive && view.visible)
                 chatModel.markRead()
         }
     }
@@ -204,6 +210,8 @@ Rectangle {
 
             delegate: MessageBubble {
                 chat: chatModel
+                markedMessageId: list.markedMessageId
+                onRevealRequested: list.revealRow(index)
                 width: list.width - list.leftMargin - list.rightMargin
             }
 

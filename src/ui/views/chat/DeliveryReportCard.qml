@@ -27,6 +27,7 @@ Rectangle {
         Repeater {
             model: card.lines
             RowLayout {
+                id: line
                 required property var modelData
                 Layout.fillWidth: true
                 spacing: 6
@@ -36,16 +37,16 @@ Rectangle {
                     Layout.alignment: Qt.AlignTop
                     Icon {
                         anchors.centerIn: parent
-                        symbol: modelData.symbol
+                        symbol: line.modelData.symbol
                         size: Theme.caption2Size + 1
-                        color: Theme.tint(modelData.tint)
+                        color: Theme.tint(line.modelData.tint)
                     }
                 }
                 Text {
                     textFormat: Text.PlainText
                     Layout.fillWidth: true
                     Layout.maximumWidth: 240 - 20 - 14 - 6
-                    text: modelData.text
+                    text: line.modelData.text
                     color: Theme.secondaryText
                     font.pixelSize: Theme.caption2Size
                     wrapMode: Text.Wrap

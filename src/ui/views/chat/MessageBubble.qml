@@ -11,6 +11,8 @@ import Talvenne
 Item {
     id: bubbleRow
 
+    // The message the list marks just now (a search result), if any.
+    property string markedMessageId
     required property ChatViewModel chat
     required property int index
     required property string messageId
@@ -48,13 +50,11 @@ Item {
 
     // An unfolded card at the bottom of the list should not open out of sight;
     // the row grows once the card is laid out.
-    function revealWhole() {
-        if (bubbleRow.ListView.view)
-            bubbleRow.ListView.view.revealRow(bubbleRow.index)
-    }
+    signal revealRequested()
+    Timer { id: revealLater; interval: 0; onTriggered: bubbleRow.revealRequested() }
     onImplicitHeightChanged: {
         if (expanded)
-            Qt.callLater(revealWhole)
+            revealLater.start()
     }
 
     ListView.onReused: expanded = false
@@ -66,7 +66,7 @@ Item {
             messageId: bubbleRow.messageId,
             bodyText: bubbleRow.bodyText,
             failed: bubbleRow.failed
-        })
+        }) as MessageMenu
         const at = item.mapToItem(bubbleRow, x, y)
         menu.closed.connect(menu.destroy)
         menu.popup(at.x, at.y)
@@ -87,7 +87,7 @@ Item {
         anchors.margins: -5
         radius: 10
         color: Theme.mention
-        opacity: bubbleRow.ListView.view && bubbleRow.ListView.view.markedMessageId === bubbleRow.messageId
+        opacity: bubbleRow.markedMessageId === bubbleRow.messageId
                  ? 0.22 : 0
         visible: opacity > 0
         Behavior on opacity { NumberAnimation { duration: 300 } }

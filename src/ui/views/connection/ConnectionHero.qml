@@ -28,7 +28,8 @@ Rectangle {
         width: 110
         height: 110
         source: "qrc:/images/splash.svg"
-        sourceSize: Qt.size(220, 220)
+        sourceSize.width: 220
+        sourceSize.height: 220
         smooth: true
         SequentialAnimation on scale {
             running: hero.pulse

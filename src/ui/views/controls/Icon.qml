@@ -8,7 +8,8 @@ IconImage {
     property real size: Theme.bodySize + 2
 
     source: symbol.length > 0 ? Look.iconSource(symbol) : ""
-    sourceSize: Qt.size(size, size)
+    sourceSize.width: size
+    sourceSize.height: size
     width: size
     height: size
     color: Theme.primaryText

@@ -52,7 +52,8 @@ RowLayout {
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            onHeightChanged: Qt.callLater(() => valueBox.settledHeight = valueText.height)
+            onHeightChanged: settle.start()
+            Timer { id: settle; interval: 0; onTriggered: valueBox.settledHeight = valueText.height }
             horizontalAlignment: Text.AlignRight
             text: row.value
             textFormat: TextEdit.PlainText
@@ -64,7 +65,7 @@ RowLayout {
             color: row.valueColor
             selectionColor: Theme.selection
             font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize
-            font.family: row.monospaced ? "monospace" : Qt.application.font.family
+            font.family: row.monospaced ? "monospace" : Application.font.family
         }
     }
 }

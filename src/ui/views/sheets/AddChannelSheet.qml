@@ -73,7 +73,7 @@ Popup {
                 objectName: "modePicker"
                 Layout.fillWidth: true
                 accessibleName: qsTrId("add.channel.type")
-                segments: form.modeTitles.map((title) => ({ title: title }))
+                segments: Array.from(form.modeTitles, (title) => ({ title: title }))
                 currentIndex: form.mode
                 onActivated: (index) => form.mode = index
             }

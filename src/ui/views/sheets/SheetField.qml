@@ -41,7 +41,7 @@ ColumnLayout {
         selectionColor: Theme.selection
         selectedTextColor: Theme.primaryText
         font.pixelSize: Theme.bodySize
-        font.family: field.monospaced ? "monospace" : Qt.application.font.family
+        font.family: field.monospaced ? "monospace" : Application.font.family
         wrapMode: field.maximumLines > 1 ? TextEdit.WrapAnywhere : TextEdit.NoWrap
         Keys.onReturnPressed: field.returnPressed()
         Keys.onEnterPressed: field.returnPressed()

@@ -28,7 +28,8 @@ Dialog {
         Image {
             Layout.alignment: Qt.AlignHCenter
             source: "qrc:/images/talvenne.svg"
-            sourceSize: Qt.size(72, 72)
+            sourceSize.width: 72
+            sourceSize.height: 72
             Accessible.ignored: true
         }
         Text {

@@ -10,7 +10,7 @@ MenuBar {
 
     required property ShellModel shell
     // The main view while connected, else null: the View items need it.
-    property Item mainView: null
+    property MainView mainView: null
 
     signal aboutRequested()
     signal historySearchRequested()

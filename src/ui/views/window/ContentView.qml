@@ -20,7 +20,7 @@ Item {
     }
 
     // The main view while connected (for the window's title and menus).
-    readonly property Item mainView: content.shell.showsMainView ? mainLoader.item : null
+    readonly property MainView mainView: content.shell.showsMainView ? mainLoader.item as MainView : null
 
     Loader {
         id: connectionLoader

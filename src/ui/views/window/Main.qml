@@ -9,7 +9,7 @@ ApplicationWindow {
     required property MeshController controller
     // The Bluetooth adapter, for the connection screen's explanations.
     property QtObject bluetoothAdapter: null
-    readonly property Item mainView: content.mainView
+    readonly property MainView mainView: content.mainView
 
     objectName: "talvenneWindow"
     width: 1120

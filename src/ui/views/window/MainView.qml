@@ -17,14 +17,16 @@ Item {
     property bool showAddContact: false
     property bool showAddChannel: false
 
+    // The chat in the detail column, if one is open.
+    readonly property ChatView chat: chatLoader.item as ChatView
     readonly property string chatContactKey: mode === "messages" ? shell.currentChatContactKey : ""
     // What the window's title names: the open chat with its subtitle, or the
     // node shown; empty when the detail column is a placeholder.
     readonly property string windowTitle: {
-        if (mode === "messages" && chatLoader.item)
-            return chatLoader.item.title + " – " + chatLoader.item.subtitle
+        if (mode === "messages" && main.chat)
+            return main.chat.title + " – " + main.chat.subtitle
         if (mode === "nodes" && nodeDetailLoader.item)
-            return nodeDetailLoader.item.title
+            return main.nodeDetail().title
         return ""
     }
 
@@ -32,15 +34,18 @@ Item {
 
     onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
 
+    // The node in the detail column, if one is shown.
+    function nodeDetail() { return nodeDetailLoader.item as NodeDetailView }
+
     function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
     function focusSearch() { sidebar.focusSearch() }
 
     // Enter or a click on a sidebar row: the keyboard moves on to the detail.
     function enterDetail() {
-        if (mode === "messages" && chatLoader.item)
-            chatLoader.item.focusComposer()
+        if (mode === "messages" && main.chat)
+            main.chat.focusComposer()
         else if (mode === "nodes" && nodeDetailLoader.item)
-            nodeDetailLoader.item.focusFirstAction()
+            main.nodeDetail().focusFirstAction()
     }
 
     Connections {
@@ -181,7 +186,8 @@ Item {
             nodeSelection: main.nodeSelection
             onModePicked: (mode) => main.mode = mode
             onNodeSelected: (key) => main.nodeSelection = key
-            onRowActivated: Qt.callLater(main.enterDetail)
+            onRowActivated: enterDetailLater.start()
+            Timer { id: enterDetailLater; interval: 0; onTriggered: main.enterDetail() }
         }
 
         // --- Detail column
