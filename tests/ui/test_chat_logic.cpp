@@ -27,13 +27,6 @@ Contact contact(const QString& name, AdvertType type, int outPathLength = -1) {
     return c;
 }
 
-QString repeat(const QString& piece, int times) {
-    QString result;
-    for (int i = 0; i < times; ++i)
-        result += piece;
-    return result;
-}
-
 } // namespace
 
 class TestChatLogic : public QObject {
@@ -176,22 +169,22 @@ private Q_SLOTS:
         QTest::addColumn<Tint>("tint");
         QTest::addColumn<bool>("atLimit");
         const QString a = QStringLiteral("a");
-        QTest::newRow("118: 21 left") << repeat(a, 118) << repeat(a, 118)
+        QTest::newRow("118: 21 left") << a.repeated(118) << a.repeated(118)
                                       << QStringLiteral("118/139") << Tint::secondary << false;
-        QTest::newRow("119: 20 left") << repeat(a, 119) << repeat(a, 119)
+        QTest::newRow("119: 20 left") << a.repeated(119) << a.repeated(119)
                                       << QStringLiteral("119/139") << Tint::orange << false;
-        QTest::newRow("138: 1 left") << repeat(a, 138) << repeat(a, 138)
+        QTest::newRow("138: 1 left") << a.repeated(138) << a.repeated(138)
                                      << QStringLiteral("138/139") << Tint::orange << false;
-        QTest::newRow("139 kept") << repeat(a, 139) << repeat(a, 139) << QStringLiteral("139/139")
+        QTest::newRow("139 kept") << a.repeated(139) << a.repeated(139) << QStringLiteral("139/139")
                                   << Tint::red << true;
-        QTest::newRow("200 cut") << repeat(a, 200) << repeat(a, 139) << QStringLiteral("139/139")
+        QTest::newRow("200 cut") << a.repeated(200) << a.repeated(139) << QStringLiteral("139/139")
                                  << Tint::red << true;
         // 139 family emoji are far more than 139 UTF-16 units but stay whole.
         const QString family = QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467");
         QTest::newRow("emoji counted as characters")
-            << repeat(family, 139) << repeat(family, 139) << QStringLiteral("139/139") << Tint::red
-            << true;
-        QTest::newRow("emoji cut whole") << repeat(family, 141) << repeat(family, 139)
+            << family.repeated(139) << family.repeated(139) << QStringLiteral("139/139")
+            << Tint::red << true;
+        QTest::newRow("emoji cut whole") << family.repeated(141) << family.repeated(139)
                                          << QStringLiteral("139/139") << Tint::red << true;
     }
 

@@ -12,13 +12,6 @@ QString isolated(const QString& text) {
     return QStringLiteral("\u2068") + text + QStringLiteral("\u2069");
 }
 
-QString repeated(const QString& text, int times) {
-    QString result;
-    for (int i = 0; i < times; ++i)
-        result += text;
-    return result;
-}
-
 } // namespace
 
 // What a label may show of a name or text a stranger on the mesh picked.
@@ -74,15 +67,15 @@ private Q_SLOTS:
         QTest::newRow("Arabic number sign is visible")
             << QStringLiteral("\u0600١٢") << isolated(QStringLiteral("\u0600١٢"));
         QTest::newRow("pile of combining marks")
-            << QStringLiteral("Z") + repeated(QStringLiteral("\u0301"), 15) + QStringLiteral("o")
-            << QStringLiteral("Z") + repeated(QStringLiteral("\u0301"), 4) + QStringLiteral("o");
+            << QStringLiteral("Z") + QStringLiteral("\u0301").repeated(15) + QStringLiteral("o")
+            << QStringLiteral("Z") + QStringLiteral("\u0301").repeated(4) + QStringLiteral("o");
         QTest::newRow("Vietnamese keeps its marks")
             << QStringLiteral("Nguye\u0323\u0302n") << QStringLiteral("Nguye\u0323\u0302n");
         QTest::newRow("lone surrogate")
             << QString(QChar(0xD800)) + QStringLiteral("x") << QStringLiteral("\uFFFDx");
         QTest::newRow("long name cut at whole characters")
-            << repeated(QStringLiteral("e\u0301"), 70)
-            << repeated(QStringLiteral("e\u0301"), int(safeNameLength)) + QStringLiteral("…");
+            << QStringLiteral("e\u0301").repeated(70)
+            << QStringLiteral("e\u0301").repeated(int(safeNameLength)) + QStringLiteral("…");
     }
     void names() {
         QFETCH(QString, received);
