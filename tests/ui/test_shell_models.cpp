@@ -196,26 +196,21 @@ private Q_SLOTS:
                 rig.controller->transportState() == TransportState::connecting);
     }
 
-    void shellPillAndSelection() {
+    // What a row click hands the shell; the pill itself is checked on screen
+    // in test_shell_views.
+    void shellSelection() {
         UiRig rig;
         ShellModel shell;
         shell.setController(rig.controller.get());
-        QCOMPARE(shell.pillTitle(), QStringLiteral("Talvenne"));
-        QCOMPARE(shell.connected(), false);
-
         QSignalSpy connection(&shell, &ShellModel::connectionChanged);
         QVERIFY(rig.connect());
         QVERIFY(connection.count() >= 1);
         QCOMPARE(shell.connected(), true);
-        QCOMPARE(shell.pillTitle(), rig.radio.selfInfo().name);
-        QCOMPARE(shell.pillDotTint(), QStringLiteral("green"));
-        QVERIFY(shell.pillSecondLine().endsWith(QLatin1Char('V')));
 
         const auto aino = rig.chatWith(QStringLiteral("Aino Virtanen"));
         rig.radio.queueIncomingDirect(aino.contactKey(), QStringLiteral("Hei"), rig.clock.now());
         rig.clock.advance(2s);
         QCOMPARE(shell.totalUnreadCount(), 1);
-
         QSignalSpy selection(&shell, &ShellModel::selectionChanged);
         shell.select(aino.conversationKey());
         QCOMPARE(selection.count(), 1);
@@ -224,7 +219,6 @@ private Q_SLOTS:
         QCOMPARE(shell.totalUnreadCount(), 0);
 
         shell.select(QStringLiteral("channel:0"));
-        QCOMPARE(shell.selectedConversationKey(), QStringLiteral("channel:0"));
         QCOMPARE(shell.currentChatContactKey(), QString());
         shell.select(QStringLiteral("nonsense"));
         QCOMPARE(shell.selectedConversationKey(), QString());

@@ -145,6 +145,7 @@ private Q_SLOTS:
         QVERIFY(connectToMainView());
         QTRY_VERIFY(!m_rig->find("connectionView"));
         QCOMPARE(textOf("pillTitle"), m_rig->radio.selfInfo().name);
+        QTRY_VERIFY(textOf("pillSecondLine").endsWith(QLatin1Char('V'))); // the battery
         // Public channel and the four chat-capable contacts.
         QTRY_COMPARE(countOf("conversationList"), 5);
         QVERIFY(m_rig->shows("conversationEmptyDetail"));
