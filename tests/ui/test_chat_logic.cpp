@@ -7,6 +7,7 @@
 
 using namespace ViewLogic;
 using MeshProtocol::AdvertType;
+using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(ViewLogic::Tint)
 Q_DECLARE_METATYPE(ViewLogic::VerificationState)
@@ -26,13 +27,6 @@ Contact contact(const QString& name, AdvertType type, int outPathLength = -1) {
     return c;
 }
 
-QString repeat(const QString& piece, int times) {
-    QString result;
-    for (int i = 0; i < times; ++i)
-        result += piece;
-    return result;
-}
-
 } // namespace
 
 class TestChatLogic : public QObject {
@@ -41,95 +35,73 @@ class TestChatLogic : public QObject {
 private Q_SLOTS:
     void initTestCase() { QVERIFY(installTranslations(*QCoreApplication::instance())); }
 
-    void targetSymbol_data() {
+    // The header of a contact (present or not) or a channel slot (present,
+    // unnamed, or not on the radio), with its avatar.
+    void header_data() {
         QTest::addColumn<ConversationID>("target");
         QTest::addColumn<std::optional<Contact>>("person");
         QTest::addColumn<std::optional<Channel>>("slot");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("subtitle");
+        QTest::addColumn<QString>("initials");
         QTest::addColumn<std::optional<QString>>("symbol");
-        const auto contactTarget = ConversationID::contact(key);
-        const std::optional<Channel> noChannel;
-        QTest::newRow("contact missing")
-            << contactTarget << std::optional<Contact>() << noChannel << std::optional<QString>();
+        const auto person = ConversationID::contact(key);
+        const std::optional<Contact> none;
+        const std::optional<Channel> noSlot;
+        const std::optional<QString> noSymbol;
+        const auto typed = [](AdvertType type, const char* route) {
+            return MeshProtocol::displayName(type) + QString::fromUtf8(route);
+        };
+        QTest::newRow("contact missing") << person << none << noSlot << u"0123456789ab"_s
+                                         << u"Direct message"_s << u"?"_s << noSymbol;
+        QTest::newRow("unnamed companion, direct")
+            << person << std::optional(contact({}, AdvertType::chat, 0)) << noSlot
+            << u"0123456789ab"_s << typed(AdvertType::chat, " · direct route") << u"?"_s
+            << noSymbol;
+        QTest::newRow("room, flooded")
+            << person << std::optional(contact(u"Ann Lee"_s, AdvertType::room)) << noSlot
+            << u"Ann Lee"_s << typed(AdvertType::room, " · flood routed") << u"AL"_s
+            << std::optional(u"bubble.left.and.bubble.right.fill"_s);
         QTest::newRow("unknown type")
-            << contactTarget << std::optional(contact({}, AdvertType::none)) << noChannel
-            << std::optional<QString>(QStringLiteral("questionmark.circle"));
-        QTest::newRow("companion") << contactTarget << std::optional(contact({}, AdvertType::chat))
-                                   << noChannel << std::optional<QString>();
-        QTest::newRow("repeater") << contactTarget
-                                  << std::optional(contact({}, AdvertType::repeaterNode))
-                                  << noChannel
-                                  << std::optional<QString>(
-                                         QStringLiteral("antenna.radiowaves.left.and.right"));
-        QTest::newRow("room") << contactTarget << std::optional(contact({}, AdvertType::room))
-                              << noChannel
-                              << std::optional<QString>(
-                                     QStringLiteral("bubble.left.and.bubble.right.fill"));
-        QTest::newRow("sensor") << contactTarget << std::optional(contact({}, AdvertType::sensor))
-                                << noChannel
-                                << std::optional<QString>(QStringLiteral("sensor.fill"));
-        QTest::newRow("public channel, upper case")
-            << ConversationID::channel(0) << std::optional<Contact>()
-            << std::optional(Channel{0, {}, QStringLiteral("5D0C2A7F91E4B8365FA0C7D21E9B4A83")})
-            << std::optional<QString>(QStringLiteral("globe"));
-        QTest::newRow("other channel")
-            << ConversationID::channel(2) << std::optional<Contact>()
-            << std::optional(Channel{2, QStringLiteral("x"), QString(32, QLatin1Char('1'))})
-            << std::optional<QString>(QStringLiteral("number"));
+            << person << std::optional(contact(u"x"_s, AdvertType::none, 2)) << noSlot << u"x"_s
+            << typed(AdvertType::none, " · direct route") << u"X"_s
+            << std::optional(u"questionmark.circle"_s);
+        QTest::newRow("repeater") << person
+                                  << std::optional(contact(u"r"_s, AdvertType::repeaterNode))
+                                  << noSlot << u"r"_s
+                                  << typed(AdvertType::repeaterNode, " · flood routed") << u"R"_s
+                                  << std::optional(u"antenna.radiowaves.left.and.right"_s);
+        QTest::newRow("sensor") << person << std::optional(contact(u"s"_s, AdvertType::sensor))
+                                << noSlot << u"s"_s << typed(AdvertType::sensor, " · flood routed")
+                                << u"S"_s << std::optional(u"sensor.fill"_s);
+        QTest::newRow("public channel, secret in upper case")
+            << ConversationID::channel(0) << none
+            << std::optional(Channel{0, {}, u"5D0C2A7F91E4B8365FA0C7D21E9B4A83"_s}) << u"Public"_s
+            << u"Channel"_s << QString() << std::optional(u"globe"_s);
+        QTest::newRow("named channel")
+            << ConversationID::channel(2) << none
+            << std::optional(Channel{2, u"ops"_s, QString(32, QLatin1Char('1'))}) << u"ops"_s
+            << u"Channel"_s << QString() << std::optional(u"number"_s);
+        QTest::newRow("unnamed channel")
+            << ConversationID::channel(3) << none << std::optional(Channel{3, {}, {}})
+            << u"Channel 3"_s << u"Channel"_s << QString() << std::optional(u"number"_s);
         QTest::newRow("channel missing")
-            << ConversationID::channel(2) << std::optional<Contact>() << noChannel
-            << std::optional<QString>(QStringLiteral("number"));
+            << ConversationID::channel(9) << none << noSlot << u"Channel 9"_s << u"Channel"_s
+            << QString() << std::optional(u"number"_s);
     }
 
-    void targetSymbol() {
+    void header() {
         QFETCH(ConversationID, target);
         QFETCH(std::optional<Contact>, person);
         QFETCH(std::optional<Channel>, slot);
-        QFETCH(std::optional<QString>, symbol);
-        QCOMPARE(ViewLogic::targetSymbol(target, person, slot), symbol);
-    }
-
-    void headerOfMissingContact() {
-        const ChatHeader header =
-            chatHeader(ConversationID::contact(key), std::nullopt, std::nullopt);
-        QCOMPARE(header.title, QStringLiteral("0123456789ab"));
-        QCOMPARE(header.subtitle.key, QByteArray("chat.subtitle.direct"));
-        QCOMPARE(header.avatarInitials, QStringLiteral("?"));
-        QCOMPARE(header.avatarSeed, key);
-        QVERIFY(!header.showsVerification);
-    }
-
-    void headerOfContact() {
-        const ChatHeader flooded =
-            chatHeader(ConversationID::contact(key),
-                       contact(QStringLiteral("Ann Lee"), AdvertType::room), std::nullopt);
-        QCOMPARE(flooded.title, QStringLiteral("Ann Lee"));
-        QCOMPARE(flooded.subtitle.key, QByteArray("chat.subtitle.routed.typed"));
-        QCOMPARE(flooded.subtitle.text(), QStringLiteral("Room Server · flood routed"));
-        QCOMPARE(flooded.avatarInitials, QStringLiteral("AL"));
-        QVERIFY(flooded.showsVerification);
-
-        const ChatHeader direct = chatHeader(ConversationID::contact(key),
-                                             contact({}, AdvertType::chat, 0), std::nullopt);
-        QCOMPARE(direct.title, QStringLiteral("0123456789ab"));
-        QCOMPARE(direct.subtitle, LocalizedText::fromKey("chat.subtitle.direct.typed",
-                                                         {QStringLiteral("Companion")}));
-    }
-
-    void headerOfChannel() {
-        const ChatHeader missing =
-            chatHeader(ConversationID::channel(3), std::nullopt, std::nullopt);
-        QCOMPARE(missing.title, QStringLiteral("Channel 3"));
-        QCOMPARE(missing.subtitle.key, QByteArray("chat.subtitle.channel"));
-        QCOMPARE(missing.avatarSeed, QStringLiteral("channel3"));
-        QVERIFY(missing.avatarInitials.isEmpty());
-        QVERIFY(!missing.showsVerification);
-
-        const ChatHeader unnamed =
-            chatHeader(ConversationID::channel(3), std::nullopt, Channel{3, {}, {}});
-        QCOMPARE(unnamed.title, QStringLiteral("Channel 3"));
-        const ChatHeader publicSlot =
-            chatHeader(ConversationID::channel(0), std::nullopt, Channel{0, {}, {}});
-        QCOMPARE(publicSlot.title, QStringLiteral("Public"));
+        const ChatHeader header = chatHeader(target, person, slot);
+        QTEST(header.title, "title");
+        QTEST(header.subtitle.text(), "subtitle");
+        QTEST(header.avatarInitials, "initials");
+        QTEST(header.avatarSymbol, "symbol");
+        QCOMPARE(header.avatarSeed,
+                 target.isContact() ? key : target.conversationKey().remove(u':'));
+        QCOMPARE(header.showsVerification, person.has_value());
     }
 
     void verification_data() {
@@ -197,24 +169,22 @@ private Q_SLOTS:
         QTest::addColumn<Tint>("tint");
         QTest::addColumn<bool>("atLimit");
         const QString a = QStringLiteral("a");
-        QTest::newRow("empty") << QString() << QString() << QStringLiteral("0/139")
-                               << Tint::secondary << false;
-        QTest::newRow("118: 21 left") << repeat(a, 118) << repeat(a, 118)
+        QTest::newRow("118: 21 left") << a.repeated(118) << a.repeated(118)
                                       << QStringLiteral("118/139") << Tint::secondary << false;
-        QTest::newRow("119: 20 left") << repeat(a, 119) << repeat(a, 119)
+        QTest::newRow("119: 20 left") << a.repeated(119) << a.repeated(119)
                                       << QStringLiteral("119/139") << Tint::orange << false;
-        QTest::newRow("138: 1 left") << repeat(a, 138) << repeat(a, 138)
+        QTest::newRow("138: 1 left") << a.repeated(138) << a.repeated(138)
                                      << QStringLiteral("138/139") << Tint::orange << false;
-        QTest::newRow("139 kept") << repeat(a, 139) << repeat(a, 139) << QStringLiteral("139/139")
+        QTest::newRow("139 kept") << a.repeated(139) << a.repeated(139) << QStringLiteral("139/139")
                                   << Tint::red << true;
-        QTest::newRow("200 cut") << repeat(a, 200) << repeat(a, 139) << QStringLiteral("139/139")
+        QTest::newRow("200 cut") << a.repeated(200) << a.repeated(139) << QStringLiteral("139/139")
                                  << Tint::red << true;
         // 139 family emoji are far more than 139 UTF-16 units but stay whole.
         const QString family = QStringLiteral("\U0001F468\u200D\U0001F469\u200D\U0001F467");
         QTest::newRow("emoji counted as characters")
-            << repeat(family, 139) << repeat(family, 139) << QStringLiteral("139/139") << Tint::red
-            << true;
-        QTest::newRow("emoji cut whole") << repeat(family, 141) << repeat(family, 139)
+            << family.repeated(139) << family.repeated(139) << QStringLiteral("139/139")
+            << Tint::red << true;
+        QTest::newRow("emoji cut whole") << family.repeated(141) << family.repeated(139)
                                          << QStringLiteral("139/139") << Tint::red << true;
     }
 

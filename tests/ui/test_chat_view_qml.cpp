@@ -1,6 +1,5 @@
-#include "chat_rig.h"
-#include "quick_chat.h"
 #include "translations.h"
+#include "ui_rig.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -31,7 +30,7 @@ private Q_SLOTS:
     }
 
     void showsTheConversation() {
-        ChatRig rig;
+        UiRig rig(UiRig::alone);
         rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
         QVERIFY(rig.connect());
         const ConversationID target = ConversationID::contact(ainoKey);
@@ -96,7 +95,7 @@ private Q_SLOTS:
     }
 
     void switchingConversationFollowsTheKey() {
-        ChatRig rig;
+        UiRig rig(UiRig::alone);
         QVERIFY(rig.connect());
         rig.controller->appendMessage(
             chatMessage(Direction::incoming, QStringLiteral("Ann: hi"), rig.clock.now()),
@@ -119,7 +118,7 @@ private Q_SLOTS:
     // it with a new message that goes out (only while connected), and "Copy
     // text" copies the text as shown, without a channel sender's name.
     void failedMessageIsSentAgainFromItsMark() {
-        ChatRig rig;
+        UiRig rig(UiRig::alone);
         QVERIFY(rig.connect());
         const ConversationID target = ConversationID::channel(0);
         rig.controller->appendMessage(chatMessage(Direction::outgoing, QStringLiteral("lost words"),
@@ -181,10 +180,8 @@ private Q_SLOTS:
                      .deliveryState,
                  ChatMessage::DeliveryState::delivered);
         const auto bubbleMark = [&] {
-            QQuickItem* bubble = nullptr;
-            QMetaObject::invokeMethod(findItem(*view, "messageList"), "itemAtIndex",
-                                      Q_RETURN_ARG(QQuickItem*, bubble), Q_ARG(int, 0));
-            return findVisualItem(bubble, QStringLiteral("failureMark"));
+            return findVisualItem(itemAtIndex(findItem(*view, "messageList"), 0),
+                                  QStringLiteral("failureMark"));
         };
         QTRY_VERIFY(bubbleMark() && !bubbleMark()->isVisible());
     }
@@ -193,7 +190,7 @@ private Q_SLOTS:
     // opens at its newest message and keeps it in view as the column
     // narrows (an inspector opening), down to the list's bottom margin.
     void opensAndStaysAtTheNewestMessage() {
-        ChatRig rig;
+        UiRig rig(UiRig::alone);
         rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
         QVERIFY(rig.connect());
         const ConversationID target = ConversationID::contact(ainoKey);
@@ -211,9 +208,7 @@ private Q_SLOTS:
         auto* list = findItem(*view, "messageList");
         QVERIFY(list);
         const auto lastBubbleGap = [&]() -> double {
-            QQuickItem* last = nullptr;
-            QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, last),
-                                      Q_ARG(int, 39));
+            QQuickItem* last = itemAtIndex(list, 39);
             if (!last)
                 return -1000;
             const QPointF bottom = last->mapToItem(list, QPointF(0, last->height()));

@@ -1,12 +1,9 @@
-#include "chat_rig.h"
 #include "history_search_model.h"
 #include "logic/history_search.h"
-#include "quick_chat.h"
 #include "translations.h"
+#include "ui_rig.h"
 
-#include <QQmlApplicationEngine>
 #include <QQuickStyle>
-#include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
@@ -14,6 +11,7 @@
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using Direction = ChatMessage::Direction;
 using ViewLogic::SearchMatch;
 
@@ -40,51 +38,23 @@ private Q_SLOTS:
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("locale");
         QTest::addColumn<QString>("match");
-        const QString none = QStringLiteral("<none>");
-        QTest::newRow("case") << "Meet at the HARBOUR"
-                              << "harbour"
-                              << "en"
-                              << "HARBOUR";
-        QTest::newRow("accent in text") << "Un café?"
-                                        << "CAFE"
-                                        << "fr"
-                                        << "café";
-        QTest::newRow("accent in query") << "cafe"
-                                         << "café"
-                                         << "fr"
-                                         << "cafe";
+        const QString none = u"<none>"_s;
+        QTest::newRow("case") << u"Meet at the HARBOUR"_s << u"harbour"_s << u"en"_s
+                              << u"HARBOUR"_s;
+        QTest::newRow("accent in text") << u"Un café?"_s << u"CAFE"_s << u"fr"_s << u"café"_s;
+        QTest::newRow("accent in query") << u"cafe"_s << u"café"_s << u"fr"_s << u"cafe"_s;
         QTest::newRow("combining mark stays with its letter")
-            << QStringLiteral("cafe\u0301 noir") << "cafe"
-            << "fr" << QStringLiteral("cafe\u0301");
-        QTest::newRow("umlaut") << "ÄITI tulee"
-                                << "aiti"
-                                << "fi"
-                                << "ÄITI";
-        QTest::newRow("sharp s") << "Große Straße"
-                                 << "strasse"
-                                 << "de"
-                                 << "Straße";
-        QTest::newRow("ligature") << QStringLiteral("o\uFB03ce") << "office"
-                                  << "en" << QStringLiteral("o\uFB03ce");
-        QTest::newRow("after an emoji") << QStringLiteral("\U0001F680 Launch") << "launch"
-                                        << "en"
-                                        << "Launch";
+            << u"cafe\u0301 noir"_s << u"cafe"_s << u"fr"_s << u"cafe\u0301"_s;
+        QTest::newRow("sharp s") << u"Große Straße"_s << u"strasse"_s << u"de"_s << u"Straße"_s;
+        QTest::newRow("ligature") << u"o\uFB03ce"_s << u"office"_s << u"en"_s << u"o\uFB03ce"_s;
+        QTest::newRow("after an emoji")
+            << u"\U0001F680 Launch"_s << u"launch"_s << u"en"_s << u"Launch"_s;
         QTest::newRow("emoji itself")
-            << QStringLiteral("go \U0001F680!") << QStringLiteral("\U0001F680") << "en"
-            << QStringLiteral("\U0001F680");
-        QTest::newRow("Turkish dotless I") << "KIŞ geldi"
-                                           << "kış"
-                                           << "tr"
-                                           << "KIŞ";
-        QTest::newRow("Turkish I is no i") << "KIŞ"
-                                           << "kiş"
-                                           << "tr" << none;
-        QTest::newRow("no match") << "hello"
-                                  << "bye"
-                                  << "en" << none;
-        QTest::newRow("blank query") << "hello"
-                                     << ""
-                                     << "en" << none;
+            << u"go \U0001F680!"_s << u"\U0001F680"_s << u"en"_s << u"\U0001F680"_s;
+        QTest::newRow("Turkish dotless I") << u"KIŞ geldi"_s << u"kış"_s << u"tr"_s << u"KIŞ"_s;
+        QTest::newRow("Turkish I is no i") << u"KIŞ"_s << u"kiş"_s << u"tr"_s << none;
+        QTest::newRow("no match") << u"hello"_s << u"bye"_s << u"en"_s << none;
+        QTest::newRow("blank query") << u"hello"_s << QString() << u"en"_s << none;
     }
     void matchesIgnoringCaseAndAccents() {
         QFETCH(QString, text);
@@ -117,7 +87,7 @@ private Q_SLOTS:
     // Newest first, a channel sender's name is not searched, new messages
     // join the results, a message sent again and a new query are followed.
     void modelFollowsTheHistory() {
-        ChatRig rig;
+        UiRig rig(UiRig::alone);
         QVERIFY(rig.connect());
         const auto aino = ConversationID::contact(QString(64, QLatin1Char('a')));
         const auto publicChannel = ConversationID::channel(0);
@@ -137,28 +107,22 @@ private Q_SLOTS:
         model.setController(rig.controller.get());
         model.setQuery(QStringLiteral("HARBOUR"));
         model.finishNow();
-        const auto column = [&](const char* role) {
-            QStringList values;
-            for (int row = 0; row < model.rowCount(); ++row)
-                values << model.data(model.index(row), model.roleNames().key(role)).toString();
-            return values;
-        };
-        QCOMPARE(column("match"), (QStringList{"harbour", "Harbour"}));
-        QCOMPARE(column("sender"),
+        QCOMPARE(column(model, "match"), (QStringList{"harbour", "Harbour"}));
+        QCOMPARE(column(model, "sender"),
                  (QStringList{qtTrId("search.history.sender.you"), "aaaaaaaaaaaa"}));
         QVERIFY(model.emptyText().isEmpty());
 
         add(Direction::incoming, QStringLiteral("Bob: the harbour is full"), publicChannel);
-        QCOMPARE(column("sender").first(), QStringLiteral("Bob"));
-        QCOMPARE(column("before").first(), QStringLiteral("the "));
+        QCOMPARE(column(model, "sender").first(), QStringLiteral("Bob"));
+        QCOMPARE(column(model, "before").first(), QStringLiteral("the "));
 
-        const QUuid failed(column("messageId").at(1));
+        const QUuid failed(column(model, "messageId").at(1));
         rig.clock.advance(10min);
         QVERIFY(rig.controller->sendAgain(failed, aino));
         model.finishNow();
         QCOMPARE(model.rowCount(), 3);
-        QVERIFY(!column("messageId").contains(failed.toString(QUuid::WithoutBraces)));
-        QCOMPARE(column("after").first(), QStringLiteral(" it is"));
+        QVERIFY(!column(model, "messageId").contains(failed.toString(QUuid::WithoutBraces)));
+        QCOMPARE(column(model, "after").first(), QStringLiteral(" it is"));
 
         model.setQuery(QStringLiteral("nowhere"));
         model.finishNow();
@@ -170,7 +134,7 @@ private Q_SLOTS:
     // opens the first result's conversation at that message, marked;
     // Escape closes.
     void searchOpensTheConversationAtTheMessage() {
-        ChatRig rig;
+        WindowRig rig(UiRig::alone);
         QVERIFY(rig.connect());
         const auto channel = ConversationID::channel(0);
         QUuid wanted;
@@ -184,14 +148,10 @@ private Q_SLOTS:
             }
             rig.controller->appendMessage(message, channel);
         }
-        QQmlApplicationEngine engine;
-        engine.setInitialProperties(
-            {{QStringLiteral("controller"), QVariant::fromValue(rig.controller.get())}});
-        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
-        auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0));
+        QQuickWindow* window = rig.window();
         QVERIFY(window);
         QVERIFY(QTest::qWaitForWindowExposed(window));
-        QTRY_VERIFY(findVisualItem(window->contentItem(), QStringLiteral("mainView")));
+        QTRY_VERIFY(rig.item("mainView"));
 
         QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
         auto* search = window->findChild<QObject*>(QStringLiteral("historySearch"));
@@ -207,15 +167,13 @@ private Q_SLOTS:
         QTRY_VERIFY(!search->property("visible").toBool());
         QCOMPARE(rig.controller->selectedConversation(), channel);
 
-        auto* chat = findVisualItem(window->contentItem(), QStringLiteral("messageList"));
+        auto* chat = rig.item("messageList");
         QVERIFY(chat);
         const QString id = wanted.toString(QUuid::WithoutBraces);
         QTRY_COMPARE(chat->property("markedMessageId").toString(), id);
         // The message is in view, not the end of the chat.
         QQuickItem* bubble = nullptr;
-        QTRY_VERIFY(QMetaObject::invokeMethod(chat, "itemAtIndex",
-                                              Q_RETURN_ARG(QQuickItem*, bubble), Q_ARG(int, 5)) &&
-                    bubble);
+        QTRY_VERIFY((bubble = itemAtIndex(chat, 5)));
         const QPointF top = bubble->mapToItem(chat, QPointF(0, 0));
         QVERIFY2(top.y() >= 0 && top.y() + bubble->height() <= chat->height(),
                  qPrintable(QString::number(top.y())));

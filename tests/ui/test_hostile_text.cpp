@@ -1,16 +1,12 @@
-#include "quick_chat.h"
-#include "shell_rig.h"
 #include "translations.h"
 #include "ui/logic/safe_text.h"
+#include "ui_rig.h"
 
 #include <QMutex>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QQmlApplicationEngine>
 #include <QQmlComponent>
 #include <QQmlNetworkAccessManagerFactory>
-#include <QQuickItem>
-#include <QQuickWindow>
 #include <QTcpServer>
 #include <QTest>
 #include <QTextDocument>
@@ -70,15 +66,6 @@ QString key(char digit) {
     return QString(64, QLatin1Char(digit));
 }
 
-Contact chatContact(const QString& publicKey, const QString& name) {
-    Contact contact;
-    contact.publicKey = publicKey;
-    contact.type = MeshProtocol::AdvertType::chat;
-    contact.name = name;
-    contact.outPathLength = 1;
-    return contact;
-}
-
 bool isTextItem(const QQuickItem* item) {
     return item->inherits("QQuickText") || item->inherits("QQuickTextEdit") ||
            item->inherits("QQuickTextInput");
@@ -121,26 +108,16 @@ class TestHostileText : public QObject {
     QTcpServer m_listener; // where the images point; nobody may call
     QString m_imageUrl;
     RecordingNetworkFactory m_factory;
-    std::unique_ptr<ShellRig> m_rig;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<WindowRig> m_rig;
     QStringList m_names;
-    QString m_verifiedKey;
-    QString m_spoofKey;
+    const QString m_verifiedKey = key('a');
+    const QString m_spoofKey = key('9'); // a second key under the first name
 
-    QObject* root() const { return m_engine->rootObjects().value(0); }
-    QObject* find(const char* name) const {
-        return root() ? root()->findChild<QObject*>(QLatin1String(name)) : nullptr;
-    }
+    QObject* find(const char* name) const { return m_rig->find(name); }
     QList<QQuickItem*> textItems() const {
         QList<QQuickItem*> found;
-        if (auto* window = qobject_cast<QQuickWindow*>(root()))
-            collectTextItems(window->contentItem(), found);
+        collectTextItems(m_rig->window()->contentItem(), found);
         return found;
-    }
-    // Moves virtual time and lets Qt Quick catch up.
-    void advance(std::chrono::milliseconds duration) {
-        m_rig->clock.advance(duration);
-        QTest::qWait(20);
     }
 
     // What every text item of the window shows, checked item by item.
@@ -177,7 +154,8 @@ private Q_SLOTS:
     }
 
     void init() {
-        m_rig = std::make_unique<ShellRig>();
+        m_factory.clear();
+        m_rig = std::make_unique<WindowRig>(UiRig::demoNeighbours, &m_factory);
         const QString port = QString::number(m_listener.serverPort());
         // Each fits the radio's 32-byte name field.
         m_names = {
@@ -193,28 +171,14 @@ private Q_SLOTS:
         };
         for (int i = 0; i < m_names.size(); ++i)
             m_rig->radio.addContact(chatContact(key(char('a' + i)), m_names.at(i)));
-        // A second key under the first name, once that one is verified.
-        m_verifiedKey = key('a');
-        m_spoofKey = key('9');
         m_rig->radio.addContact(chatContact(m_spoofKey, m_names.first()));
-
-        m_factory.clear();
-        m_engine = std::make_unique<QQmlApplicationEngine>();
-        m_engine->setNetworkAccessManagerFactory(&m_factory);
-        m_engine->setInitialProperties(
-            {{QStringLiteral("controller"), QVariant::fromValue(m_rig->controller.get())}});
-        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
-        QVERIFY(root());
+        QVERIFY(m_rig->window());
     }
-
-    void cleanup() {
-        m_engine.reset();
-        m_rig.reset();
-    }
+    void cleanup() { m_rig.reset(); }
 
     // The detector itself: a rich text image through the same engine is seen.
     void anImageInRichTextWouldBeSeen() {
-        QQmlComponent component(m_engine.get());
+        QQmlComponent component(&m_rig->engine);
         component.setData("import QtQuick\nText { textFormat: Text.RichText }", QUrl());
         std::unique_ptr<QObject> text(component.create());
         QVERIFY(text);
@@ -243,7 +207,7 @@ private Q_SLOTS:
         VoidOutcome joined;
         captureVoid(m_rig->controller->joinHashtagChannel(QStringLiteral("<i>x</i>\u202Ey")),
                     &joined);
-        advance(2s);
+        m_rig->advance(2s);
         QVERIFY(renamed.done && !renamed.error);
         QVERIFY(joined.done && !joined.error);
 
@@ -267,10 +231,7 @@ private Q_SLOTS:
             QMetaObject::invokeMethod(list, "positionViewAtIndex", Q_ARG(int, row),
                                       Q_ARG(int, 4 /* ListView.Contain */));
             QQuickItem* delegate = nullptr;
-            QTRY_VERIFY(
-                (QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, delegate),
-                                           Q_ARG(int, row)),
-                 delegate));
+            QTRY_VERIFY((delegate = itemAtIndex(list, row)));
             heights << delegate->height();
             QQuickItem* title = findVisualItem(delegate, QStringLiteral("rowTitle"));
             QVERIFY(title);
@@ -324,7 +285,7 @@ private Q_SLOTS:
 
     // The connection screen's rows, with a radio whose name is markup.
     void radioRowShowsItsNameAsText() {
-        QQmlComponent component(m_engine.get(),
+        QQmlComponent component(&m_rig->engine,
                                 QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/DeviceRow.qml")));
         std::unique_ptr<QObject> row(component.createWithInitialProperties(
             {{QStringLiteral("name"),

@@ -2,8 +2,8 @@
 // actions, favourite and verification against the simulated radio.
 #include "logic/node_details.h"
 #include "node_detail_model.h"
-#include "shell_rig.h"
 #include "translations.h"
+#include "ui_rig.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -106,7 +106,7 @@ private Q_SLOTS:
     }
 
     void followsTheContactAndActsOnIt() {
-        ShellRig rig;
+        UiRig rig;
         QVERIFY(rig.connect());
         const auto repeater = rig.contactNamed(QStringLiteral("Ridge Repeater"));
         const auto room = rig.contactNamed(QStringLiteral("Harbour Room"));
@@ -143,7 +143,7 @@ private Q_SLOTS:
     }
 
     void verificationFollowsTheController() {
-        ShellRig rig;
+        UiRig rig;
         QVERIFY(rig.connect());
         const auto aino = rig.contactNamed(QStringLiteral("Aino Virtanen"));
         QVERIFY(aino);

@@ -12,13 +12,6 @@ QString isolated(const QString& text) {
     return QStringLiteral("\u2068") + text + QStringLiteral("\u2069");
 }
 
-QString repeated(const QString& text, int times) {
-    QString result;
-    for (int i = 0; i < times; ++i)
-        result += text;
-    return result;
-}
-
 } // namespace
 
 // What a label may show of a name or text a stranger on the mesh picked.
@@ -30,10 +23,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("received");
         QTest::addColumn<QString>("shown");
 
-        QTest::newRow("ordinary name is untouched") << "Aino Virtanen"
-                                                    << "Aino Virtanen";
-        QTest::newRow("markup stays literal") << "<b>Bold</b> <i>Bob</i>"
-                                              << "<b>Bold</b> <i>Bob</i>";
+        QTest::newRow("markup stays literal")
+            << QStringLiteral("<b>Bold</b> <i>Bob</i>") << QStringLiteral("<b>Bold</b> <i>Bob</i>");
         QTest::newRow("accents and emoji") << QStringLiteral("Sää 👍🏽 🇫🇮")
                                            << QStringLiteral("Sää 👍🏽 🇫🇮");
         QTest::newRow("right-to-left override")
@@ -69,8 +60,6 @@ private Q_SLOTS:
         QTest::newRow("line breaks in a name")
             << QStringLiteral("a\nb\r\nc\u2028d") << QStringLiteral("a\uFFFDb\uFFFDc\uFFFDd");
         QTest::newRow("tab is a blank") << QStringLiteral("a\tb") << QStringLiteral("a b");
-        QTest::newRow("Hebrew name is isolated")
-            << QStringLiteral("שלום") << isolated(QStringLiteral("שלום"));
         QTest::newRow("mixed name is isolated")
             << QStringLiteral("Bob علي 7") << isolated(QStringLiteral("Bob علي 7"));
         QTest::newRow("override inside Arabic")
@@ -78,18 +67,15 @@ private Q_SLOTS:
         QTest::newRow("Arabic number sign is visible")
             << QStringLiteral("\u0600١٢") << isolated(QStringLiteral("\u0600١٢"));
         QTest::newRow("pile of combining marks")
-            << QStringLiteral("Z") + repeated(QStringLiteral("\u0301"), 15) + QStringLiteral("o")
-            << QStringLiteral("Z") + repeated(QStringLiteral("\u0301"), 4) + QStringLiteral("o");
+            << QStringLiteral("Z") + QStringLiteral("\u0301").repeated(15) + QStringLiteral("o")
+            << QStringLiteral("Z") + QStringLiteral("\u0301").repeated(4) + QStringLiteral("o");
         QTest::newRow("Vietnamese keeps its marks")
             << QStringLiteral("Nguye\u0323\u0302n") << QStringLiteral("Nguye\u0323\u0302n");
         QTest::newRow("lone surrogate")
             << QString(QChar(0xD800)) + QStringLiteral("x") << QStringLiteral("\uFFFDx");
-        QTest::newRow("very long name")
-            << QString(100, QLatin1Char('w'))
-            << QString(safeNameLength, QLatin1Char('w')) + QStringLiteral("…");
         QTest::newRow("long name cut at whole characters")
-            << repeated(QStringLiteral("e\u0301"), 70)
-            << repeated(QStringLiteral("e\u0301"), int(safeNameLength)) + QStringLiteral("…");
+            << QStringLiteral("e\u0301").repeated(70)
+            << QStringLiteral("e\u0301").repeated(int(safeNameLength)) + QStringLiteral("…");
     }
     void names() {
         QFETCH(QString, received);
@@ -100,8 +86,6 @@ private Q_SLOTS:
     void previews_data() {
         QTest::addColumn<QString>("received");
         QTest::addColumn<QString>("shown");
-        QTest::newRow("one line") << "hi there"
-                                  << "hi there";
         QTest::newRow("lines become one") << QStringLiteral("\nfirst\r\n\r\nsecond\u2029third\n")
                                           << QStringLiteral("first second third");
         QTest::newRow("markup stays literal")

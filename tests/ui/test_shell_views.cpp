@@ -1,11 +1,7 @@
 #include "../transport/fake_ble_adapter.h"
-#include "quick_chat.h"
-#include "shell_rig.h"
 #include "translations.h"
+#include "ui_rig.h"
 
-#include <QQmlApplicationEngine>
-#include <QQuickItem>
-#include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
@@ -19,39 +15,18 @@ using namespace std::chrono_literals;
 class TestShellViews : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<ShellRig> m_rig;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<WindowRig> m_rig;
 
-    QObject* root() const { return m_engine->rootObjects().value(0); }
-    template <typename T = QObject>
-    T* find(const char* name) const {
-        return root() ? root()->findChild<T*>(QLatin1String(name)) : nullptr;
+    QString textOf(const char* name) const {
+        return m_rig->find(name)->property("text").toString();
     }
-    bool shows(const char* name) const {
-        auto* item = find<QQuickItem>(name);
-        return item && item->isVisible();
-    }
-    // Looks through visual children too, where repeated and list items live.
-    QQuickItem* item(const char* name) const {
-        auto* window = qobject_cast<QQuickWindow*>(root());
-        return window ? findVisualItem(window->contentItem(), QLatin1String(name)) : nullptr;
-    }
-    QQuickItem* listRow(const char* list, int index) const {
-        QQuickItem* row = nullptr;
-        QMetaObject::invokeMethod(find(list), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row),
-                                  Q_ARG(int, index));
-        return row;
-    }
-    void click(QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) const {
-        QVERIFY(item);
-        const QPointF centre = item->mapToScene({item->width() / 2, item->height() / 2});
-        QTest::mouseClick(item->window(), button, {}, centre.toPoint());
-    }
+    int countOf(const char* list) const { return m_rig->find(list)->property("count").toInt(); }
     // Right-clicks a row of the conversation list and returns the menu item
     // of that name once the menu shows it; null if it never does.
     QObject* rowMenuItem(int index, const char* name) const {
         QQuickItem* row = nullptr;
-        if (!QTest::qWaitFor([&] { return (row = listRow("conversationList", index)); }))
+        if (!QTest::qWaitFor(
+                [&] { return (row = itemAtIndex(m_rig->find("conversationList"), index)); }))
             return nullptr;
         click(row, Qt::RightButton);
         auto* menuItem = row->findChild<QObject*>(QLatin1String(name));
@@ -59,10 +34,8 @@ class TestShellViews : public QObject {
             return nullptr;
         return menuItem;
     }
-    // Moves virtual time and lets Qt Quick catch up (fades, bindings).
-    void advance(std::chrono::milliseconds duration) {
-        m_rig->clock.advance(duration);
-        QTest::qWait(20);
+    bool connectToMainView() {
+        return m_rig->connect() && QTest::qWaitFor([&] { return m_rig->shows("mainView"); });
     }
 
 private Q_SLOTS:
@@ -71,57 +44,36 @@ private Q_SLOTS:
         QCoro::Qml::registerTypes();
         installTranslations(*QCoreApplication::instance());
     }
-
     void init() {
-        m_rig = std::make_unique<ShellRig>();
-        m_engine = std::make_unique<QQmlApplicationEngine>();
-        m_engine->setInitialProperties(
-            {{QStringLiteral("controller"), QVariant::fromValue(m_rig->controller.get())}});
-        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
-        QVERIFY(root());
+        m_rig = std::make_unique<WindowRig>();
+        QVERIFY(m_rig->window());
     }
+    void cleanup() { m_rig.reset(); }
 
-    void cleanup() {
-        m_engine.reset();
-        m_rig.reset();
-    }
-
-    void windowHasTitleAndMinimumSize() {
-        auto* window = qobject_cast<QQuickWindow*>(root());
-        QVERIFY(window);
-        QCOMPARE(window->title(), QStringLiteral("Talvenne"));
-        QCOMPARE(window->minimumSize(), QSize(900, 600));
-    }
-
+    // Opening the screen with the adapter ready and no radio starts a scan;
+    // the radio it finds is listed, and Stop ends the scan for good.
     void connectionScreenScansByItselfAndListsTheRadio() {
-        QVERIFY(shows("connectionView"));
-        QCOMPARE(find("connectionTitle")->property("text").toString(), qtTrId("connection.title"));
-        // Opening the screen with the adapter ready and no radio started a scan.
+        QVERIFY(m_rig->shows("connectionView"));
         QCOMPARE(m_rig->controller->transportState(), TransportState::scanning);
-        QVERIFY(shows("scanSpinner"));
-        QCOMPARE(find("connectionStatus")->property("text").toString(),
-                 qtTrId("connection.empty.scanning"));
-        QCOMPARE(find("scanButton")->property("text").toString(), qtTrId("connection.button.stop"));
+        QVERIFY(m_rig->shows("scanSpinner"));
+        QCOMPARE(textOf("connectionStatus"), qtTrId("connection.empty.scanning"));
+        QCOMPARE(textOf("scanButton"), qtTrId("connection.button.stop"));
 
-        advance(500ms);
-        QTRY_COMPARE(find("deviceList")->property("count").toInt(), 1);
-        QVERIFY(!shows("emptyDevices"));
-        QVERIFY(shows("deviceList"));
-        QQuickItem* row = nullptr;
-        QMetaObject::invokeMethod(find("deviceList"), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row),
-                                  Q_ARG(int, 0));
+        m_rig->advance(500ms);
+        QTRY_COMPARE(countOf("deviceList"), 1);
+        QVERIFY(!m_rig->shows("emptyDevices"));
+        QQuickItem* row = itemAtIndex(m_rig->find("deviceList"), 0);
         QVERIFY(row);
-        auto* name = row->findChild<QObject*>(QStringLiteral("deviceName"));
-        QVERIFY(name);
-        QCOMPARE(name->property("text").toString(), SimulatedRadio::deviceName);
-    }
+        QCOMPARE(row->findChild<QObject*>(QStringLiteral("deviceName"))->property("text"),
+                 SimulatedRadio::deviceName);
 
-    void stopReturnsToScanButton() {
-        advance(500ms);
-        QMetaObject::invokeMethod(find("scanButton"), "clicked");
+        QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
         QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
-        QCOMPARE(find("scanButton")->property("text").toString(), qtTrId("connection.button.scan"));
-        QVERIFY(!shows("scanSpinner"));
+        QCOMPARE(textOf("scanButton"), qtTrId("connection.button.scan"));
+        QVERIFY(!m_rig->shows("scanSpinner"));
+        // Ready again, but a radio is listed: no new scan by itself.
+        m_rig->advance(1s);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
     }
 
     // Each reason Bluetooth cannot be used gets its own plain explanation,
@@ -155,57 +107,63 @@ private Q_SLOTS:
         QFETCH(QByteArray, detail);
         FakeBleAdapter adapter(&m_rig->clock);
         adapter.reportPower(BleAdapter::PowerState::poweredOn);
-        root()->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(&adapter));
+        QObject* root = m_rig->window();
+        root->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(&adapter));
         // The simulated radio's scan finds it and is stopped, so nothing
         // else on the screen moves.
-        advance(500ms);
-        QMetaObject::invokeMethod(find("scanButton"), "clicked");
-        QVERIFY(!shows("bluetoothProblem"));
-        auto* window = qobject_cast<QQuickWindow*>(root());
+        m_rig->advance(500ms);
+        QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
+        QVERIFY(!m_rig->shows("bluetoothProblem"));
         int frames = 0;
-        connect(window, &QQuickWindow::frameSwapped, this, [&frames] { ++frames; });
+        connect(m_rig->window(), &QQuickWindow::frameSwapped, this, [&frames] { ++frames; });
         QTest::qWait(500);
         QVERIFY2(frames > 5, "the hero breathes while Bluetooth works");
 
         adapter.powerOnAllowed = powerOnAllowed;
         adapter.reportPower(power);
-        QVERIFY(shows("bluetoothProblem"));
-        QCOMPARE(find("bluetoothProblemTitle")->property("text").toString(),
-                 qtTrId(title.constData()));
-        QCOMPARE(find("bluetoothProblemDetail")->property("text").toString(),
-                 qtTrId(detail.constData()));
-        QCOMPARE(find("connectionStatus")->property("text").toString(), qtTrId(title.constData()));
-        QVERIFY(!shows("scanSpinner"));
-        QCOMPARE(shows("bluetoothPowerOn"), powerOnAllowed);
+        QVERIFY(m_rig->shows("bluetoothProblem"));
+        QCOMPARE(textOf("bluetoothProblemTitle"), qtTrId(title.constData()));
+        QCOMPARE(textOf("bluetoothProblemDetail"), qtTrId(detail.constData()));
+        QCOMPARE(textOf("connectionStatus"), qtTrId(title.constData()));
+        QVERIFY(!m_rig->shows("scanSpinner"));
+        QCOMPARE(m_rig->shows("bluetoothPowerOn"), powerOnAllowed);
         if (powerOnAllowed) {
-            click(find<QQuickItem>("bluetoothPowerOn"));
+            click(m_rig->find<QQuickItem>("bluetoothPowerOn"));
             QCOMPARE(adapter.powerOnRequests, 1);
         }
         QTest::qWait(300); // the last changes drawn
         frames = 0;
         QTest::qWait(600);
         QCOMPARE(frames, 0);
-        root()->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(nullptr));
+        root->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(nullptr));
     }
 
+    // Connected, the main view lists the conversations; the info button is
+    // there for a contact's chat only; losing the link returns to the
+    // connection screen.
     void connectingShowsTheMainViewAndLosingTheLinkReturns() {
-        QVERIFY(m_rig->connect());
-        QTest::qWait(400); // the fade
-        QTRY_VERIFY(shows("mainView"));
-        QTRY_VERIFY(!find("connectionView"));
-        QCOMPARE(find("pillTitle")->property("text").toString(), m_rig->radio.selfInfo().name);
+        QVERIFY(connectToMainView());
+        QTRY_VERIFY(!m_rig->find("connectionView"));
+        QCOMPARE(textOf("pillTitle"), m_rig->radio.selfInfo().name);
+        QTRY_VERIFY(textOf("pillSecondLine").endsWith(QLatin1Char('V'))); // the battery
         // Public channel and the four chat-capable contacts.
-        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
-        QVERIFY(shows("conversationEmptyDetail"));
-        QCOMPARE(find("conversationEmptyDetail")->property("title").toString(),
-                 qtTrId("main.empty.conversation.title"));
-        QVERIFY(!shows("sidebarEmptyState"));
-        QVERIFY(!shows("conversationInfoButton"));
+        QTRY_COMPARE(countOf("conversationList"), 5);
+        QVERIFY(m_rig->shows("conversationEmptyDetail"));
+        QVERIFY(!m_rig->shows("sidebarEmptyState"));
+        QVERIFY(!m_rig->shows("conversationInfoButton"));
+
+        m_rig->controller->setSelectedConversation(
+            m_rig->chatWith(QStringLiteral("Aino Virtanen")));
+        QTRY_VERIFY(m_rig->shows("conversationInfoButton"));
+        QCOMPARE(m_rig->find("conversationList")->property("currentIndex").toInt(), 1);
+        m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+        QTRY_VERIFY(!m_rig->shows("conversationInfoButton"));
+        QCOMPARE(m_rig->find("conversationList")->property("currentIndex").toInt(), 0);
 
         m_rig->radio.dropLink();
-        QTest::qWait(400);
-        QTRY_VERIFY(shows("connectionView"));
-        QTRY_VERIFY(!find("mainView"));
+        QTest::qWait(400); // the fade
+        QTRY_VERIFY(m_rig->shows("connectionView"));
+        QTRY_VERIFY(!m_rig->find("mainView"));
     }
 
     // With reconnection on, a drop keeps the main window: the open chat, the
@@ -213,44 +171,44 @@ private Q_SLOTS:
     // composer why it cannot send; the chat is selected again once back.
     void aDropWhileReconnectingKeepsTheMainWindow() {
         m_rig->controller->enableAutomaticReconnection();
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        const auto target = ConversationID::contact(aino->publicKey);
+        QVERIFY(connectToMainView());
+        const auto target = m_rig->chatWith(QStringLiteral("Aino Virtanen"));
         m_rig->controller->setSelectedConversation(target);
-        QTRY_VERIFY(shows("messageList"));
-        auto* send = item("sendButton");
-        auto* field = item("composerText");
+        QTRY_VERIFY(m_rig->shows("messageList"));
+        auto* send = m_rig->item("sendButton");
+        auto* field = m_rig->item("composerText");
         QVERIFY(send && field);
         field->setProperty("text", QStringLiteral("draft"));
         QVERIFY(send->isEnabled());
-        const QString limitNote = item("composerNote")->property("text").toString();
+        const QString limitNote = m_rig->item("composerNote")->property("text").toString();
 
         m_rig->radio.setInRange(false);
         m_rig->radio.dropLink();
         QVERIFY(!m_rig->controller->selectedConversation());
         QTest::qWait(400);
-        QVERIFY(shows("mainView"));
-        QVERIFY(!find("connectionView"));
-        QCOMPARE(find("pillSecondLine")->property("text").toString(),
-                 qtTrId("main.connection.reconnecting"));
-        QCOMPARE(find("pillTitle")->property("text").toString(), SimulatedRadio::deviceName);
-        QCOMPARE(find("conversationList")->property("count").toInt(), 5);
-        QCOMPARE(item("chatTitle")->property("text").toString(), QStringLiteral("Aino Virtanen"));
+        QVERIFY(m_rig->shows("mainView"));
+        QVERIFY(!m_rig->find("connectionView"));
+        QCOMPARE(textOf("pillSecondLine"), qtTrId("main.connection.reconnecting"));
+        QCOMPARE(textOf("pillTitle"), SimulatedRadio::deviceName);
+        QCOMPARE(countOf("conversationList"), 5);
+        QCOMPARE(m_rig->item("chatTitle")->property("text").toString(),
+                 QStringLiteral("Aino Virtanen"));
         QVERIFY(!send->isEnabled());
         QCOMPARE(field->property("text").toString(), QStringLiteral("draft"));
-        QVERIFY(
-            item("composerNote")->property("text").toString().contains(SimulatedRadio::deviceName));
+        QVERIFY(m_rig->item("composerNote")
+                    ->property("text")
+                    .toString()
+                    .contains(SimulatedRadio::deviceName));
 
-        advance(30s);
-        QVERIFY(shows("mainView"));
+        m_rig->advance(30s);
+        QVERIFY(m_rig->shows("mainView"));
         m_rig->radio.setInRange(true);
-        advance(60s);
+        m_rig->advance(60s);
         QCOMPARE(m_rig->controller->transportState(), TransportState::connected);
         QCOMPARE(m_rig->controller->selectedConversation(), target);
         QTRY_VERIFY(send->isEnabled());
-        QCOMPARE(item("composerNote")->property("text").toString(), limitNote);
-        QCOMPARE(find("pillTitle")->property("text").toString(), m_rig->radio.selfInfo().name);
+        QCOMPARE(m_rig->item("composerNote")->property("text").toString(), limitNote);
+        QCOMPARE(textOf("pillTitle"), m_rig->radio.selfInfo().name);
 
         // Disconnecting gives up and shows the connection screen.
         m_rig->radio.setInRange(false);
@@ -258,118 +216,95 @@ private Q_SLOTS:
         QVERIFY(m_rig->controller->isReconnecting());
         m_rig->controller->disconnectFromDevice();
         QTest::qWait(400);
-        QTRY_VERIFY(shows("connectionView"));
-    }
-
-    void selectionShowsInfoButtonOnlyForContacts() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        m_rig->controller->setSelectedConversation(ConversationID::contact(aino->publicKey));
-        QTRY_VERIFY(shows("conversationInfoButton"));
-        QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 1);
-        m_rig->controller->setSelectedConversation(ConversationID::channel(0));
-        QTRY_VERIFY(!shows("conversationInfoButton"));
-        QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 0);
+        QTRY_VERIFY(m_rig->shows("connectionView"));
     }
 
     // What the application does when a notification is clicked: whatever the
     // list mode, the conversation opens and is read, so its notification goes.
     void openingFromANotificationShowsTheConversation() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
+        QVERIFY(connectToMainView());
         m_rig->controller->setApplicationActive(false);
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        const auto target = ConversationID::contact(aino->publicKey);
+        const auto target = m_rig->chatWith(QStringLiteral("Aino Virtanen"));
+        const QString key = target.conversationKey();
         m_rig->controller->appendMessage(incomingMessage(QStringLiteral("moi"), m_rig->clock.now()),
                                          target);
         QCOMPARE(m_rig->controller->totalUnreadCount(), 1);
-        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
+        m_rig->find("mainView")->setProperty("mode", QStringLiteral("nodes"));
 
-        QVERIFY(QMetaObject::invokeMethod(root(), "openConversation",
-                                          Q_ARG(QVariant, target.conversationKey())));
-        QCOMPARE(find("mainView")->property("mode").toString(), QStringLiteral("messages"));
+        QVERIFY(
+            QMetaObject::invokeMethod(m_rig->window(), "openConversation", Q_ARG(QVariant, key)));
+        QCOMPARE(m_rig->find("mainView")->property("mode").toString(), QStringLiteral("messages"));
         QCOMPARE(m_rig->controller->selectedConversation(), target);
         QCOMPARE(m_rig->controller->totalUnreadCount(), 0);
-        QCOMPARE(m_rig->notifier.withdrawn, QStringList{target.conversationKey()});
-        QTRY_VERIFY(shows("messageList"));
-    }
-
-    void nodesModeListsNodesAndSearches() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
-        QTRY_VERIFY(find("nodeList"));
-        QCOMPARE(find("nodeList")->property("count").toInt(), 4);
-        QCOMPARE(find("sidebarSearch")->property("placeholderText").toString(),
-                 qtTrId("sidebar.search.nodes"));
-        find("sidebarSearch")->setProperty("text", QStringLiteral("zzzz"));
-        QTRY_COMPARE(find("nodeList")->property("count").toInt(), 0);
-        QVERIFY(shows("sidebarEmptyState"));
-        QCOMPARE(find("sidebarEmptyState")->property("title").toString(),
-                 qtTrId("sidebar.empty.nodes.title"));
-        QCOMPARE(find("nodeEmptyDetail")->property("title").toString(),
-                 qtTrId("main.empty.node.title"));
+        QCOMPARE(m_rig->notifier.withdrawn, QStringList{key});
+        QTRY_VERIFY(m_rig->shows("messageList"));
     }
 
     // The picker, a node row and the node's Message button hand the mode and
-    // the selection to the main view, which stays their single owner.
+    // the selection to the main view, which stays their single owner; the
+    // search narrows the nodes down to the empty state.
     void nodeToChatRoundTrip() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        click(item("segment_nodes"));
-        QTRY_VERIFY(find("nodeList"));
-        QCOMPARE(find("mainView")->property("mode").toString(), QStringLiteral("nodes"));
-        QTRY_VERIFY(listRow("nodeList", 0));
-        click(listRow("nodeList", 0));
-        QTRY_VERIFY(shows("nodeDetailView"));
-        QVERIFY(!find("mainView")->property("nodeSelection").toString().isEmpty());
-        QCOMPARE(find("nodeList")->property("currentIndex").toInt(), 0);
+        QVERIFY(connectToMainView());
+        QObject* main = m_rig->find("mainView");
+        click(m_rig->item("segment_nodes"));
+        QTRY_VERIFY(m_rig->find("nodeList"));
+        QCOMPARE(main->property("mode").toString(), QStringLiteral("nodes"));
+        QCOMPARE(countOf("nodeList"), 4);
+        QTRY_VERIFY(itemAtIndex(m_rig->find("nodeList"), 0));
+        click(itemAtIndex(m_rig->find("nodeList"), 0));
+        QTRY_VERIFY(m_rig->shows("nodeDetailView"));
+        QVERIFY(!main->property("nodeSelection").toString().isEmpty());
+        QCOMPARE(m_rig->find("nodeList")->property("currentIndex").toInt(), 0);
 
         // A node that can chat opens its conversation in messages mode.
         const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        find("mainView")->setProperty("nodeSelection", aino->publicKey);
-        QTRY_VERIFY(shows("messageButton"));
-        QMetaObject::invokeMethod(find("messageButton"), "clicked");
-        QTRY_VERIFY(find("conversationList"));
-        QVERIFY(!find("nodeList"));
+        main->setProperty("nodeSelection", aino->publicKey);
+        QTRY_VERIFY(m_rig->shows("messageButton"));
+        QMetaObject::invokeMethod(m_rig->find("messageButton"), "clicked");
+        QTRY_VERIFY(m_rig->find("conversationList"));
+        QVERIFY(!m_rig->find("nodeList"));
         QCOMPARE(m_rig->controller->selectedConversation(),
                  std::optional(ConversationID::contact(aino->publicKey)));
 
         // Back in nodes mode: a click on another row selects that node.
-        click(item("segment_nodes"));
-        QTRY_VERIFY(find("nodeList"));
-        QTRY_VERIFY(listRow("nodeList", 1));
-        click(listRow("nodeList", 1));
+        click(m_rig->item("segment_nodes"));
+        QTRY_VERIFY(itemAtIndex(m_rig->find("nodeList"), 1));
+        click(itemAtIndex(m_rig->find("nodeList"), 1));
         QString second;
-        QMetaObject::invokeMethod(find("nodeModel"), "keyAt", Q_RETURN_ARG(QString, second),
+        QMetaObject::invokeMethod(m_rig->find("nodeModel"), "keyAt", Q_RETURN_ARG(QString, second),
                                   Q_ARG(int, 1));
-        QTRY_COMPARE(find("mainView")->property("nodeSelection").toString(), second);
-        QCOMPARE(find("nodeList")->property("currentIndex").toInt(), 1);
+        QTRY_COMPARE(main->property("nodeSelection").toString(), second);
+        QCOMPARE(m_rig->find("nodeList")->property("currentIndex").toInt(), 1);
+
+        QCOMPARE(m_rig->find("sidebarSearch")->property("placeholderText").toString(),
+                 qtTrId("sidebar.search.nodes"));
+        m_rig->find("sidebarSearch")->setProperty("text", QStringLiteral("zzzz"));
+        QTRY_COMPARE(countOf("nodeList"), 0);
+        QVERIFY(m_rig->shows("sidebarEmptyState"));
+        QCOMPARE(m_rig->find("sidebarEmptyState")->property("title").toString(),
+                 qtTrId("sidebar.empty.nodes.title"));
     }
 
     // Right-click menus: favourite for a contact, remove for a channel.
     void rowContextMenus() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 5);
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-
+        QVERIFY(connectToMainView());
+        QTRY_COMPARE(countOf("conversationList"), 5);
         QObject* favorite = rowMenuItem(1, "favoriteMenuItem");
         QVERIFY(favorite);
-        QVERIFY(!listRow("conversationList", 1)
+        QVERIFY(!itemAtIndex(m_rig->find("conversationList"), 1)
                      ->findChild<QObject*>(QStringLiteral("removeChannelMenuItem"))
                      ->property("visible")
                      .toBool());
         QCOMPARE(favorite->property("text").toString(), qtTrId("sidebar.favorite.add"));
         QMetaObject::invokeMethod(favorite, "triggered");
-        QVERIFY(m_rig->controller->favorites().contains(aino->publicKey));
+        QVERIFY(m_rig->controller->favorites().contains(
+            m_rig->contactNamed(QStringLiteral("Aino Virtanen"))->publicKey));
 
         QObject* remove = rowMenuItem(0, "removeChannelMenuItem");
         QVERIFY(remove);
         QMetaObject::invokeMethod(remove, "triggered");
-        advance(2s);
-        QTRY_COMPARE(find("conversationList")->property("count").toInt(), 4);
+        m_rig->advance(2s);
+        QTRY_COMPARE(countOf("conversationList"), 4);
         for (const Channel& channel : m_rig->controller->channels())
             QVERIFY(channel.index != 0);
     }
@@ -377,9 +312,8 @@ private Q_SLOTS:
     // While saves fail the window says so above its content, without
     // covering it; the next save that works takes the warning away.
     void historyWarningShowsWhileSavesFail() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(shows("mainView"));
-        QVERIFY(!shows("historyWarning"));
+        QVERIFY(connectToMainView());
+        QVERIFY(!m_rig->shows("historyWarning"));
         const QString folder = m_rig->dir.path();
         const auto save = [&](const QString& text) {
             m_rig->controller->appendMessage(incomingMessage(text, m_rig->clock.now()),
@@ -391,20 +325,17 @@ private Q_SLOTS:
         QVERIFY(blocker.open(QIODevice::WriteOnly));
         blocker.close();
         save(QStringLiteral("not kept"));
-        QTRY_VERIFY(shows("historyWarning"));
-        const QString text = find("historyWarningText")->property("text").toString();
+        QTRY_VERIFY(m_rig->shows("historyWarning"));
+        const QString text = textOf("historyWarningText");
         QVERIFY2(text.startsWith(QStringLiteral("History could not be saved: ")), qPrintable(text));
         QVERIFY(text.size() > 30);
-        auto* main = find<QQuickItem>("mainView");
-        auto* warning = find<QQuickItem>("historyWarning");
+        auto* main = m_rig->find<QQuickItem>("mainView");
+        auto* warning = m_rig->find<QQuickItem>("historyWarning");
         QTRY_COMPARE(main->mapToScene({0, 0}).y(), warning->mapToScene({0, warning->height()}).y());
-        if (qEnvironmentVariableIsSet("TALVENNE_SHOT"))
-            qobject_cast<QQuickWindow*>(root())->grabWindow().save(
-                qEnvironmentVariable("TALVENNE_SHOT"));
 
         QVERIFY(QFile::remove(folder));
         save(QStringLiteral("kept"));
-        QTRY_VERIFY(!shows("historyWarning"));
+        QTRY_VERIFY(!m_rig->shows("historyWarning"));
         QTRY_COMPARE(main->mapToScene({0, 0}).y(), warning->mapToScene({0, 0}).y());
         QCOMPARE(m_rig->savedHistory()->size(), m_rig->controller->conversations().size());
     }

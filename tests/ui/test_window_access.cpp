@@ -1,12 +1,8 @@
-#include "quick_chat.h"
-#include "shell_rig.h"
 #include "translations.h"
+#include "ui_rig.h"
 
 #include <QAccessible>
-#include <QQmlApplicationEngine>
-#include <QQuickItem>
 #include <QQuickStyle>
-#include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
@@ -21,18 +17,12 @@ using namespace std::chrono_literals;
 class TestWindowAccess : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<ShellRig> m_rig;
-    std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<WindowRig> m_rig;
 
-    QQuickWindow* window() const {
-        return qobject_cast<QQuickWindow*>(m_engine->rootObjects().value(0));
-    }
+    QQuickWindow* window() const { return m_rig->window(); }
     template <typename T = QObject>
     T* find(const char* name) const {
-        return window() ? window()->findChild<T*>(QLatin1String(name)) : nullptr;
-    }
-    QQuickItem* item(const char* name) const {
-        return window() ? findVisualItem(window()->contentItem(), QLatin1String(name)) : nullptr;
+        return m_rig->find<T>(name);
     }
     // The name of the focused item; a list's row holds the focus on behalf of
     // its list, so an unnamed row answers with the list's name.
@@ -62,19 +52,15 @@ class TestWindowAccess : public QObject {
             key(Qt::Key_Tab);
         return reached();
     }
-    void advance(std::chrono::milliseconds duration) {
-        m_rig->clock.advance(duration);
-        QTest::qWait(20);
-    }
     bool connectByKeyboard() {
-        advance(500ms); // the scan finds the demo radio
-        if (!QTest::qWaitFor([&] { return item("deviceRow") != nullptr; }))
+        m_rig->advance(500ms); // the scan finds the demo radio
+        if (!QTest::qWaitFor([&] { return m_rig->item("deviceRow") != nullptr; }))
             return false;
         if (!tabTo("deviceRow"))
             return false;
         key(Qt::Key_Space);
-        advance(1s);
-        advance(20s);
+        m_rig->advance(1s);
+        m_rig->advance(20s);
         return QTest::qWaitFor([&] { return find("mainView") && find("conversationList"); });
     }
 
@@ -87,20 +73,13 @@ private Q_SLOTS:
     }
 
     void init() {
-        m_rig = std::make_unique<ShellRig>();
-        m_engine = std::make_unique<QQmlApplicationEngine>();
-        m_engine->setInitialProperties(
-            {{QStringLiteral("controller"), QVariant::fromValue(m_rig->controller.get())}});
-        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+        m_rig = std::make_unique<WindowRig>();
         QVERIFY(window());
         window()->requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(window()));
     }
 
-    void cleanup() {
-        m_engine.reset();
-        m_rig.reset();
-    }
+    void cleanup() { m_rig.reset(); }
 
     // Connect, switch modes, walk the list, open a chat, send, and leave
     // again, without touching the mouse.
@@ -124,9 +103,8 @@ private Q_SLOTS:
         QCOMPARE(find("conversationList")->property("currentIndex").toInt(), 2);
         QCOMPARE(focusName(), QStringLiteral("conversationList"));
         key(Qt::Key_Up);
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        QCOMPARE(m_rig->controller->selectedConversation(),
-                 std::optional(ConversationID::contact(aino->publicKey)));
+        const ConversationID aino = m_rig->chatWith(QStringLiteral("Aino Virtanen"));
+        QCOMPARE(m_rig->controller->selectedConversation(), std::optional(aino));
         QCOMPARE(focusName(), QStringLiteral("conversationList"));
 
         // Enter moves into the composer; typing and Return send.
@@ -135,11 +113,9 @@ private Q_SLOTS:
         type(QStringLiteral("hi"));
         key(Qt::Key_Return);
         QTRY_VERIFY(find("messageList")->property("count").toInt() >= 1);
-        QCOMPARE(m_rig->controller->conversations()
-                     .value(ConversationID::contact(aino->publicKey).conversationKey())
-                     .messages.last()
-                     .text,
-                 QStringLiteral("hi"));
+        QCOMPARE(
+            m_rig->controller->conversations().value(aino.conversationKey()).messages.last().text,
+            QStringLiteral("hi"));
         // Escape goes back to the list.
         key(Qt::Key_Escape);
         QCOMPARE(focusName(), QStringLiteral("conversationList"));
@@ -165,18 +141,31 @@ private Q_SLOTS:
         QVERIFY(m_rig->controller->transportState() != TransportState::connected);
     }
 
-    // Each sheet opens from the keyboard and Escape closes it; the channel
-    // sheet's type picker moves with the arrow keys.
+    // Each sheet opens from the keyboard; in the contact sheet Return adds
+    // only once the button is enabled; Escape closes the channel sheet, whose
+    // type picker moves with the arrow keys.
     void keyboardOnlySheets() {
         QVERIFY(connectByKeyboard());
         QVERIFY(tabTo("addButton"));
         key(Qt::Key_Space);
         key(Qt::Key_Down);
         key(Qt::Key_Return);
-        QTRY_VERIFY(find("addContactSheet") &&
-                    find("addContactSheet")->property("opened").toBool());
-        key(Qt::Key_Escape);
+        QObject* contactSheet = find("addContactSheet");
+        QTRY_VERIFY(contactSheet && contactSheet->property("opened").toBool());
+        QObject* contactForm = contactSheet->findChild<QObject*>(QStringLiteral("form"));
+        QObject* keyField = contactSheet->findChild<QObject*>(QStringLiteral("keyField"));
+        contactSheet->findChild<QObject*>(QStringLiteral("nameField"))
+            ->setProperty("text", QStringLiteral("Saana"));
+        const QString key64(64, QLatin1Char('5'));
+        keyField->setProperty("text", key64.left(40));
+        key(Qt::Key_Return);
+        QVERIFY(!contactForm->property("isWorking").toBool());
+        keyField->setProperty("text", key64);
+        key(Qt::Key_Return);
+        QVERIFY(contactForm->property("isWorking").toBool());
+        m_rig->advance(1s);
         QTRY_VERIFY(!find("mainView")->property("showAddContact").toBool());
+        QVERIFY(m_rig->contactNamed(QStringLiteral("Saana")));
 
         QVERIFY(tabTo("addButton"));
         key(Qt::Key_Space);
@@ -201,14 +190,14 @@ private Q_SLOTS:
         const QString before = m_rig->controller->selfInfo()->name;
         key(Qt::Key_I, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_VERIFY(find("deviceView"));
-        advance(2s);
+        m_rig->advance(2s);
         QVERIFY(tabTo("editNameButton"));
         key(Qt::Key_Space);
         QTRY_COMPARE(focusName(), QStringLiteral("nameEditor"));
         type(QStringLiteral("XYZ"));
         m_rig->radio.clearWrittenFrames();
         key(Qt::Key_Escape);
-        advance(2s);
+        m_rig->advance(2s);
         QVERIFY(!find("deviceModel")->property("editingName").toBool());
         QCOMPARE(m_rig->controller->selfInfo()->name, before);
         QVERIFY(m_rig->radio.writtenFrames().isEmpty());
@@ -220,8 +209,8 @@ private Q_SLOTS:
         QVERIFY(m_rig->connect());
         QTRY_VERIFY(find("mainView"));
         QCOMPARE(window()->title(), QStringLiteral("Talvenne"));
-        const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-        m_rig->controller->setSelectedConversation(ConversationID::contact(aino->publicKey));
+        m_rig->controller->setSelectedConversation(
+            m_rig->chatWith(QStringLiteral("Aino Virtanen")));
         QTRY_VERIFY(window()->title().startsWith(QStringLiteral("Aino Virtanen – ")));
         QVERIFY(window()->title().endsWith(QStringLiteral(" — Talvenne")));
         QVERIFY(window()->title().contains(find("chatSubtitle")->property("text").toString()));
@@ -248,45 +237,44 @@ private Q_SLOTS:
     // Every interactive element of the main views carries a name for screen
     // readers, read through Qt's accessibility interfaces.
     void everyControlHasAName_data() {
-        QTest::addColumn<QString>("scene");
-        for (const char* scene : {"connection", "chat+device", "chat+chatInfo", "channel", "node",
-                                  "addContact", "addChannel"})
-            QTest::newRow(scene) << QString::fromLatin1(scene);
+        QTest::addColumn<QString>("chat");     // a contact's name, or "Public"
+        QTest::addColumn<QVariantMap>("main"); // what the main view shows beside it
+        const QString aino = QStringLiteral("Aino Virtanen");
+        QTest::newRow("connection") << QString() << QVariantMap();
+        QTest::newRow("chat, device") << aino << QVariantMap{{"inspector", "device"}};
+        QTest::newRow("chat, chat info") << aino << QVariantMap{{"inspector", "chatInfo"}};
+        QTest::newRow("channel") << QStringLiteral("Public") << QVariantMap();
+        QTest::newRow("node") << QString()
+                              << QVariantMap{{"mode", "nodes"},
+                                             {"nodeSelection", "Ridge Repeater"}};
+        QTest::newRow("add contact") << QString() << QVariantMap{{"showAddContact", true}};
+        QTest::newRow("add channel") << QString() << QVariantMap{{"showAddChannel", true}};
     }
 
     void everyControlHasAName() {
-        QFETCH(QString, scene);
+        QFETCH(QString, chat);
+        QFETCH(QVariantMap, main);
         QAccessible::setActive(true);
-        if (scene == QLatin1String("connection")) {
-            advance(500ms);
-            QTRY_VERIFY(item("deviceRow"));
+        if (QTest::currentDataTag() == QLatin1String("connection")) {
+            m_rig->advance(500ms);
+            QTRY_VERIFY(m_rig->item("deviceRow"));
         } else {
             QVERIFY(m_rig->connect());
             QTRY_VERIFY(find("mainView"));
-            auto* main = find("mainView");
-            const auto aino = m_rig->contactNamed(QStringLiteral("Aino Virtanen"));
-            const ConversationID chat = ConversationID::contact(aino->publicKey);
+            const ConversationID aino = m_rig->chatWith(QStringLiteral("Aino Virtanen"));
             m_rig->controller->appendMessage(
-                incomingMessage(QStringLiteral("hello there"), m_rig->clock.now()), chat);
-            m_rig->controller->sendMessage(QStringLiteral("on my way"), chat);
-            if (scene.startsWith(QLatin1String("chat")))
-                m_rig->controller->setSelectedConversation(chat);
-            if (scene == QLatin1String("chat+device"))
-                main->setProperty("inspector", QStringLiteral("device"));
-            if (scene == QLatin1String("chat+chatInfo"))
-                main->setProperty("inspector", QStringLiteral("chatInfo"));
-            if (scene == QLatin1String("channel"))
-                m_rig->controller->setSelectedConversation(ConversationID::channel(0));
-            if (scene == QLatin1String("node")) {
-                main->setProperty("mode", QStringLiteral("nodes"));
-                main->setProperty("nodeSelection",
-                                  m_rig->contactNamed(QStringLiteral("Ridge Repeater"))->publicKey);
-            }
-            if (scene == QLatin1String("addContact"))
-                main->setProperty("showAddContact", true);
-            if (scene == QLatin1String("addChannel"))
-                main->setProperty("showAddChannel", true);
-            advance(2s);
+                incomingMessage(QStringLiteral("hello there"), m_rig->clock.now()), aino);
+            m_rig->controller->sendMessage(QStringLiteral("on my way"), aino);
+            if (!chat.isEmpty())
+                m_rig->controller->setSelectedConversation(
+                    chat == QLatin1String("Public") ? ConversationID::channel(0) : aino);
+            for (auto [property, value] : main.asKeyValueRange())
+                find("mainView")
+                    ->setProperty(property.toLatin1().constData(),
+                                  property == QLatin1String("nodeSelection")
+                                      ? QVariant(m_rig->contactNamed(value.toString())->publicKey)
+                                      : value);
+            m_rig->advance(2s);
             QTest::qWait(300);
         }
 
@@ -347,9 +335,8 @@ private Q_SLOTS:
         QFETCH(bool, empty);
         QVERIFY(m_rig->connect());
         QTRY_VERIFY(find("mainView"));
-        const auto contact = m_rig->contactNamed(empty ? QStringLiteral("Jérôme Bélanger")
-                                                       : QStringLiteral("Aino Virtanen"));
-        const ConversationID chat = ConversationID::contact(contact->publicKey);
+        const ConversationID chat = m_rig->chatWith(empty ? QStringLiteral("Jérôme Bélanger")
+                                                          : QStringLiteral("Aino Virtanen"));
         if (!empty)
             m_rig->controller->appendMessage(
                 incomingMessage(QStringLiteral("A longer message that wraps over a few lines "
@@ -359,7 +346,7 @@ private Q_SLOTS:
         m_rig->controller->setSelectedConversation(chat);
         find("mainView")->setProperty("inspector", inspector);
         window()->resize(width, 600);
-        advance(2s);
+        m_rig->advance(2s);
         QTest::qWait(200);
         QTRY_COMPARE(window()->width(), width);
 
