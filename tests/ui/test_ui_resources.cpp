@@ -9,6 +9,7 @@
 #include "ui/logic/node_symbols.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
@@ -25,9 +26,10 @@ QSet<QString> qmlSymbols() {
         QStringLiteral(R"re((?:[sS]ymbol|systemImage)\s*:(.*)|iconSource\((.*)\))re"));
     static const QRegularExpression literal(QStringLiteral(R"re("([a-z0-9.]+)")re"));
     QSet<QString> names;
-    const QDir folder(QStringLiteral(TALVENNE_SOURCE_DIR "/src/ui/qml"));
-    for (const QString& file : folder.entryList({QStringLiteral("*.qml")})) {
-        QFile qml(folder.filePath(file));
+    QDirIterator files(QStringLiteral(TALVENNE_SOURCE_DIR "/src/ui/views"),
+                       {QStringLiteral("*.qml")}, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        QFile qml(files.next());
         if (!qml.open(QIODevice::ReadOnly))
             continue;
         for (const QRegularExpressionMatch& match :
