@@ -46,8 +46,9 @@ bool FakeBluez::claimService() {
     return m_bus.registerService(Bluez::service);
 }
 
-void FakeBluez::releaseService() {
-    m_bus.unregisterService(Bluez::service);
+bool FakeBluez::tracing() {
+    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
+    return trace;
 }
 
 // --- The object tree ---------------------------------------------------------
@@ -78,21 +79,17 @@ FakeBluez::Radio* FakeBluez::radioAt(const QString& path) {
     return nullptr;
 }
 
-FakeBluez::Radio* FakeBluez::radioByAddress(const QString& address) {
+FakeBluez::Radio& FakeBluez::radio(const QString& address) {
     for (Radio* radio : std::as_const(m_radios)) {
         if (radio->address == address)
-            return radio;
+            return *radio;
     }
-    return nullptr;
-}
-
-const FakeBluez::Radio* FakeBluez::radioByAddress(const QString& address) const {
-    return const_cast<FakeBluez*>(this)->radioByAddress(address);
+    m_unknownRadio = Radio();
+    return m_unknownRadio;
 }
 
 void FakeBluez::addObject(const QString& path, const BluezInterfaces& interfaces) {
-    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
-    if (trace)
+    if (tracing())
         qInfo().noquote() << "<- added" << path;
     m_objects.insert(path, interfaces);
     QDBusMessage signal = QDBusMessage::createSignal(
@@ -209,45 +206,10 @@ void FakeBluez::addRadio(const QString& address, const QString& name, int rssi) 
     m_radios.append(radio);
 }
 
-void FakeBluez::setRssi(const QString& address, int rssi) {
-    if (Radio* radio = radioByAddress(address))
-        radio->rssi = rssi;
-}
-
-void FakeBluez::setInRange(const QString& address, bool inRange) {
-    if (Radio* radio = radioByAddress(address))
-        radio->inRange = inRange;
-}
-
-void FakeBluez::setConnectMode(const QString& address, ConnectMode mode) {
-    if (Radio* radio = radioByAddress(address))
-        radio->mode = mode;
-}
-
 void FakeBluez::dropRadio(const QString& address) {
-    Radio* radio = radioByAddress(address);
-    if (radio && radio->connected)
-        tearDown(*radio);
-}
-
-void FakeBluez::dropAnswers(const QString& address, int count) {
-    if (Radio* radio = radioByAddress(address))
-        radio->sim->dropNextAnswers(count);
-}
-
-int FakeBluez::connectAttempts(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio ? radio->connectAttempts : -1;
-}
-
-int FakeBluez::disconnectCalls(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio ? radio->disconnectCalls : -1;
-}
-
-bool FakeBluez::isConnected(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio && radio->connected;
+    Radio& target = radio(address);
+    if (target.connected)
+        tearDown(target);
 }
 
 // --- Discovery -----------------------------------------------------------------
@@ -368,9 +330,13 @@ void FakeBluez::replyError(const QDBusMessage& message, const QString& name, con
     m_bus.send(message.createErrorReply(name, text));
 }
 
+void FakeBluez::replyNotReady(const QDBusMessage& message) {
+    replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
+               QStringLiteral("Resource Not Ready"));
+}
+
 bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
-    if (trace)
+    if (tracing())
         qInfo().noquote() << "->" << message.path() << message.interface() << message.member()
                           << message.arguments();
     message.setDelayedReply(true);
@@ -469,8 +435,7 @@ void FakeBluez::handleAdapter(const QDBusMessage& message) {
         reply(message, {QStringList{QStringLiteral("Transport"), QStringLiteral("RSSI")}});
     } else if (member == QLatin1String("StartDiscovery")) {
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
             return;
         }
         const bool first = m_discoverySessions.isEmpty();
@@ -484,8 +449,7 @@ void FakeBluez::handleAdapter(const QDBusMessage& message) {
         }
     } else if (member == QLatin1String("StopDiscovery")) {
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
             return;
         }
         if (!m_discoverySessions.remove(message.service())) {
@@ -512,8 +476,7 @@ void FakeBluez::handleDevice(const QDBusMessage& message, Radio& radio) {
     if (member == QLatin1String("Connect")) {
         ++radio.connectAttempts;
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
         } else if (radio.pendingConnect) {
             replyError(message, QStringLiteral("org.bluez.Error.InProgress"),
                        QStringLiteral("In Progress"));
@@ -529,10 +492,10 @@ void FakeBluez::handleDevice(const QDBusMessage& message, Radio& radio) {
         } else {
             const QString address = radio.address;
             QTimer::singleShot(5, this, [this, message, address] {
-                Radio* radio = radioByAddress(address);
-                if (!radio || !m_powered || radio->connected)
+                Radio& radio = this->radio(address);
+                if (!radio.sim || !m_powered || radio.connected)
                     return;
-                establish(*radio);
+                establish(radio);
                 reply(message);
             });
         }
@@ -585,5 +548,10 @@ void FakeBluezControl::SetConnectMode(const QString& address, const QString& mod
         value = FakeBluez::ConnectMode::fail;
     else if (mode == QLatin1String("hang"))
         value = FakeBluez::ConnectMode::hang;
-    m_bluez->setConnectMode(address, value);
+    m_bluez->radio(address).mode = value;
+}
+
+void FakeBluezControl::DropAnswers(const QString& address, int count) {
+    if (const auto& sim = m_bluez->radio(address).sim)
+        sim->dropNextAnswers(count);
 }
