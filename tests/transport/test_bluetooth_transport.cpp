@@ -116,24 +116,31 @@ class TestBluetoothTransport : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void powerReportsSetTheState_data() {
-        QTest::addColumn<bool>("fromConnected");
+    // Each power report sets the state, also when the same one comes again.
+    // Without power nothing can be scanned for, and losing it ends any link
+    // as a disconnect first (the controller resets on it): nothing of the
+    // link survives, and a retry that was waiting is not made.
+    void powerReports_data() {
+        QTest::addColumn<QString>("phase");
         QTest::addColumn<PowerState>("power");
         QTest::addColumn<T>("expected");
-        for (const bool fromConnected : {false, true}) {
-            for (const PowerCase& c : powerCases)
-                QTest::addRow("%s, %s", fromConnected ? "connected" : "initial", c.name)
-                    << fromConnected << c.power << c.state;
+        for (const char* phase : {"idle", "connecting", "retry pause", "connected"}) {
+            for (const PowerCase& c : powerCases) {
+                // Power comes on only while no attempt runs.
+                const bool attempting =
+                    qstrcmp(phase, "connecting") == 0 || qstrcmp(phase, "retry pause") == 0;
+                if (c.power != PowerState::poweredOn || !attempting)
+                    QTest::addRow("%s, %s", phase, c.name)
+                        << QString::fromLatin1(phase) << c.power << c.state;
+            }
         }
     }
-    void powerReportsSetTheState() {
-        QFETCH(bool, fromConnected);
+    void powerReports() {
+        QFETCH(QString, phase);
         QFETCH(PowerState, power);
         QFETCH(T, expected);
         Rig rig;
-        if (fromConnected) {
-            rig.connected();
-        } else {
+        if (phase == QLatin1String("idle")) {
             // Nothing happens by itself, and nothing can be scanned for
             // before the first power report.
             rig.clock.advance(10s);
@@ -141,24 +148,44 @@ private Q_SLOTS:
             QVERIFY(rig.adapter.scans.isEmpty() && rig.adapter.connects.isEmpty());
             QVERIFY(rig.stateSpy.isEmpty());
             QCOMPARE(rig.link->state(), T::disconnected);
+        } else if (phase == QLatin1String("connected")) {
+            rig.connected();
+        } else {
+            rig.connecting();
+            if (phase == QLatin1String("retry pause"))
+                Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
         }
+        const bool on = power == PowerState::poweredOn;
         rig.adapter.reportPower(power);
-        // Losing power ends the link first.
         QList<T> states{expected};
-        if (fromConnected && power != PowerState::poweredOn)
+        if (phase != QLatin1String("idle") && !on)
             states.prepend(T::disconnected);
         QCOMPARE(rig.states(), states);
         QCOMPARE(rig.link->state(), expected);
-        // The same report again is reported again.
+        QVERIFY(rig.failedSpy.isEmpty());
         rig.adapter.reportPower(power);
         states.append(expected);
         QCOMPARE(rig.states(), states);
-        if (power == PowerState::poweredOn)
+        if (on)
             return;
-        // Without power a scan is not started and the state stays.
         rig.link->startScan();
+        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
         QCOMPARE(rig.states(), states);
         QVERIFY(rig.adapter.scans.isEmpty());
+        QCOMPARE(rig.adapter.connects.size(), phase == QLatin1String("idle") ? 0 : 1);
+        rig.link->write(oneByte);
+        QVERIFY(rig.adapter.writes.isEmpty());
+
+        // Back on, a radio without the write characteristic is not usable:
+        // the last one's is gone.
+        rig.clearSpies();
+        rig.powerOn();
+        rig.link->connectToDevice(radio(2));
+        rig.discover({notifyCharacteristic()});
+        rig.notificationsOn();
+        QCOMPARE(rig.link->state(), T::connecting);
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
+        QCOMPARE(rig.connectedSpy.count(), 0);
     }
 
     void scanStartsAndStops() {
@@ -187,7 +214,7 @@ private Q_SLOTS:
         QCOMPARE(rig.adapter.connects, QList<QVariant>{radio(7).peripheral});
     }
 
-    // Service, characteristics, notifications; frames written before the
+    // Service, characteristics, notifications, frames; frames written before the
     // write characteristic is known are dropped, and an attempt the platform
     // has answered no longer times out.
     void fullConnectionWalksServiceAndCharacteristics() {
@@ -229,6 +256,15 @@ private Q_SLOTS:
         rig.notificationsOn();
         QCOMPARE(rig.connectedSpy.count(), 1);
         QCOMPARE(rig.stateSpy.count(), 2);
+
+        // Each notification of the frame characteristic is one frame; empty
+        // ones and other characteristics' carry none.
+        const QByteArray frame("\x05\x00\x10\x20", 4);
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, QByteArray());
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::rxUUID, frame);
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, frame);
+        QCOMPARE(rig.receivedSpy.count(), 1);
+        QCOMPARE(rig.receivedSpy.at(0).at(0).toByteArray(), frame);
     }
 
     // Every advertisement is reported, under the best name it carries.
@@ -259,41 +295,55 @@ private Q_SLOTS:
     }
 
     // A retried failure: three more attempts, each 0.4 s after the failure
-    // before it, then the link gives up with the failure's text.
+    // before it, then the link gives up with the failure's text. An attempt
+    // the platform never answers ends on the link's own clock: it is
+    // cancelled towards the platform and retried like a timeout, and the
+    // drop report of the cancelled attempt does not end the retries.
     void retriedFailuresTryThreeMoreTimes_data() {
         QTest::addColumn<ErrorKind>("kind");
-        QTest::addColumn<bool>("asDrop");
+        QTest::addColumn<QString>("how");
         QTest::addColumn<QString>("expectedText");
         const QString pairing = BluetoothTransport::pairingRemovedText;
         const QMetaEnum kinds = QMetaEnum::fromType<ErrorKind>();
-        for (const bool asDrop : {false, true}) {
+        for (const char* how : {"failure", "drop"}) {
             for (const ErrorKind kind :
                  {ErrorKind::connectionTimeout, ErrorKind::connectionFailed,
                   ErrorKind::connectionLimitReached, ErrorKind::peerRemovedPairingInformation}) {
                 const bool pairingLost = kind == ErrorKind::peerRemovedPairingInformation;
-                QTest::addRow("%s, %s", asDrop ? "drop" : "failure", kinds.valueToKey(int(kind)))
-                    << kind << asDrop << (pairingLost ? pairing : u"platform text"_s);
+                QTest::addRow("%s, %s", how, kinds.valueToKey(int(kind)))
+                    << kind << QString::fromLatin1(how)
+                    << (pairingLost ? pairing : u"platform text"_s);
             }
         }
+        QTest::newRow("no answer")
+            << ErrorKind::other << u"silence"_s << BluetoothTransport::connectTimedOutText;
     }
     void retriedFailuresTryThreeMoreTimes() {
         QFETCH(ErrorKind, kind);
-        QFETCH(bool, asDrop);
+        QFETCH(QString, how);
         QFETCH(QString, expectedText);
         Rig rig;
         rig.connecting(radio(2));
         const BleError error{kind, QStringLiteral("platform text")};
-        auto fail = [&] {
-            if (asDrop)
+        auto fail = [&](int attempt) {
+            rig.clock.advance(1500ms); // the attempt takes a while
+            if (how == QLatin1String("drop")) {
                 Q_EMIT rig.adapter.peripheralDisconnected(error);
-            else
+            } else if (how == QLatin1String("failure")) {
                 Q_EMIT rig.adapter.failedToConnect(error);
+            } else {
+                rig.clock.advance(BluetoothTransport::connectTimeout - 1500ms - 1ms);
+                QCOMPARE(rig.adapter.cancels, attempt - 1);
+                rig.clock.advance(1ms);
+                QCOMPARE(rig.adapter.cancels, attempt);
+                if (attempt <= BluetoothTransport::maxConnectRetries)
+                    Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
+            }
         };
 
         for (int retry = 1; retry <= BluetoothTransport::maxConnectRetries; ++retry) {
-            rig.clock.advance(1500ms); // the attempt takes a while
+            fail(retry);
             const QDateTime failedAt = rig.clock.now();
-            fail();
             QCOMPARE(rig.stateSpy.count(), 0);
             QCOMPARE(rig.failedSpy.count(), 0);
             rig.clock.advance(399ms);
@@ -304,11 +354,10 @@ private Q_SLOTS:
             QCOMPARE(rig.adapter.connects.last(), radio(2).peripheral);
         }
 
-        rig.clock.advance(1500ms);
-        fail();
+        fail(1 + BluetoothTransport::maxConnectRetries);
         QCOMPARE(rig.states(), QList<T>{T::disconnected});
         QCOMPARE(rig.failures(), QStringList{expectedText});
-        rig.clock.advance(10s);
+        rig.clock.advance(1min);
         QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
         QCOMPARE(rig.connectedSpy.count(), 0);
     }
@@ -376,73 +425,6 @@ private Q_SLOTS:
         Q_EMIT rig.adapter.failedToConnect(pairing);
         rig.clock.advance(400ms);
         QCOMPARE(rig.adapter.connects.size(), 2 + BluetoothTransport::maxConnectRetries + 1);
-    }
-
-    // An attempt the platform never answers ends on the link's own clock: it
-    // is cancelled towards the platform and retried like a timeout; the drop
-    // report of the cancelled attempt does not end the retries.
-    void unansweredAttemptTimesOut() {
-        Rig rig;
-        rig.connecting();
-        for (int attempt = 1; attempt <= 1 + BluetoothTransport::maxConnectRetries; ++attempt) {
-            rig.clock.advance(BluetoothTransport::connectTimeout - 1ms);
-            QCOMPARE(rig.adapter.cancels, attempt - 1);
-            rig.clock.advance(1ms);
-            QCOMPARE(rig.adapter.cancels, attempt);
-            if (attempt <= BluetoothTransport::maxConnectRetries)
-                Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
-            rig.clock.advance(BluetoothTransport::retryDelay);
-        }
-        QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::connectTimedOutText});
-    }
-
-    // Bluetooth going away ends the link as a disconnect first (the
-    // controller resets on it), then the power state; nothing of the link
-    // survives, and a retry that was waiting is not made.
-    void powerLossEndsTheLinkFirst_data() {
-        QTest::addColumn<QString>("phase");
-        QTest::addColumn<PowerState>("power");
-        QTest::addColumn<T>("expected");
-        for (const char* phase : {"connecting", "retry pause", "connected"}) {
-            for (const PowerCase& c : powerCases) {
-                if (c.power != PowerState::poweredOn && c.power != PowerState::unknown)
-                    QTest::addRow("%s, %s", phase, c.name)
-                        << QString::fromLatin1(phase) << c.power << c.state;
-            }
-        }
-    }
-    void powerLossEndsTheLinkFirst() {
-        QFETCH(QString, phase);
-        QFETCH(PowerState, power);
-        QFETCH(T, expected);
-        Rig rig;
-        if (phase == QLatin1String("connected")) {
-            rig.connected();
-        } else {
-            rig.connecting();
-            if (phase == QLatin1String("retry pause"))
-                Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
-        }
-        rig.adapter.reportPower(power);
-        QCOMPARE(rig.states(), (QList<T>{T::disconnected, expected}));
-        QVERIFY(rig.failedSpy.isEmpty());
-        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-        rig.link->write(oneByte);
-        QVERIFY(rig.adapter.writes.isEmpty());
-
-        // Back on, a radio without the write characteristic is not usable:
-        // the last one's is gone.
-        rig.clearSpies();
-        rig.powerOn();
-        rig.link->connectToDevice(radio(2));
-        rig.discover({notifyCharacteristic()});
-        rig.notificationsOn();
-        QCOMPARE(rig.link->state(), T::connecting);
-        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
-        QCOMPARE(rig.connectedSpy.count(), 0);
     }
 
     // A scan the user started resumes when Bluetooth comes back, unless the
@@ -619,18 +601,6 @@ private Q_SLOTS:
         QCOMPARE(rig.connectedSpy.count(), 0);
         QCOMPARE(rig.stateSpy.count(), 0);
         QCOMPARE(rig.link->state(), T::connecting);
-    }
-
-    void receivedValues() {
-        Rig rig;
-        rig.connected();
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, QByteArray());
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::rxUUID, QByteArray("\x01\x02", 2));
-        QCOMPARE(rig.receivedSpy.count(), 0);
-        const QByteArray frame("\x05\x00\x10\x20", 4);
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, frame);
-        QCOMPARE(rig.receivedSpy.count(), 1);
-        QCOMPARE(rig.receivedSpy.at(0).at(0).toByteArray(), frame);
     }
 
     void writeTypeFollowsProperties_data() {
