@@ -102,6 +102,17 @@ private:
                serverBus().registerService(serviceName);
     }
 
+    // A manager that asked the registered server and was authorized.
+    std::unique_ptr<NotificationManager> authorizedManager() {
+        if (!registerServer())
+            return nullptr;
+        auto manager = std::make_unique<NotificationManager>(appBus());
+        manager->requestAuthorization();
+        if (!QTest::qWaitFor([&] { return manager->authorized(); }, 5000))
+            return nullptr;
+        return manager;
+    }
+
     // One call from the application's connection to the server, answered.
     // Messages from one connection arrive in order, so anything the manager
     // sent before has been handled by the server by then. The answers reach
@@ -143,34 +154,19 @@ private Q_SLOTS:
         m_bus.reset();
     }
 
-    void withoutServerNothingIsAuthorizedOrPosted() {
+    void authorizationNeedsAServerAnswer() {
         NotificationManager manager(appBus());
         QSignalSpy answered(&manager, &NotificationManager::authorizationAnswered);
         QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
-
         manager.requestAuthorization();
         QTRY_COMPARE(answered.count(), 1);
         QCOMPARE(answered.first().first().toBool(), false);
         QCOMPARE(changed.count(), 0);
         QVERIFY(!manager.authorized());
 
-        // A server that turns up later is not told anything until it is asked.
+        // A server that turns up is asked; nothing is posted before it answered.
         QVERIFY(registerServer());
-        manager.postNotification(u"Ada"_s, u"hello"_s, u"contact:ab"_s);
-        QVERIFY(serverHasCaughtUp());
-        QCOMPARE(m_server.notifications.size(), 0);
-    }
-
-    void aServerAnswerAuthorizes() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
-
-        manager.requestAuthorization();
-        // Nothing is posted before the answer has come back.
-        QVERIFY(!manager.authorized());
         manager.postNotification(u"Ada"_s, u"too early"_s, u"contact:ab"_s);
-
         QTRY_VERIFY(manager.authorized());
         QCOMPARE(changed.count(), 1);
         QCOMPARE(manager.property("authorized").toBool(), true);
@@ -208,14 +204,12 @@ private Q_SLOTS:
         QFETCH(QString, shownBody);
 
         m_server.capabilities = capabilities;
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
         QCOMPARE(m_server.capabilityRequests, 1);
 
         const QString thread = u"contact:"_s + QString(64, u'a');
-        manager.postNotification(title, body, thread);
+        manager->postNotification(title, body, thread);
         QTRY_COMPARE(m_server.notifications.size(), 1);
 
         const auto& shown = m_server.notifications.first();
@@ -235,22 +229,20 @@ private Q_SLOTS:
     // Further messages replace the conversation's one notification with the
     // count and the latest text; other conversations have their own.
     void aConversationKeepsOneNotification() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
 
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
-        manager.postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 3);
         QVERIFY(serverHasCaughtUp());
         // Two more before the server has answered the first of them: the
         // second waits for the id and carries the count of both.
-        manager.postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
-        manager.postNotification(u"Ada B."_s, u"four <4>"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada B."_s, u"four <4>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 5);
         QVERIFY(serverHasCaughtUp());
         QCOMPARE(m_server.notifications.size(), 5);
@@ -273,36 +265,34 @@ private Q_SLOTS:
         // counting from the last read.
         emitFromServer(u"NotificationClosed"_s, {adaId, 2u});
         QVERIFY(serverHasCaughtUp());
-        manager.postNotification(u"Ada"_s, u"five"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"five"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 6);
         QCOMPARE(n[5].replacesId, 0u);
         QCOMPARE(n[5].body, u"5 new messages\nfive"_s);
     }
 
     void readingWithdrawsTheNotification() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
 
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
         QVERIFY(serverHasCaughtUp());
-        manager.withdrawNotifications(u"contact:aa"_s);
-        manager.withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
+        manager->withdrawNotifications(u"contact:aa"_s);
+        manager->withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
         QVERIFY(serverHasCaughtUp());
         QCOMPARE(m_server.closed, (QList<uint>{101}));
 
         // After reading, the count starts again at one.
-        manager.postNotification(u"Ada"_s, u"again"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"again"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 3);
         QCOMPARE(m_server.notifications[2].replacesId, 0u);
         QCOMPARE(m_server.notifications[2].body, u"again"_s);
 
         // Read before the server has even answered: closed once the id is known.
-        manager.postNotification(u"#hike"_s, u"more"_s, u"channel:2"_s);
-        manager.withdrawNotifications(u"channel:2"_s);
+        manager->postNotification(u"#hike"_s, u"more"_s, u"channel:2"_s);
+        manager->withdrawNotifications(u"channel:2"_s);
         QTRY_COMPARE(m_server.closed, (QList<uint>{101, 102}));
         QCOMPARE(m_server.notifications.size(), 4);
     }
@@ -321,13 +311,11 @@ private Q_SLOTS:
         QFETCH(QStringList, actions);
 
         m_server.capabilities = capabilities;
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        QSignalSpy activated(&manager, &NotificationManager::activated);
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
+        QSignalSpy activated(manager.get(), &NotificationManager::activated);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
         QCOMPARE(m_server.notifications[0].actions, actions);
 
@@ -349,30 +337,28 @@ private Q_SLOTS:
     // name over is asked again: its capabilities decide the escaping, and the
     // old server's ids are forgotten.
     void aNewServerIsAskedAgain() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
-        manager.postNotification(u"Ada"_s, u"<i>one</i>"_s, u"contact:aa"_s);
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
+        manager->postNotification(u"Ada"_s, u"<i>one</i>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
         QCOMPARE(m_server.notifications[0].body, u"<i>one</i>"_s);
 
-        QSignalSpy answered(&manager, &NotificationManager::authorizationAnswered);
-        QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
+        QSignalSpy answered(manager.get(), &NotificationManager::authorizationAnswered);
+        QSignalSpy changed(manager.get(), &NotificationManager::authorizedChanged);
         serverBus().unregisterObject(servicePath);
         QVERIFY(serverBus().unregisterService(serviceName));
-        QTRY_VERIFY(!manager.authorized());
+        QTRY_VERIFY(!manager->authorized());
         QCOMPARE(changed.count(), 1);
 
         m_server.reset({u"body"_s, u"body-markup"_s});
         QVERIFY(
             serverBus().registerObject(servicePath, &m_server, QDBusConnection::ExportAllSlots));
         QVERIFY(serverBus().registerService(serviceName));
-        QTRY_VERIFY(manager.authorized());
+        QTRY_VERIFY(manager->authorized());
         QCOMPARE(m_server.capabilityRequests, 1);
         QCOMPARE(answered.count(), 2);
 
-        manager.postNotification(u"Ada"_s, u"<i>two</i>"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"<i>two</i>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
         QCOMPARE(m_server.notifications[0].replacesId, 0u);
         QCOMPARE(m_server.notifications[0].body, u"2 new messages\n&lt;i&gt;two&lt;/i&gt;"_s);
