@@ -8,20 +8,20 @@
 
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
-using MeshProtocol::AdvertType;
-using MeshProtocol::DeviceError;
+using namespace MeshProtocol;
 using T = TransportState;
 
 Q_DECLARE_METATYPE(MeshEvent)
 
 namespace {
 
-const QString aliceKey =
-    QStringLiteral("a11ce000000000000000000000000000000000000000000000000000000000aa");
-const QString bobKey =
-    QStringLiteral("b0b00000000000000000000000000000000000000000000000000000000000bb");
-const QString carolKey =
-    QStringLiteral("ca201000000000000000000000000000000000000000000000000000000000cc");
+const QString aliceKey = u"a11ce000000000000000000000000000000000000000000000000000000000aa"_s;
+const QString bobKey = u"b0b00000000000000000000000000000000000000000000000000000000000bb"_s;
+const QString carolKey = u"ca201000000000000000000000000000000000000000000000000000000000cc"_s;
+
+QDateTime at(qint64 seconds) {
+    return QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC);
+}
 
 QByteArray keyBytes(const QString& key) {
     return QByteArray::fromHex(key.toLatin1());
@@ -63,7 +63,7 @@ struct Rig {
             // up as a foreign event in front of the real ones.
             if (insideWrite)
                 received.append(MeshEvent(Events::Unhandled{0xEE}));
-            received.append(MeshProtocol::decode(frame));
+            received.append(decode(frame));
         });
     }
 
@@ -91,7 +91,7 @@ struct Rig {
 };
 
 QByteArray directText(const QString& key, const QString& text) {
-    return MeshProtocol::sendDirectText(keyBytes(key), 1'700'000'000, text);
+    return sendDirectText(keyBytes(key), 1'700'000'000, text);
 }
 
 } // namespace
@@ -118,7 +118,7 @@ private Q_SLOTS:
         for (const auto& report : found) {
             const auto device = report.at(0).value<DiscoveredDevice>();
             QCOMPARE(device.id, SimulatedRadio::deviceId);
-            QCOMPARE(device.name, QStringLiteral("Talvenne Demo Radio"));
+            QCOMPARE(device.name, u"Talvenne Demo Radio"_s);
             QVERIFY2(device.rssi >= -61 && device.rssi <= -55,
                      qPrintable(QString::number(device.rssi)));
         }
@@ -149,18 +149,17 @@ private Q_SLOTS:
     void noLinkNoAnswers() {
         Rig rig;
         QSignalSpy failed(&rig.radio, &MeshLink::transportFailed);
-        const QByteArray appStart = MeshProtocol::appStart(QStringLiteral("Talvenne-macOS"));
-        QVERIFY(rig.command(appStart, 1s).isEmpty());
-        rig.radio.connectToDevice({QUuid::createUuid(), QStringLiteral("Other"), -80, {}});
+        const QByteArray start = appStart(u"Talvenne-macOS"_s);
+        QVERIFY(rig.command(start, 1s).isEmpty());
+        rig.radio.connectToDevice({QUuid::createUuid(), u"Other"_s, -80, {}});
         rig.clock.advance(1s);
         QCOMPARE(failed.count(), 1);
         QCOMPARE(rig.radio.state(), T::disconnected);
-        QVERIFY(rig.command(appStart, 1s).isEmpty());
+        QVERIFY(rig.command(start, 1s).isEmpty());
         QVERIFY(rig.radio.writtenFrames().isEmpty());
     }
 
     void commandAnswers_data() {
-        using namespace MeshProtocol;
         QTest::addColumn<QByteArray>("frame");
         QTest::addColumn<MeshEvent>("expected");
         const auto row = [](const char* name, const QByteArray& frame, const MeshEvent& event) {
@@ -221,31 +220,29 @@ private Q_SLOTS:
     void settingsAreStoredAndReadBack() {
         Rig rig;
         rig.connectLink();
-        const QString app = QStringLiteral("Talvenne-macOS");
+        const QString app = u"Talvenne-macOS"_s;
 
-        rig.command(MeshProtocol::setAdvertName(QStringLiteral("Mökki")));
-        rig.command(MeshProtocol::setTxPower(14));
-        rig.command(MeshProtocol::setTxPower(30)); // refused, power stays
-        const auto self =
-            std::get<Events::SelfInfo>(rig.only(MeshProtocol::appStart(app))).selfInfo;
-        QCOMPARE(self.name, QStringLiteral("Mökki"));
+        rig.command(setAdvertName(u"Mökki"_s));
+        rig.command(setTxPower(14));
+        rig.command(setTxPower(30)); // refused, power stays
+        const auto self = std::get<Events::SelfInfo>(rig.only(appStart(app))).selfInfo;
+        QCOMPARE(self.name, u"Mökki"_s);
         QCOMPARE(self.txPower, 14);
         QCOMPARE(self.maxTxPower, 22);
 
-        rig.command(MeshProtocol::setChannel(3, QStringLiteral("#lora"), QByteArray(16, '\xab')));
-        const auto channel =
-            std::get<Events::ChannelInfo>(rig.only(MeshProtocol::getChannel(3))).channelInfo;
-        QCOMPARE(channel.name, QStringLiteral("#lora"));
-        QCOMPARE(channel.secretHex, QStringLiteral("ab").repeated(16));
+        rig.command(setChannel(3, u"#lora"_s, QByteArray(16, '\xab')));
+        const auto channel = std::get<Events::ChannelInfo>(rig.only(getChannel(3))).channelInfo;
+        QCOMPARE(channel.name, u"#lora"_s);
+        QCOMPARE(channel.secretHex, u"ab"_s.repeated(16));
         QCOMPARE(rig.radio.channels().at(3), channel);
 
         // Clearing writes the free form back.
-        rig.command(MeshProtocol::setChannel(3, QString(), QByteArray(16, '\0')));
+        rig.command(setChannel(3, QString(), QByteArray(16, '\0')));
         QCOMPARE(rig.radio.channels().at(3),
                  (Channel{3, QString(), QString(32, QLatin1Char('0'))}));
 
         // The clock follows set-device-time.
-        rig.command(MeshProtocol::setDeviceTime(1'800'000'000));
+        rig.command(setDeviceTime(1'800'000'000));
         QCOMPARE(rig.radio.deviceTime().toSecsSinceEpoch(), 1'800'000'000);
         rig.clock.advance(10s);
         QCOMPARE(rig.radio.deviceTime().toSecsSinceEpoch(), 1'800'000'010);
@@ -254,53 +251,48 @@ private Q_SLOTS:
     void contactTableCommands() {
         Rig rig;
         rig.connectLink();
-        rig.command(MeshProtocol::setDeviceTime(1'750'000'000));
+        rig.command(setDeviceTime(1'750'000'000));
 
-        const QByteArray add = MeshProtocol::addOrUpdateContact(
-            keyBytes(aliceKey), AdvertType::room, QStringLiteral("Alice"), 1'740'000'000);
+        const QByteArray add =
+            addOrUpdateContact(keyBytes(aliceKey), AdvertType::room, u"Alice"_s, 1'740'000'000);
         QVERIFY(rig.only(add) == MeshEvent(Events::Ok{}));
-        QCOMPARE(rig.radio.contacts().size(), 1);
-        const Contact alice = rig.radio.contacts().first();
-        QCOMPARE(alice.publicKey, aliceKey);
-        QCOMPARE(alice.type, AdvertType::room);
-        QCOMPARE(alice.name, QStringLiteral("Alice"));
-        QCOMPARE(alice.outPathLength, -1);
-        QCOMPARE(alice.lastAdvert.toSecsSinceEpoch(), 1'740'000'000);
-        QCOMPARE(alice.lastModified.toSecsSinceEpoch(), 1'750'000'000); // the radio's own clock
+        // The radio's own clock stamps the change.
+        const Contact alice{aliceKey,   AdvertType::room,  0, -1, QByteArray(64, '\0'),
+                            u"Alice"_s, at(1'740'000'000), 0, 0,  at(1'750'000'000)};
+        QCOMPARE(rig.radio.contacts(), QList<Contact>{alice});
 
         // Same key again updates in place; a full table refuses new keys only.
         rig.radio.setContactLimit(1);
-        const QByteArray rename = MeshProtocol::addOrUpdateContact(
-            keyBytes(aliceKey), AdvertType::chat, QStringLiteral("Alice B"), 1'740'000'001);
+        const QByteArray rename =
+            addOrUpdateContact(keyBytes(aliceKey), AdvertType::chat, u"Alice B"_s, 1'740'000'001);
         QVERIFY(rig.only(rename) == MeshEvent(Events::Ok{}));
         QCOMPARE(rig.radio.contacts().size(), 1);
-        QCOMPARE(rig.radio.contacts().first().name, QStringLiteral("Alice B"));
-        const QByteArray addBob = MeshProtocol::addOrUpdateContact(
-            keyBytes(bobKey), AdvertType::chat, QStringLiteral("Bob"), 1'740'000'000);
+        QCOMPARE(rig.radio.contacts().first().name, u"Alice B"_s);
+        const QByteArray addBob =
+            addOrUpdateContact(keyBytes(bobKey), AdvertType::chat, u"Bob"_s, 1'740'000'000);
         QVERIFY(rig.only(addBob) == MeshEvent(Events::Error{DeviceError::tableFull}));
         QCOMPARE(rig.radio.contacts().size(), 1);
 
         // Reset path forgets the route.
-        rig.radio.addContact(contact(bobKey, QStringLiteral("Bob"), 3, 1'700'000'000));
-        QVERIFY(rig.only(MeshProtocol::resetPath(keyBytes(bobKey))) == MeshEvent(Events::Ok{}));
+        rig.radio.addContact(contact(bobKey, u"Bob"_s, 3, 1'700'000'000));
+        QVERIFY(rig.only(resetPath(keyBytes(bobKey))) == MeshEvent(Events::Ok{}));
         QCOMPARE(rig.radio.contacts().at(1).outPathLength, -1);
         QCOMPARE(rig.radio.contacts().at(1).outPath, QByteArray(64, '\0'));
 
-        QVERIFY(rig.only(MeshProtocol::shareContact(keyBytes(bobKey))) == MeshEvent(Events::Ok{}));
-        QVERIFY(rig.only(MeshProtocol::removeContact(keyBytes(aliceKey))) ==
-                MeshEvent(Events::Ok{}));
+        QVERIFY(rig.only(shareContact(keyBytes(bobKey))) == MeshEvent(Events::Ok{}));
+        QVERIFY(rig.only(removeContact(keyBytes(aliceKey))) == MeshEvent(Events::Ok{}));
         QCOMPARE(rig.radio.contacts().size(), 1);
         QCOMPARE(rig.radio.contacts().first().publicKey, bobKey);
     }
 
     void contactListStreamsInOrder() {
         Rig rig;
-        rig.radio.addContact(contact(aliceKey, QStringLiteral("Alice"), 1, 1'700'000'010));
-        rig.radio.addContact(contact(bobKey, QStringLiteral("Bob 🦊"), -1, 1'700'000'030));
-        rig.radio.addContact(contact(carolKey, QStringLiteral("Carol"), 0, 1'700'000'020));
+        rig.radio.addContact(contact(aliceKey, u"Alice"_s, 1, 1'700'000'010));
+        rig.radio.addContact(contact(bobKey, u"Bob 🦊"_s, -1, 1'700'000'030));
+        rig.radio.addContact(contact(carolKey, u"Carol"_s, 0, 1'700'000'020));
         rig.connectLink();
 
-        const QList<MeshEvent> events = rig.command(MeshProtocol::getContacts());
+        const QList<MeshEvent> events = rig.command(getContacts());
         QCOMPARE(events.size(), 5);
         QVERIFY(events.at(0) == MeshEvent(Events::ContactsStart{3}));
         const QList<Contact> table = rig.radio.contacts();
@@ -308,7 +300,7 @@ private Q_SLOTS:
             QCOMPARE(eventName(events.at(i + 1)), "contact");
             QCOMPARE(std::get<Events::Contact>(events.at(i + 1)).contact, table.at(i));
         }
-        QCOMPARE(table.at(1).name, QStringLiteral("Bob 🦊"));
+        QCOMPARE(table.at(1).name, u"Bob 🦊"_s);
         QVERIFY(events.at(4) == MeshEvent(Events::EndOfContacts{1'700'000'090}));
     }
 
@@ -320,8 +312,8 @@ private Q_SLOTS:
         Rig rig;
         rig.connectLink();
         for (const std::uint8_t index : {0, 8, 1})
-            rig.radio.write(MeshProtocol::getChannel(index));
-        rig.radio.write(MeshProtocol::deviceQuery(3));
+            rig.radio.write(getChannel(index));
+        rig.radio.write(deviceQuery(3));
         QVERIFY(rig.received.isEmpty());
         rig.clock.advance(100ms);
         QStringList names;
@@ -331,27 +323,25 @@ private Q_SLOTS:
         QCOMPARE(rig.radio.overlappingCommands(), 3);
 
         for (int i = 0; i < SimulatedRadio::writtenFramesKept + 10; ++i)
-            rig.command(MeshProtocol::getChannel(std::uint8_t(i % 8)), 40ms);
+            rig.command(getChannel(std::uint8_t(i % 8)), 40ms);
         QCOMPARE(rig.radio.writtenFrames().size(), SimulatedRadio::writtenFramesKept);
-        QCOMPARE(
-            rig.radio.writtenFrames().constLast(),
-            MeshProtocol::getChannel(std::uint8_t((SimulatedRadio::writtenFramesKept + 9) % 8)));
-        rig.radio.write(MeshProtocol::getChannel(0));
+        QCOMPARE(rig.radio.writtenFrames().constLast(),
+                 getChannel(std::uint8_t((SimulatedRadio::writtenFramesKept + 9) % 8)));
+        rig.radio.write(getChannel(0));
         rig.radio.dropLink();
         rig.connectLink();
-        rig.command(MeshProtocol::getChannel(2));
+        rig.command(getChannel(2));
         QCOMPARE(rig.radio.overlappingCommands(), 3);
     }
 
     void directMessageIsSentThenConfirmed() {
         Rig rig;
-        rig.radio.addContact(contact(aliceKey, QStringLiteral("Alice"), 2, 1'700'000'000));
-        rig.radio.addContact(contact(bobKey, QStringLiteral("Bob"), -1, 1'700'000'000));
+        rig.radio.addContact(contact(aliceKey, u"Alice"_s, 2, 1'700'000'000));
+        rig.radio.addContact(contact(bobKey, u"Bob"_s, -1, 1'700'000'000));
         rig.connectLink();
         rig.radio.setAckDelay(400ms);
 
-        const QList<MeshEvent> answer =
-            rig.command(directText(aliceKey, QStringLiteral("hei")), 50ms);
+        const QList<MeshEvent> answer = rig.command(directText(aliceKey, u"hei"_s), 50ms);
         QCOMPARE(answer.size(), 1);
         const auto sent = std::get<Events::MessageSent>(answer.first());
         QVERIFY(sent.expectedAck != 0);
@@ -365,8 +355,8 @@ private Q_SLOTS:
         QVERIFY(rig.received.first() == MeshEvent(Events::SendConfirmed{sent.expectedAck, 400}));
 
         // Without a path the message is flooded, and every message gets a fresh code.
-        const auto flood = std::get<Events::MessageSent>(
-            rig.command(directText(bobKey, QStringLiteral("moi")), 50ms).first());
+        const auto flood =
+            std::get<Events::MessageSent>(rig.command(directText(bobKey, u"moi"_s), 50ms).first());
         QCOMPARE(flood.result, 1);
         QCOMPARE(flood.estimatedTimeoutMillis, 16000u);
         QVERIFY(flood.expectedAck != sent.expectedAck);
@@ -381,29 +371,28 @@ private Q_SLOTS:
 
     void queuedMessagesAreAnnouncedAndDrained() {
         Rig rig;
-        rig.radio.addContact(contact(aliceKey, QStringLiteral("Alice"), 2, 1'700'000'000));
+        rig.radio.addContact(contact(aliceKey, u"Alice"_s, 2, 1'700'000'000));
         const QDateTime t1 = QDateTime::fromSecsSinceEpoch(1'699'999'000, Qt::UTC);
         // Queued while offline: no announcement, the handshake drains it.
-        rig.radio.queueIncomingDirect(aliceKey, QStringLiteral("first"), t1);
+        rig.radio.queueIncomingDirect(aliceKey, u"first"_s, t1);
         rig.connectLink();
         QVERIFY(rig.received.isEmpty());
 
-        rig.radio.queueIncomingChannel(0, QStringLiteral("Mikko: second"), t1.addSecs(5), 1.5);
-        rig.radio.queueIncomingDirect(carolKey.left(12), QStringLiteral("third"), t1.addSecs(9));
+        rig.radio.queueIncomingChannel(0, u"Mikko: second"_s, t1.addSecs(5), 1.5);
+        rig.radio.queueIncomingDirect(carolKey.left(12), u"third"_s, t1.addSecs(9));
         rig.clock.advance(100ms);
         QCOMPARE(rig.received.size(), 2);
         QVERIFY(rig.received.at(0) == MeshEvent(Events::MessagesWaiting{}));
         QCOMPARE(rig.radio.queuedMessageCount(), 3);
 
         const QList<MeshEvent> expected = {
-            Events::ContactMessage{aliceKey.left(12), 2, 0, t1, QStringLiteral("first"), 6.5},
-            Events::ChannelMessage{0, 2, 0, t1.addSecs(5), QStringLiteral("Mikko: second"), 1.5},
-            Events::ContactMessage{carolKey.left(12), 1, 0, t1.addSecs(9), QStringLiteral("third"),
-                                   6.5},
+            Events::ContactMessage{aliceKey.left(12), 2, 0, t1, u"first"_s, 6.5},
+            Events::ChannelMessage{0, 2, 0, t1.addSecs(5), u"Mikko: second"_s, 1.5},
+            Events::ContactMessage{carolKey.left(12), 1, 0, t1.addSecs(9), u"third"_s, 6.5},
             Events::NoMoreMessages{},
         };
         for (const MeshEvent& event : expected) {
-            const MeshEvent answer = rig.only(MeshProtocol::syncNextMessage());
+            const MeshEvent answer = rig.only(syncNextMessage());
             QCOMPARE(eventName(answer), eventName(event));
             QVERIFY(answer == event);
         }
@@ -413,17 +402,17 @@ private Q_SLOTS:
         Rig rig;
         rig.connectLink();
         rig.radio.dropNextAnswers(2);
-        QVERIFY(rig.command(MeshProtocol::setTxPower(10), 10s).isEmpty());
-        QVERIFY(rig.command(MeshProtocol::deviceQuery(3), 10s).isEmpty());
+        QVERIFY(rig.command(setTxPower(10), 10s).isEmpty());
+        QVERIFY(rig.command(deviceQuery(3), 10s).isEmpty());
         QCOMPARE(rig.radio.selfInfo().txPower, 10); // lost answers, but the radio acted
-        QCOMPARE(eventName(rig.only(MeshProtocol::deviceQuery(3))), "deviceInfo");
+        QCOMPARE(eventName(rig.only(deviceQuery(3))), "deviceInfo");
 
         rig.radio.setDropAnswers(1.0);
-        QVERIFY(rig.command(MeshProtocol::getChannel(0)).isEmpty());
+        QVERIFY(rig.command(getChannel(0)).isEmpty());
         rig.radio.setDropAnswers(0.5);
         int answered = 0;
         for (int i = 0; i < 200; ++i)
-            answered += int(rig.command(MeshProtocol::getChannel(0), 40ms).size());
+            answered += int(rig.command(getChannel(0), 40ms).size());
         QVERIFY2(answered > 70 && answered < 130, qPrintable(QString::number(answered)));
     }
 
@@ -434,30 +423,30 @@ private Q_SLOTS:
 
         // A planned failure waits for its command and hits only once.
         rig.radio.failNextCommand(RadioCommand::setTxPower, DeviceError::badState);
-        QCOMPARE(eventName(rig.only(MeshProtocol::deviceQuery(3))), "deviceInfo");
-        QVERIFY(rig.only(MeshProtocol::setTxPower(5)) == error(DeviceError::badState));
+        QCOMPARE(eventName(rig.only(deviceQuery(3))), "deviceInfo");
+        QVERIFY(rig.only(setTxPower(5)) == error(DeviceError::badState));
         QCOMPARE(rig.radio.selfInfo().txPower, 20); // the failed command had no effect
-        QVERIFY(rig.only(MeshProtocol::setTxPower(5)) == MeshEvent(Events::Ok{}));
+        QVERIFY(rig.only(setTxPower(5)) == MeshEvent(Events::Ok{}));
 
         rig.radio.failNextAnyCommand(std::nullopt);
-        QVERIFY(rig.only(MeshProtocol::getChannel(1)) == error(std::nullopt));
+        QVERIFY(rig.only(getChannel(1)) == error(std::nullopt));
         QCOMPARE(rig.radio.writtenFrames().constLast(), TestSupport::hex("1f 01"));
 
         rig.radio.setErrorReplyFor(RadioCommand::getChannel, DeviceError::fileIOError);
-        QVERIFY(rig.only(MeshProtocol::getChannel(0)) == error(DeviceError::fileIOError));
-        QVERIFY(rig.only(MeshProtocol::getChannel(0)) == error(DeviceError::fileIOError));
+        QVERIFY(rig.only(getChannel(0)) == error(DeviceError::fileIOError));
+        QVERIFY(rig.only(getChannel(0)) == error(DeviceError::fileIOError));
         rig.radio.clearErrorReplyFor(RadioCommand::getChannel);
-        QCOMPARE(eventName(rig.only(MeshProtocol::getChannel(0))), "channelInfo");
+        QCOMPARE(eventName(rig.only(getChannel(0))), "channelInfo");
     }
 
     // A drop loses the answers on their way; planned drops come on a given
     // command or after a number of them, never from inside write().
     void linkDrops() {
         Rig rig;
-        rig.radio.addContact(contact(aliceKey, QStringLiteral("Alice"), 0, 1'700'000'000));
+        rig.radio.addContact(contact(aliceKey, u"Alice"_s, 0, 1'700'000'000));
         rig.connectLink();
         rig.takeStates();
-        rig.radio.write(directText(aliceKey, QStringLiteral("hello")));
+        rig.radio.write(directText(aliceKey, u"hello"_s));
         rig.radio.dropLink();
         QCOMPARE(rig.takeStates(), QList<T>{T::disconnected});
         rig.clock.advance(10s);
@@ -468,9 +457,9 @@ private Q_SLOTS:
         // Reconnecting starts clean.
         rig.connectLink();
         rig.radio.dropLinkOnCommand(RadioCommand::getContacts);
-        QCOMPARE(eventName(rig.only(MeshProtocol::deviceQuery(3))), "deviceInfo");
+        QCOMPARE(eventName(rig.only(deviceQuery(3))), "deviceInfo");
         rig.takeStates();
-        rig.radio.write(MeshProtocol::getContacts());
+        rig.radio.write(getContacts());
         QVERIFY(rig.takeStates().isEmpty());
         rig.clock.advance(5s);
         QVERIFY(rig.received.isEmpty());
@@ -478,25 +467,25 @@ private Q_SLOTS:
 
         rig.connectLink();
         rig.radio.dropLinkAfterCommands(3);
-        QCOMPARE(rig.command(MeshProtocol::deviceQuery(3)).size(), 1);
-        QCOMPARE(rig.command(MeshProtocol::getBatteryAndStorage()).size(), 1);
-        QVERIFY(rig.command(MeshProtocol::getChannel(0)).isEmpty());
+        QCOMPARE(rig.command(deviceQuery(3)).size(), 1);
+        QCOMPARE(rig.command(getBatteryAndStorage()).size(), 1);
+        QVERIFY(rig.command(getChannel(0)).isEmpty());
         QCOMPARE(rig.radio.state(), T::disconnected);
         QCOMPARE(rig.radio.writtenFrames().size(), 6);
     }
 
     void rebootDropsTheLinkAndForgetsVolatileState() {
         Rig rig;
-        rig.radio.addContact(contact(aliceKey, QStringLiteral("Alice"), 0, 1'700'000'000));
+        rig.radio.addContact(contact(aliceKey, u"Alice"_s, 0, 1'700'000'000));
         rig.connectLink();
-        rig.command(MeshProtocol::setDeviceTime(1'800'000'000));
-        rig.command(MeshProtocol::setChannel(4, QStringLiteral("Team"), QByteArray(16, '\x01')));
-        rig.radio.queueIncomingDirect(aliceKey, QStringLiteral("unread"), rig.clock.now());
+        rig.command(setDeviceTime(1'800'000'000));
+        rig.command(setChannel(4, u"Team"_s, QByteArray(16, '\x01')));
+        rig.radio.queueIncomingDirect(aliceKey, u"unread"_s, rig.clock.now());
         rig.clock.advance(100ms);
         rig.received.clear();
         rig.takeStates();
 
-        rig.radio.write(MeshProtocol::reboot());
+        rig.radio.write(reboot());
         QVERIFY(rig.takeStates().isEmpty());
         rig.clock.advance(30ms);
         QCOMPARE(rig.takeStates(), QList<T>{T::disconnected});
@@ -505,10 +494,10 @@ private Q_SLOTS:
         QCOMPARE(rig.radio.queuedMessageCount(), 0);
         QCOMPARE(rig.radio.deviceTime(), rig.clock.now());
         QCOMPARE(rig.radio.contacts().size(), 1);
-        QCOMPARE(rig.radio.channels().at(4).name, QStringLiteral("Team"));
+        QCOMPARE(rig.radio.channels().at(4).name, u"Team"_s);
 
         rig.connectLink();
-        const auto stats = std::get<Events::Stats>(rig.only(MeshProtocol::getStatistics(0))).stats;
+        const auto stats = std::get<Events::Stats>(rig.only(getStatistics(0))).stats;
         QCOMPARE(stats.uptimeSeconds.value_or(0), 1u); // counted from the reboot
     }
 
@@ -520,8 +509,8 @@ private Q_SLOTS:
         bool emoji = false, accented = false, noPosition = false, noPath = false;
         for (const Contact& c : contacts) {
             kinds.insert(int(c.type));
-            emoji = emoji || c.name.contains(QStringLiteral("🦊"));
-            accented = accented || c.name.contains(QStringLiteral("é"));
+            emoji = emoji || c.name.contains(u"🦊"_s);
+            accented = accented || c.name.contains(u"é"_s);
             noPosition = noPosition || (c.latitude == 0 && c.longitude == 0);
             noPath = noPath || c.outPathLength == -1;
             QVERIFY(c.lastAdvert < rig.clock.now());
@@ -543,8 +532,7 @@ private Q_SLOTS:
         const QString ainoKey = aino->publicKey;
         rig.connectLink();
 
-        QCOMPARE(eventName(rig.only(directText(ainoKey, QStringLiteral("Moi Aino!")))),
-                 "messageSent");
+        QCOMPARE(eventName(rig.only(directText(ainoKey, u"Moi Aino!"_s))), "messageSent");
         rig.clock.advance(1500ms);
         QCOMPARE(eventName(rig.received.value(0)), "sendConfirmed");
         rig.received.clear();
@@ -552,8 +540,7 @@ private Q_SLOTS:
         QCOMPARE(rig.received.size(), 1);
         QVERIFY(rig.received.first() == MeshEvent(Events::MessagesWaiting{}));
 
-        const auto reply =
-            std::get<Events::ContactMessage>(rig.only(MeshProtocol::syncNextMessage()));
+        const auto reply = std::get<Events::ContactMessage>(rig.only(syncNextMessage()));
         QCOMPARE(reply.prefix, ainoKey.left(12));
         QVERIFY(!reply.text.isEmpty());
         QVERIFY(reply.snr.has_value());
@@ -562,7 +549,7 @@ private Q_SLOTS:
         const auto other = std::find_if(neighbours.cbegin(), neighbours.cend(),
                                         [](const Contact& c) { return c.name == "Harbour Room"; });
         QVERIFY(other != neighbours.cend());
-        rig.command(directText(other->publicKey, QStringLiteral("hello room")), 20s);
+        rig.command(directText(other->publicKey, u"hello room"_s), 20s);
         QCOMPARE(rig.radio.queuedMessageCount(), 0);
     }
 
@@ -582,13 +569,12 @@ private Q_SLOTS:
         QVERIFY2(queued >= 16 && queued <= 31, qPrintable(QString::number(queued)));
         bool mention = false, link = false;
         for (int i = 0; i < queued; ++i) {
-            const auto message =
-                std::get<Events::ChannelMessage>(rig.only(MeshProtocol::syncNextMessage()));
+            const auto message = std::get<Events::ChannelMessage>(rig.only(syncNextMessage()));
             QCOMPARE(message.channelIndex, 0);
-            const qsizetype colon = message.text.indexOf(QStringLiteral(": "));
+            const qsizetype colon = message.text.indexOf(u": "_s);
             QVERIFY(colon > 0 && colon <= 40);
-            mention = mention || message.text.contains(QStringLiteral("@["));
-            link = link || message.text.contains(QStringLiteral("https://"));
+            mention = mention || message.text.contains(u"@["_s);
+            link = link || message.text.contains(u"https://"_s);
         }
         QVERIFY(mention && link);
 
