@@ -7,16 +7,24 @@
 
 using namespace std::chrono_literals;
 using T = TransportState;
+using PowerState = BleAdapter::PowerState;
 
 // The link end to end over the stand-in BlueZ: scanning, connecting, the
 // handshake over notifications, a message and its delivery, the link lost
-// and made again, and connection attempts that fail or are never answered.
+// and made again, connection attempts that fail or are never answered, and
+// Bluetooth going away and coming back: switched off and on, from the app
+// where the system allows it, and the service, the adapter or the permission
+// missing.
 class TestE2eLink : public QObject {
     Q_OBJECT
 
     PrivateBus m_bus;
     std::unique_ptr<StandInBluez> m_bluez;
 
+    bool startBluez(const QStringList& options = {}) {
+        m_bluez = std::make_unique<StandInBluez>();
+        return m_bluez->start(options);
+    }
     int connectAttempts() { return m_bluez->call("ConnectAttempts", StandInBluez::radioA).toInt(); }
     bool isDiscovering() { return m_bluez->call("IsDiscovering").toBool(); }
 
@@ -25,16 +33,13 @@ private Q_SLOTS:
         TestSupport::isolateFromUserFiles();
         QVERIFY2(startAsSystemBus(m_bus), "could not start a private dbus-daemon");
     }
-    void init() {
-        m_bluez = std::make_unique<StandInBluez>();
-        QVERIFY(m_bluez->start());
-    }
     void cleanup() { m_bluez.reset(); }
 
     // Each advertisement is listed once, with its newest signal. A radio
     // BlueZ still knows from before is not listed until it is heard; one it
     // forgot is new again.
     void scanning() {
+        QVERIFY(startBluez());
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
         QSignalSpy reports(rig.link.get(), &MeshLink::transportDiscovered);
@@ -70,6 +75,7 @@ private Q_SLOTS:
     // Connect, the handshake over notifications, then a direct message that
     // goes out and is delivered; the history file holds it.
     void handshakeAndDeliveredMessage() {
+        QVERIFY(startBluez());
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
         QVERIFY(rig.connectRadioA());
@@ -106,6 +112,7 @@ private Q_SLOTS:
     void linkLossResetsTheController() {
         QFETCH(bool, powerOff);
         QFETCH(QList<T>, states);
+        QVERIFY(startBluez());
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
         QVERIFY(rig.connectRadioA());
@@ -141,6 +148,7 @@ private Q_SLOTS:
     // BlueZ answers every Connect with an error: three more attempts 0.4 s
     // apart, then a text that says what happened.
     void failingConnectIsRetriedThenExplained() {
+        QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("fail"));
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
@@ -160,6 +168,7 @@ private Q_SLOTS:
     // BlueZ never answers Connect: the link gives up on its own clock, tells
     // BlueZ to cancel, and the next attempt is not refused as in progress.
     void unansweredConnectIsCancelledAndRetried() {
+        QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("hang"));
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
@@ -180,6 +189,100 @@ private Q_SLOTS:
         QCOMPARE(connectAttempts(), 2);
         QTRY_VERIFY(!rig.controller->isSyncing());
         QVERIFY(rig.controller->selfInfo().has_value());
+    }
+
+    // Switched off while scanning: the state follows, and the scan resumes
+    // by itself when Bluetooth is back.
+    void offWhileScanningResumesWhenBack() {
+        QVERIFY(startBluez());
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.findRadioA());
+
+        m_bluez->call("SetPowered", false);
+        QTRY_COMPARE(rig.state(), T::poweredOff);
+        QCOMPARE(rig.link->state(), T::poweredOff);
+
+        m_bluez->call("SetPowered", true);
+        QTRY_COMPARE(rig.state(), T::scanning);
+        QTRY_VERIFY(m_bluez->call("IsDiscovering").toBool());
+        m_bluez->call("SetRssi", StandInBluez::radioA, -66);
+        QTRY_COMPARE(rig.radioA().value_or(DiscoveredDevice()).rssi, -66);
+    }
+
+    // The adapter switched on from the app, where the system allows it.
+    void powerOnFromTheApp_data() {
+        QTest::addColumn<bool>("allowed");
+        QTest::newRow("allowed") << true;
+        QTest::newRow("refused") << false;
+    }
+    void powerOnFromTheApp() {
+        QFETCH(bool, allowed);
+        QVERIFY(startBluez());
+        m_bluez->call("SetPowered", false);
+        m_bluez->call("SetPowerOnAllowed", allowed);
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::poweredOff);
+        QVERIFY(rig.adapter->canPowerOn());
+        rig.adapter->powerOn();
+        if (allowed) {
+            QTRY_COMPARE(rig.state(), T::ready);
+        } else {
+            QTRY_VERIFY(!rig.adapter->canPowerOn());
+            QCOMPARE(rig.state(), T::poweredOff);
+        }
+    }
+
+    // QtBluetooth says nothing when an adapter that is off goes away; the
+    // screen must still tell that it is gone, and see it come back.
+    void anAdapterRemovedWhileOffIsNoticed() {
+        QVERIFY(startBluez());
+        m_bluez->call("SetPowered", false);
+        LinkRig rig;
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOff);
+        m_bluez->call("RemoveAdapter");
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::noAdapter);
+        m_bluez->call("AddAdapter");
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOn);
+        QTRY_COMPARE(rig.state(), T::ready);
+    }
+
+    // Why Bluetooth cannot be used, told apart, and the way back from each.
+    void whyBluetoothIsUnusable_data() {
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<bool>("denied");
+        QTest::addColumn<PowerState>("power");
+        QTest::addColumn<T>("state");
+        QTest::addColumn<QString>("remedy");
+        QTest::newRow("no service")
+            << QStringList{QStringLiteral("--no-service")} << false << PowerState::noService
+            << T::disconnected << QStringLiteral("ClaimService");
+        QTest::newRow("no adapter")
+            << QStringList{QStringLiteral("--no-adapter")} << false << PowerState::noAdapter
+            << T::disconnected << QStringLiteral("AddAdapter");
+        QTest::newRow("not permitted")
+            << QStringList() << true << PowerState::unauthorized << T::unauthorized << QString();
+    }
+    void whyBluetoothIsUnusable() {
+        QFETCH(QStringList, options);
+        QFETCH(bool, denied);
+        QFETCH(PowerState, power);
+        QFETCH(T, state);
+        QFETCH(QString, remedy);
+        QVERIFY(startBluez(options));
+        m_bluez->call("SetDenied", denied);
+        LinkRig rig;
+        QTRY_COMPARE(rig.adapter->powerState(), power);
+        QCOMPARE(rig.state(), state);
+        QVERIFY(!rig.adapter->canPowerOn());
+        rig.controller->startScan();
+        QCOMPARE(rig.state(), state);
+        if (remedy.isEmpty())
+            return;
+        m_bluez->call(remedy.toLatin1().constData());
+        QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOn);
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.findRadioA());
     }
 };
 
