@@ -2,6 +2,7 @@
 
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "private_bus.h"
 #include "recording_notifier.h"
 #include "test_support.h"
 #include "time/clock.h"
@@ -10,80 +11,20 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QFile>
-#include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
-#include <signal.h>
-#include <sys/prctl.h>
 
-// Child processes of a test end with it, also when it is killed (a ctest
-// timeout), instead of lingering with their sockets.
-inline void endWithParent(QProcess& process) {
-    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
+// A private bus that QtBluetooth in this process finds as the system bus.
+// Must be started before anything touches the system bus.
+inline bool startAsSystemBus(PrivateBus& bus) {
+    const QString address = bus.start(QStringLiteral("system"));
+    // The stand-in answers --version as well; this spares Qt the probe.
+    qputenv("BLUETOOTH_FORCE_DBUS_LE_VERSION", "5.66");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
+    return !address.isEmpty();
 }
-
-// A D-Bus daemon of this test program's own, with a configuration that lets
-// anyone own any name; QtBluetooth in this process finds it as the system
-// bus. Must be started before anything touches the system bus.
-class PrivateBus {
-public:
-    bool start() {
-        if (!m_dir.isValid())
-            return false;
-        const QString config = m_dir.filePath(QStringLiteral("bus.conf"));
-        QFile file(config);
-        if (!file.open(QIODevice::WriteOnly))
-            return false;
-        file.write(QStringLiteral(
-                       "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-BUS Bus Configuration "
-                       "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/"
-                       "busconfig.dtd\">\n"
-                       "<busconfig>\n"
-                       "  <type>system</type>\n"
-                       "  <listen>unix:dir=%1</listen>\n"
-                       "  <auth>EXTERNAL</auth>\n"
-                       "  <policy context=\"default\">\n"
-                       "    <allow user=\"*\"/>\n"
-                       "    <allow own=\"*\"/>\n"
-                       "    <allow send_destination=\"*\" eavesdrop=\"true\"/>\n"
-                       "    <allow eavesdrop=\"true\"/>\n"
-                       "  </policy>\n"
-                       "</busconfig>\n")
-                       .arg(m_dir.path())
-                       .toUtf8());
-        file.close();
-        endWithParent(m_daemon);
-        m_daemon.start(QStringLiteral(DBUS_DAEMON_PATH),
-                       {QStringLiteral("--config-file=") + config, QStringLiteral("--nofork"),
-                        QStringLiteral("--nopidfile"), QStringLiteral("--print-address=1")});
-        if (!m_daemon.waitForStarted(5000))
-            return false;
-        while (!m_daemon.canReadLine()) {
-            if (!m_daemon.waitForReadyRead(5000))
-                return false;
-        }
-        address = QString::fromUtf8(m_daemon.readLine().trimmed());
-        // The stand-in answers --version as well; this spares Qt the probe.
-        qputenv("BLUETOOTH_FORCE_DBUS_LE_VERSION", "5.66");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", address.toUtf8());
-        return !address.isEmpty();
-    }
-    ~PrivateBus() {
-        m_daemon.terminate();
-        if (!m_daemon.waitForFinished(3000))
-            m_daemon.kill();
-        m_daemon.waitForFinished(1000);
-    }
-
-    QString address;
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_daemon;
-};
 
 // The stand-in BlueZ as a program of its own (QtBluetooth makes blocking
 // D-Bus calls, which a stand-in on the same thread could not answer), and
@@ -95,6 +36,7 @@ public:
 
     ~StandInBluez() { stop(); }
 
+    // Starts the stand-in with radio A in range.
     bool start(const QStringList& options = {}) {
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         endWithParent(m_process);
@@ -105,7 +47,10 @@ public:
             if (!m_process.waitForReadyRead(10000))
                 return false;
         }
-        return m_process.readLine().trimmed() == "ready";
+        if (m_process.readLine().trimmed() != "ready")
+            return false;
+        call("AddRadio", radioA, radioAName, -58);
+        return true;
     }
     void stop() {
         if (m_process.state() == QProcess::NotRunning)
@@ -161,11 +106,30 @@ struct LinkRig {
 
     TransportState state() const { return controller->transportState(); }
 
-    std::optional<DiscoveredDevice> device(const QString& name) const {
+    std::optional<DiscoveredDevice> radioA() const {
         for (const DiscoveredDevice& found : controller->discoveredDevices()) {
-            if (found.name == name)
+            if (found.name == StandInBluez::radioAName)
                 return found;
         }
         return std::nullopt;
+    }
+
+    // Scans until radio A is listed.
+    bool findRadioA() {
+        controller->startScan();
+        return QTest::qWaitFor([this] { return radioA().has_value(); }, 5000);
+    }
+
+    // Scans, connects to radio A and waits for the handshake to end.
+    bool connectRadioA() {
+        if (!findRadioA())
+            return false;
+        controller->connectToDevice(*radioA());
+        return QTest::qWaitFor(
+                   [this] {
+                       return state() == TransportState::connected && !controller->isSyncing();
+                   },
+                   10000) &&
+               controller->selfInfo().has_value();
     }
 };

@@ -1,36 +1,13 @@
 // Two launches of Talvenne on one session bus: the second hands over to the
 // first, which is asked to show its window; without a bus both run.
+#include "../e2e/private_bus.h"
 #include "test_support.h"
 
 #include <QProcess>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace {
-
-// A session bus of our own, so that the test meets no running Talvenne.
-class PrivateBus {
-public:
-    ~PrivateBus() {
-        m_daemon.kill();
-        m_daemon.waitForFinished(5000);
-    }
-    QString start() {
-        const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
-        if (daemon.isEmpty())
-            return {};
-        m_daemon.start(daemon, {QStringLiteral("--session"), QStringLiteral("--print-address"),
-                                QStringLiteral("--nofork")});
-        QByteArray output;
-        while (!output.contains('\n') && m_daemon.waitForReadyRead(5000))
-            output += m_daemon.readAllStandardOutput();
-        return QString::fromUtf8(output).trimmed();
-    }
-
-private:
-    QProcess m_daemon;
-};
 
 void startProbe(QProcess& probe, const QString& busAddress) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -54,10 +31,10 @@ private Q_SLOTS:
     void initTestCase() { TestSupport::isolateFromUserFiles(); }
 
     void secondLaunchHandsOverToTheFirst() {
+        // A bus of our own, so that the test meets no running Talvenne.
         PrivateBus bus;
         const QString address = bus.start();
-        if (address.isEmpty())
-            QSKIP("dbus-daemon is not installed");
+        QVERIFY2(!address.isEmpty(), "could not start a private dbus-daemon");
 
         QProcess first;
         startProbe(first, address);

@@ -1,3 +1,4 @@
+#include "../e2e/private_bus.h"
 #include "notifications/notification_manager.h"
 #include "translations.h"
 
@@ -5,10 +6,7 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusPendingCall>
-#include <QProcess>
 #include <QSignalSpy>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 #include <memory>
 
@@ -86,47 +84,6 @@ public Q_SLOTS:
     void update(const QDBusMessage& message) { updates.append(message); }
 };
 
-// A bus daemon of the test's own, with no service files, so nothing on this
-// machine can be started on demand and answer in place of the fake server.
-class PrivateBus {
-public:
-    ~PrivateBus() {
-        if (m_daemon.state() != QProcess::NotRunning) {
-            m_daemon.kill();
-            m_daemon.waitForFinished(5000);
-        }
-    }
-
-    QString start(const QString& executable) {
-        const QString config = m_dir.filePath(u"bus.conf"_s);
-        QFile file(config);
-        if (!file.open(QIODevice::WriteOnly)) {
-            return {};
-        }
-        file.write(
-            QStringLiteral(
-                "<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-BUS Bus Configuration "
-                "1.0//EN\" \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-                "<busconfig><type>session</type><listen>unix:dir=%1</listen>"
-                "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-                "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n")
-                .arg(m_dir.path())
-                .toUtf8());
-        file.close();
-        m_daemon.start(executable,
-                       {u"--config-file=%1"_s.arg(config), u"--print-address"_s, u"--nofork"_s});
-        QByteArray output;
-        while (!output.contains('\n') && m_daemon.waitForReadyRead(5000)) {
-            output += m_daemon.readAllStandardOutput();
-        }
-        return QString::fromUtf8(output).trimmed();
-    }
-
-private:
-    QTemporaryDir m_dir;
-    QProcess m_daemon;
-};
-
 } // namespace
 
 class TestNotificationManager : public QObject {
@@ -143,6 +100,25 @@ private:
         return serverBus().registerObject(servicePath, &m_server,
                                           QDBusConnection::ExportAllSlots) &&
                serverBus().registerService(serviceName);
+    }
+
+    // What the server was told, one "replaced id title: body" per notification.
+    QStringList shown() const {
+        QStringList out;
+        for (const auto& n : m_server.notifications)
+            out << u"%1 %2: %3"_s.arg(n.replacesId).arg(n.summary, n.body);
+        return out;
+    }
+
+    // A manager that asked the registered server and was authorized.
+    std::unique_ptr<NotificationManager> authorizedManager() {
+        if (!registerServer())
+            return nullptr;
+        auto manager = std::make_unique<NotificationManager>(appBus());
+        manager->requestAuthorization();
+        if (!QTest::qWaitFor([&] { return manager->authorized(); }, 5000))
+            return nullptr;
+        return manager;
     }
 
     // One call from the application's connection to the server, answered.
@@ -168,14 +144,12 @@ private Q_SLOTS:
     // The count line is a text of the string table.
     void initTestCase() { QVERIFY(installTranslations(*QCoreApplication::instance())); }
 
+    // A bus of the test's own, so that nothing on this machine answers in
+    // place of the fake server.
     void init() {
-        const QString daemon = QStandardPaths::findExecutable(u"dbus-daemon"_s);
-        if (daemon.isEmpty()) {
-            QSKIP("dbus-daemon is not installed");
-        }
         m_bus = std::make_unique<PrivateBus>();
-        const QString address = m_bus->start(daemon);
-        QVERIFY2(!address.isEmpty(), "dbus-daemon printed no address");
+        const QString address = m_bus->start();
+        QVERIFY2(!address.isEmpty(), "could not start a private dbus-daemon");
         QVERIFY(QDBusConnection::connectToBus(address, u"talvenne-app"_s).isConnected());
         QVERIFY(QDBusConnection::connectToBus(address, u"talvenne-server"_s).isConnected());
         m_server.reset({u"body"_s, u"sound"_s});
@@ -188,53 +162,25 @@ private Q_SLOTS:
         m_bus.reset();
     }
 
-    void withoutServerNothingIsAuthorizedOrPosted() {
+    void authorizationNeedsAServerAnswer() {
         NotificationManager manager(appBus());
         QSignalSpy answered(&manager, &NotificationManager::authorizationAnswered);
         QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
-
         manager.requestAuthorization();
         QTRY_COMPARE(answered.count(), 1);
         QCOMPARE(answered.first().first().toBool(), false);
         QCOMPARE(changed.count(), 0);
         QVERIFY(!manager.authorized());
 
-        // A server that turns up later is not told anything until it is asked.
+        // A server that turns up is asked; nothing is posted before it answered.
         QVERIFY(registerServer());
-        manager.postNotification(u"Ada"_s, u"hello"_s, u"contact:ab"_s);
-        QVERIFY(serverHasCaughtUp());
-        QCOMPARE(m_server.notifications.size(), 0);
-    }
-
-    void aServerAnswerAuthorizes() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
-
-        manager.requestAuthorization();
-        // Nothing is posted before the answer has come back.
-        QVERIFY(!manager.authorized());
         manager.postNotification(u"Ada"_s, u"too early"_s, u"contact:ab"_s);
-
         QTRY_VERIFY(manager.authorized());
         QCOMPARE(changed.count(), 1);
         QCOMPARE(manager.property("authorized").toBool(), true);
         QCOMPARE(m_server.informationRequests, 1);
         QVERIFY(serverHasCaughtUp());
         QCOMPARE(m_server.notifications.size(), 0);
-    }
-
-    void aServerThatLeftRevokesAuthorization() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
-
-        QVERIFY(serverBus().unregisterService(serviceName));
-        QSignalSpy changed(&manager, &NotificationManager::authorizedChanged);
-        manager.requestAuthorization();
-        QTRY_COMPARE(changed.count(), 1);
-        QVERIFY(!manager.authorized());
     }
 
     // Message texts are the mesh's: plain for every server, escaped for one
@@ -266,14 +212,12 @@ private Q_SLOTS:
         QFETCH(QString, shownBody);
 
         m_server.capabilities = capabilities;
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
         QCOMPARE(m_server.capabilityRequests, 1);
 
         const QString thread = u"contact:"_s + QString(64, u'a');
-        manager.postNotification(title, body, thread);
+        manager->postNotification(title, body, thread);
         QTRY_COMPARE(m_server.notifications.size(), 1);
 
         const auto& shown = m_server.notifications.first();
@@ -293,74 +237,59 @@ private Q_SLOTS:
     // Further messages replace the conversation's one notification with the
     // count and the latest text; other conversations have their own.
     void aConversationKeepsOneNotification() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
 
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
-        manager.postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"two"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 3);
         QVERIFY(serverHasCaughtUp());
         // Two more before the server has answered the first of them: the
         // second waits for the id and carries the count of both.
-        manager.postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
-        manager.postNotification(u"Ada B."_s, u"four <4>"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"three"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada B."_s, u"four <4>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 5);
         QVERIFY(serverHasCaughtUp());
         QCOMPARE(m_server.notifications.size(), 5);
 
-        const auto& n = m_server.notifications;
-        const uint adaId = 101;
-        QCOMPARE(n[0].replacesId, 0u);
-        QCOMPARE(n[0].body, u"one"_s);
-        QCOMPARE(n[1].replacesId, 0u);
-        QCOMPARE(n[1].body, u"other"_s);
-        QCOMPARE(n[2].replacesId, adaId);
-        QCOMPARE(n[2].body, u"2 new messages\ntwo"_s);
-        QCOMPARE(n[3].replacesId, adaId);
-        QCOMPARE(n[3].body, u"3 new messages\nthree"_s);
-        QCOMPARE(n[4].replacesId, adaId);
-        QCOMPARE(n[4].summary, u"Ada B."_s);
-        QCOMPARE(n[4].body, u"4 new messages\nfour <4>"_s);
+        QCOMPARE(shown(), (QStringList{u"0 Ada: one"_s, u"0 #hike: other"_s,
+                                       u"101 Ada: 2 new messages\ntwo"_s,
+                                       u"101 Ada: 3 new messages\nthree"_s,
+                                       u"101 Ada B.: 4 new messages\nfour <4>"_s}));
 
         // Dismissed on the desktop: the next message shows a new one, still
         // counting from the last read.
-        emitFromServer(u"NotificationClosed"_s, {adaId, 2u});
+        emitFromServer(u"NotificationClosed"_s, {101u, 2u});
         QVERIFY(serverHasCaughtUp());
-        manager.postNotification(u"Ada"_s, u"five"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"five"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 6);
-        QCOMPARE(n[5].replacesId, 0u);
-        QCOMPARE(n[5].body, u"5 new messages\nfive"_s);
+        QCOMPARE(shown().last(), u"0 Ada: 5 new messages\nfive"_s);
     }
 
     void readingWithdrawsTheNotification() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
 
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
         QVERIFY(serverHasCaughtUp());
-        manager.withdrawNotifications(u"contact:aa"_s);
-        manager.withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
+        manager->withdrawNotifications(u"contact:aa"_s);
+        manager->withdrawNotifications(u"channel:7"_s); // never shown: nothing to close
         QVERIFY(serverHasCaughtUp());
         QCOMPARE(m_server.closed, (QList<uint>{101}));
 
         // After reading, the count starts again at one.
-        manager.postNotification(u"Ada"_s, u"again"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"again"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 3);
-        QCOMPARE(m_server.notifications[2].replacesId, 0u);
-        QCOMPARE(m_server.notifications[2].body, u"again"_s);
+        QCOMPARE(shown().last(), u"0 Ada: again"_s);
 
         // Read before the server has even answered: closed once the id is known.
-        manager.postNotification(u"#hike"_s, u"more"_s, u"channel:2"_s);
-        manager.withdrawNotifications(u"channel:2"_s);
+        manager->postNotification(u"#hike"_s, u"more"_s, u"channel:2"_s);
+        manager->withdrawNotifications(u"channel:2"_s);
         QTRY_COMPARE(m_server.closed, (QList<uint>{101, 102}));
         QCOMPARE(m_server.notifications.size(), 4);
     }
@@ -379,13 +308,11 @@ private Q_SLOTS:
         QFETCH(QStringList, actions);
 
         m_server.capabilities = capabilities;
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        QSignalSpy activated(&manager, &NotificationManager::activated);
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
-        manager.postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
-        manager.postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
+        QSignalSpy activated(manager.get(), &NotificationManager::activated);
+        manager->postNotification(u"Ada"_s, u"one"_s, u"contact:aa"_s);
+        manager->postNotification(u"#hike"_s, u"other"_s, u"channel:2"_s);
         QTRY_COMPARE(m_server.notifications.size(), 2);
         QCOMPARE(m_server.notifications[0].actions, actions);
 
@@ -403,34 +330,34 @@ private Q_SLOTS:
         QCOMPARE(activated[1], (QVariantList{u"contact:aa"_s, QString()}));
     }
 
-    // Another server taking the name over is asked again: its capabilities
-    // decide the escaping, and the old server's ids are forgotten.
+    // A server that leaves revokes the authorization; another one taking the
+    // name over is asked again: its capabilities decide the escaping, and the
+    // old server's ids are forgotten.
     void aNewServerIsAskedAgain() {
-        QVERIFY(registerServer());
-        NotificationManager manager(appBus());
-        manager.requestAuthorization();
-        QTRY_VERIFY(manager.authorized());
-        manager.postNotification(u"Ada"_s, u"<i>one</i>"_s, u"contact:aa"_s);
+        const auto manager = authorizedManager();
+        QVERIFY(manager);
+        manager->postNotification(u"Ada"_s, u"<i>one</i>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
         QCOMPARE(m_server.notifications[0].body, u"<i>one</i>"_s);
 
-        QSignalSpy answered(&manager, &NotificationManager::authorizationAnswered);
+        QSignalSpy answered(manager.get(), &NotificationManager::authorizationAnswered);
+        QSignalSpy changed(manager.get(), &NotificationManager::authorizedChanged);
         serverBus().unregisterObject(servicePath);
         QVERIFY(serverBus().unregisterService(serviceName));
-        QTRY_VERIFY(!manager.authorized());
+        QTRY_VERIFY(!manager->authorized());
+        QCOMPARE(changed.count(), 1);
 
         m_server.reset({u"body"_s, u"body-markup"_s});
         QVERIFY(
             serverBus().registerObject(servicePath, &m_server, QDBusConnection::ExportAllSlots));
         QVERIFY(serverBus().registerService(serviceName));
-        QTRY_VERIFY(manager.authorized());
+        QTRY_VERIFY(manager->authorized());
         QCOMPARE(m_server.capabilityRequests, 1);
         QCOMPARE(answered.count(), 2);
 
-        manager.postNotification(u"Ada"_s, u"<i>two</i>"_s, u"contact:aa"_s);
+        manager->postNotification(u"Ada"_s, u"<i>two</i>"_s, u"contact:aa"_s);
         QTRY_COMPARE(m_server.notifications.size(), 1);
-        QCOMPARE(m_server.notifications[0].replacesId, 0u);
-        QCOMPARE(m_server.notifications[0].body, u"2 new messages\n&lt;i&gt;two&lt;/i&gt;"_s);
+        QCOMPARE(shown(), QStringList{u"0 Ada: 2 new messages\n&lt;i&gt;two&lt;/i&gt;"_s});
     }
 
     void badgeSignalsTheCount_data() {

@@ -100,33 +100,12 @@ private Q_SLOTS:
         QCOMPARE(frame.toHex(' '), expected.toHex(' '));
     }
 
-    void fixedLengths() {
-        QCOMPARE(appStart(QLatin1String(applicationName)).size(), 22);
-        QCOMPARE(addOrUpdateContact(sampleKey(), AdvertType::none, QString(), 0).size(), 144);
-        QCOMPARE(setChannel(3, QStringLiteral("abc"), repeated(1, 16)).size(), 50);
-    }
-
-    void hexString_data() {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << QByteArray() << "";
-        QTest::newRow("lowercase, padded") << hex("00 0a ff 7f") << "000aff7f";
-        QTest::newRow("zero bytes kept") << repeated(0, 3) << "000000";
-    }
-    void hexString() {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(MeshProtocol::hexString(bytes), text);
-    }
-
     void bytesFromHex_data() {
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("valid");
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("trimmed") << " 0aFF\n" << true << hex("0a ff");
-        QTest::newRow("mixed case") << "DEADbeef" << true << hex("de ad be ef");
         QTest::newRow("empty") << "" << true << QByteArray();
-        QTest::newRow("only white space") << " \t\n" << true << QByteArray();
         QTest::newRow("odd length") << "abc" << false << QByteArray();
         QTest::newRow("not hex") << "zz" << false << QByteArray();
         QTest::newRow("bad second pair") << "00g0" << false << QByteArray();
@@ -136,7 +115,6 @@ private Q_SLOTS:
         QTest::newRow("minus zero") << "-0" << true << hex("00");
         QTest::newRow("minus non-zero") << "-1" << false << QByteArray();
         QTest::newRow("sign second") << "1+" << false << QByteArray();
-        QTest::newRow("two signs") << "+-" << false << QByteArray();
         QTest::newRow("prefix 0x") << "0x12" << false << QByteArray();
         QTest::newRow("fullwidth digits") << QString::fromUtf8("０１") << false << QByteArray();
     }
@@ -150,13 +128,17 @@ private Q_SLOTS:
             QCOMPARE(*result, bytes);
     }
 
+    // Lower-case pairs out, either case back in.
     void hexRoundTrip() {
         QByteArray all;
         for (int i = 0; i < 256; ++i)
             all.append(char(i));
-        QCOMPARE(MeshProtocol::bytesFromHex(MeshProtocol::hexString(all)), std::optional(all));
-        QCOMPARE(MeshProtocol::bytesFromHex(MeshProtocol::hexString(all).toUpper()),
-                 std::optional(all));
+        const QString text = MeshProtocol::hexString(all);
+        QCOMPARE(text.size(), 512);
+        QCOMPARE(text.left(24), QStringLiteral("000102030405060708090a0b"));
+        QCOMPARE(MeshProtocol::bytesFromHex(text), std::optional(all));
+        QCOMPARE(MeshProtocol::bytesFromHex(text.toUpper()), std::optional(all));
+        QCOMPARE(MeshProtocol::hexString({}), QString());
     }
 };
 

@@ -7,14 +7,32 @@
 #include <memory>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using PowerState = BleAdapter::PowerState;
 using ErrorKind = BleAdapter::ErrorKind;
 using BleError = BleAdapter::Error;
+using Characteristics = QList<BleAdapter::Characteristic>;
 using T = TransportState;
 
 namespace {
 
 const QBluetoothUuid otherService(QStringLiteral("0000180F-0000-1000-8000-00805F9B34FB"));
+const QByteArray oneByte("\x16", 1);
+
+// Each power report and the state it leaves the link in.
+struct PowerCase {
+    const char* name;
+    PowerState power;
+    T state;
+};
+const PowerCase powerCases[] = {
+    {"on", PowerState::poweredOn, T::ready},
+    {"off", PowerState::poweredOff, T::poweredOff},
+    {"unauthorized", PowerState::unauthorized, T::unauthorized},
+    {"unknown", PowerState::unknown, T::disconnected},
+    {"no service", PowerState::noService, T::disconnected},
+    {"no adapter", PowerState::noAdapter, T::disconnected},
+};
 
 DiscoveredDevice radio(int n) {
     DiscoveredDevice device;
@@ -59,11 +77,8 @@ struct Rig {
         return out;
     }
     void clearSpies() {
-        stateSpy.clear();
-        discoveredSpy.clear();
-        connectedSpy.clear();
-        receivedSpy.clear();
-        failedSpy.clear();
+        for (QSignalSpy* spy : {&stateSpy, &discoveredSpy, &connectedSpy, &receivedSpy, &failedSpy})
+            spy->clear();
     }
 
     void powerOn() { adapter.reportPower(PowerState::poweredOn); }
@@ -75,14 +90,22 @@ struct Rig {
         clearSpies();
     }
 
+    // The platform connects and finds the service with `characteristics`.
+    void discover(const Characteristics& characteristics = {writeCharacteristic(),
+                                                            notifyCharacteristic()}) {
+        Q_EMIT adapter.peripheralConnected();
+        Q_EMIT adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
+        Q_EMIT adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID, characteristics);
+    }
+    void notificationsOn() {
+        Q_EMIT adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
+    }
+
     // Through the whole handshake with the platform up to a usable link.
     void connected(BleAdapter::Characteristic rx = writeCharacteristic()) {
         connecting();
-        Q_EMIT adapter.peripheralConnected();
-        Q_EMIT adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        Q_EMIT adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID,
-                                                 {rx, notifyCharacteristic()});
-        Q_EMIT adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
+        discover({rx, notifyCharacteristic()});
+        notificationsOn();
         clearSpies();
     }
 };
@@ -93,72 +116,76 @@ class TestBluetoothTransport : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsDisconnectedAndScansNothingByItself() {
-        Rig rig;
-        QCOMPARE(rig.link->state(), T::disconnected);
-        rig.clock.advance(10s);
-        QVERIFY(rig.adapter.scans.isEmpty());
-        QVERIFY(rig.adapter.connects.isEmpty());
-        QCOMPARE(rig.stateSpy.count(), 0);
-    }
-
-    void powerReportsSetTheState_data() {
-        QTest::addColumn<bool>("fromConnected");
+    // Each power report sets the state, also when the same one comes again.
+    // Without power nothing can be scanned for, and losing it ends any link
+    // as a disconnect first (the controller resets on it): nothing of the
+    // link survives, and a retry that was waiting is not made.
+    void powerReports_data() {
+        QTest::addColumn<QString>("phase");
         QTest::addColumn<PowerState>("power");
         QTest::addColumn<T>("expected");
-        for (const bool fromConnected : {false, true}) {
-            const char* from = fromConnected ? "connected" : "initial";
-            QTest::addRow("%s, on", from) << fromConnected << PowerState::poweredOn << T::ready;
-            QTest::addRow("%s, off", from)
-                << fromConnected << PowerState::poweredOff << T::poweredOff;
-            QTest::addRow("%s, unauthorized", from)
-                << fromConnected << PowerState::unauthorized << T::unauthorized;
-            QTest::addRow("%s, unknown", from)
-                << fromConnected << PowerState::unknown << T::disconnected;
-            QTest::addRow("%s, no service", from)
-                << fromConnected << PowerState::noService << T::disconnected;
-            QTest::addRow("%s, no adapter", from)
-                << fromConnected << PowerState::noAdapter << T::disconnected;
+        for (const char* phase : {"idle", "connecting", "retry pause", "connected"}) {
+            for (const PowerCase& c : powerCases) {
+                // Power comes on only while no attempt runs.
+                const bool attempting =
+                    qstrcmp(phase, "connecting") == 0 || qstrcmp(phase, "retry pause") == 0;
+                if (c.power != PowerState::poweredOn || !attempting)
+                    QTest::addRow("%s, %s", phase, c.name)
+                        << QString::fromLatin1(phase) << c.power << c.state;
+            }
         }
     }
-    void powerReportsSetTheState() {
-        QFETCH(bool, fromConnected);
+    void powerReports() {
+        QFETCH(QString, phase);
         QFETCH(PowerState, power);
         QFETCH(T, expected);
         Rig rig;
-        if (fromConnected)
+        if (phase == QLatin1String("idle")) {
+            // Nothing happens by itself, and nothing can be scanned for
+            // before the first power report.
+            rig.clock.advance(10s);
+            rig.link->startScan();
+            QVERIFY(rig.adapter.scans.isEmpty() && rig.adapter.connects.isEmpty());
+            QVERIFY(rig.stateSpy.isEmpty());
+            QCOMPARE(rig.link->state(), T::disconnected);
+        } else if (phase == QLatin1String("connected")) {
             rig.connected();
+        } else {
+            rig.connecting();
+            if (phase == QLatin1String("retry pause"))
+                Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
+        }
+        const bool on = power == PowerState::poweredOn;
         rig.adapter.reportPower(power);
-        // Losing power ends the link first.
         QList<T> states{expected};
-        if (fromConnected && power != PowerState::poweredOn)
+        if (phase != QLatin1String("idle") && !on)
             states.prepend(T::disconnected);
         QCOMPARE(rig.states(), states);
         QCOMPARE(rig.link->state(), expected);
-        // The same report again is reported again.
+        QVERIFY(rig.failedSpy.isEmpty());
         rig.adapter.reportPower(power);
-        QCOMPARE(rig.states(), states + QList<T>{expected});
-    }
-
-    void startScanNeedsPower_data() {
-        QTest::addColumn<PowerState>("power");
-        QTest::addColumn<T>("expected");
-        QTest::newRow("powered off") << PowerState::poweredOff << T::poweredOff;
-        QTest::newRow("unauthorized") << PowerState::unauthorized << T::unauthorized;
-        QTest::newRow("no service") << PowerState::noService << T::disconnected;
-        QTest::newRow("no adapter") << PowerState::noAdapter << T::disconnected;
-        QTest::newRow("not reported yet") << PowerState::unknown << T::disconnected;
-    }
-    void startScanNeedsPower() {
-        QFETCH(PowerState, power);
-        QFETCH(T, expected);
-        Rig rig;
-        rig.adapter.reportPower(power);
-        rig.clearSpies();
+        states.append(expected);
+        QCOMPARE(rig.states(), states);
+        if (on)
+            return;
         rig.link->startScan();
-        QCOMPARE(rig.link->state(), expected);
-        QCOMPARE(rig.stateSpy.count(), 0);
+        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
+        QCOMPARE(rig.states(), states);
         QVERIFY(rig.adapter.scans.isEmpty());
+        QCOMPARE(rig.adapter.connects.size(), phase == QLatin1String("idle") ? 0 : 1);
+        rig.link->write(oneByte);
+        QVERIFY(rig.adapter.writes.isEmpty());
+
+        // Back on, a radio without the write characteristic is not usable:
+        // the last one's is gone.
+        rig.clearSpies();
+        rig.powerOn();
+        rig.link->connectToDevice(radio(2));
+        rig.discover({notifyCharacteristic()});
+        rig.notificationsOn();
+        QCOMPARE(rig.link->state(), T::connecting);
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
+        QCOMPARE(rig.connectedSpy.count(), 0);
     }
 
     void scanStartsAndStops() {
@@ -177,44 +204,35 @@ private Q_SLOTS:
         rig.link->stopScan();
         QCOMPARE(rig.adapter.scanStops, 2);
         QCOMPARE(rig.stateSpy.count(), 2);
-    }
 
-    void stopScanOutsideScanningReportsNothing() {
-        Rig rig;
-        rig.connected();
-        rig.link->stopScan();
-        QCOMPARE(rig.link->state(), T::connected);
-        QCOMPARE(rig.stateSpy.count(), 0);
-    }
-
-    void connectReportsItsStates_data() {
-        QTest::addColumn<bool>("scanning");
-        QTest::addColumn<QList<T>>("expected");
-        QTest::newRow("while scanning") << true << QList<T>{T::ready, T::connecting};
-        QTest::newRow("while ready") << false << QList<T>{T::connecting};
-    }
-    void connectReportsItsStates() {
-        QFETCH(bool, scanning);
-        QFETCH(QList<T>, expected);
-        Rig rig;
-        rig.powerOn();
-        if (scanning)
-            rig.link->startScan();
+        // Connecting ends a scan.
+        rig.link->startScan();
         rig.clearSpies();
-        const int stopsBefore = rig.adapter.scanStops;
-
         rig.link->connectToDevice(radio(7));
-        QCOMPARE(rig.states(), expected);
-        QCOMPARE(rig.adapter.scanStops, stopsBefore + 1);
+        QCOMPARE(rig.states(), (QList<T>{T::ready, T::connecting}));
+        QCOMPARE(rig.adapter.scanStops, 3);
         QCOMPARE(rig.adapter.connects, QList<QVariant>{radio(7).peripheral});
     }
 
+    // Service, characteristics, notifications, frames; frames written before the
+    // write characteristic is known are dropped, and an attempt the platform
+    // has answered no longer times out.
     void fullConnectionWalksServiceAndCharacteristics() {
         Rig rig;
-        rig.connecting();
+        rig.powerOn();
+        rig.clearSpies();
+        rig.link->connectToDevice(radio(7));
+        QCOMPARE(rig.states(), QList<T>{T::connecting});
+        QCOMPARE(rig.adapter.scanStops, 1);
+        QCOMPARE(rig.adapter.connects, QList<QVariant>{radio(7).peripheral});
+        rig.link->write(oneByte);
         Q_EMIT rig.adapter.peripheralConnected();
         QCOMPARE(rig.adapter.serviceDiscoveries,
                  QList<QList<QBluetoothUuid>>{{BluetoothTransport::serviceUUID}});
+        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
+        QCOMPARE(rig.adapter.cancels, 0);
+        rig.link->write(oneByte);
+        QVERIFY(rig.adapter.writes.isEmpty());
 
         Q_EMIT rig.adapter.servicesDiscovered({otherService, BluetoothTransport::serviceUUID});
         QCOMPARE(rig.adapter.characteristicDiscoveries,
@@ -228,101 +246,104 @@ private Q_SLOTS:
         QCOMPARE(rig.connectedSpy.count(), 0);
         QCOMPARE(rig.link->state(), T::connecting);
 
-        Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
-        QCOMPARE(rig.states(), QList<T>{T::connected});
+        rig.notificationsOn();
+        QCOMPARE(rig.states(), (QList<T>{T::connecting, T::connected}));
         QCOMPARE(rig.connectedSpy.count(), 1);
         QVERIFY(rig.failedSpy.isEmpty());
+        QCOMPARE(rig.adapter.connects.size(), 1);
 
         // A repeated notification report does not announce the link twice.
-        Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
+        rig.notificationsOn();
         QCOMPARE(rig.connectedSpy.count(), 1);
-        QCOMPARE(rig.stateSpy.count(), 1);
+        QCOMPARE(rig.stateSpy.count(), 2);
+
+        // Each notification of the frame characteristic is one frame; empty
+        // ones and other characteristics' carry none.
+        const QByteArray frame("\x05\x00\x10\x20", 4);
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, QByteArray());
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::rxUUID, frame);
+        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, frame);
+        QCOMPARE(rig.receivedSpy.count(), 1);
+        QCOMPARE(rig.receivedSpy.at(0).at(0).toByteArray(), frame);
     }
 
-    void scanResultName_data() {
+    // Every advertisement is reported, under the best name it carries.
+    void scanResults_data() {
         QTest::addColumn<QString>("localName");
         QTest::addColumn<QString>("platformName");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("local name wins") << "Talvenne 7F"
-                                         << "Old name"
-                                         << "Talvenne 7F";
-        QTest::newRow("platform name") << ""
-                                       << "Old name"
-                                       << "Old name";
-        QTest::newRow("no name at all") << ""
-                                        << ""
-                                        << "Talvenne Device";
+        QTest::newRow("local name wins") << u"Talvenne 7F"_s << u"Old name"_s << u"Talvenne 7F"_s;
+        QTest::newRow("platform name") << QString() << u"Old name"_s << u"Old name"_s;
+        QTest::newRow("no name at all") << QString() << QString() << u"Talvenne Device"_s;
     }
-    void scanResultName() {
+    void scanResults() {
         QFETCH(QString, localName);
         QFETCH(QString, platformName);
         QFETCH(QString, expected);
         Rig rig;
         const QUuid id = radio(3).id;
-        rig.adapter.advertise(id, localName, platformName, -71, QStringLiteral("h3"));
-        QCOMPARE(rig.discoveredSpy.count(), 1);
-        const auto device = rig.discoveredSpy.at(0).at(0).value<DiscoveredDevice>();
-        QCOMPARE(device.name, expected);
-        QCOMPARE(device.id, id);
-        QCOMPARE(device.rssi, -71);
-        QCOMPARE(device.peripheral.toString(), QStringLiteral("h3"));
-    }
-
-    void everyAdvertisementIsReported() {
-        Rig rig;
-        rig.powerOn();
-        rig.link->startScan();
-        const QUuid id = radio(1).id;
-        const QList<int> signal{-90, -80, -75, -70, -62};
-        for (int rssi : signal)
-            rig.adapter.advertise(id, QStringLiteral("Talvenne"), QString(), rssi);
-
-        QCOMPARE(rig.discoveredSpy.count(), 5);
-        for (int i = 0; i < signal.size(); ++i) {
+        for (const int rssi : {-71, -62})
+            rig.adapter.advertise(id, localName, platformName, rssi, QStringLiteral("h3"));
+        QCOMPARE(rig.discoveredSpy.count(), 2);
+        for (int i = 0; i < 2; ++i) {
             const auto device = rig.discoveredSpy.at(i).at(0).value<DiscoveredDevice>();
+            QCOMPARE(device.name, expected);
             QCOMPARE(device.id, id);
-            QCOMPARE(device.rssi, signal.at(i));
+            QCOMPARE(device.rssi, i == 0 ? -71 : -62);
+            QCOMPARE(device.peripheral.toString(), QStringLiteral("h3"));
         }
-        QCOMPARE(rig.link->state(), T::scanning);
     }
 
     // A retried failure: three more attempts, each 0.4 s after the failure
-    // before it, then the link gives up with the failure's text.
+    // before it, then the link gives up with the failure's text. An attempt
+    // the platform never answers ends on the link's own clock: it is
+    // cancelled towards the platform and retried like a timeout, and the
+    // drop report of the cancelled attempt does not end the retries.
     void retriedFailuresTryThreeMoreTimes_data() {
         QTest::addColumn<ErrorKind>("kind");
-        QTest::addColumn<bool>("asDrop");
+        QTest::addColumn<QString>("how");
         QTest::addColumn<QString>("expectedText");
         const QString pairing = BluetoothTransport::pairingRemovedText;
-        for (const bool asDrop : {false, true}) {
-            const char* how = asDrop ? "drop" : "failure";
-            QTest::addRow("%s, timeout", how)
-                << ErrorKind::connectionTimeout << asDrop << QStringLiteral("platform text");
-            QTest::addRow("%s, failed", how)
-                << ErrorKind::connectionFailed << asDrop << QStringLiteral("platform text");
-            QTest::addRow("%s, limit", how)
-                << ErrorKind::connectionLimitReached << asDrop << QStringLiteral("platform text");
-            QTest::addRow("%s, pairing removed", how)
-                << ErrorKind::peerRemovedPairingInformation << asDrop << pairing;
+        const QMetaEnum kinds = QMetaEnum::fromType<ErrorKind>();
+        for (const char* how : {"failure", "drop"}) {
+            for (const ErrorKind kind :
+                 {ErrorKind::connectionTimeout, ErrorKind::connectionFailed,
+                  ErrorKind::connectionLimitReached, ErrorKind::peerRemovedPairingInformation}) {
+                const bool pairingLost = kind == ErrorKind::peerRemovedPairingInformation;
+                QTest::addRow("%s, %s", how, kinds.valueToKey(int(kind)))
+                    << kind << QString::fromLatin1(how)
+                    << (pairingLost ? pairing : u"platform text"_s);
+            }
         }
+        QTest::newRow("no answer")
+            << ErrorKind::other << u"silence"_s << BluetoothTransport::connectTimedOutText;
     }
     void retriedFailuresTryThreeMoreTimes() {
         QFETCH(ErrorKind, kind);
-        QFETCH(bool, asDrop);
+        QFETCH(QString, how);
         QFETCH(QString, expectedText);
         Rig rig;
         rig.connecting(radio(2));
         const BleError error{kind, QStringLiteral("platform text")};
-        auto fail = [&] {
-            if (asDrop)
+        auto fail = [&](int attempt) {
+            rig.clock.advance(1500ms); // the attempt takes a while
+            if (how == QLatin1String("drop")) {
                 Q_EMIT rig.adapter.peripheralDisconnected(error);
-            else
+            } else if (how == QLatin1String("failure")) {
                 Q_EMIT rig.adapter.failedToConnect(error);
+            } else {
+                rig.clock.advance(BluetoothTransport::connectTimeout - 1500ms - 1ms);
+                QCOMPARE(rig.adapter.cancels, attempt - 1);
+                rig.clock.advance(1ms);
+                QCOMPARE(rig.adapter.cancels, attempt);
+                if (attempt <= BluetoothTransport::maxConnectRetries)
+                    Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
+            }
         };
 
         for (int retry = 1; retry <= BluetoothTransport::maxConnectRetries; ++retry) {
-            rig.clock.advance(1500ms); // the attempt takes a while
+            fail(retry);
             const QDateTime failedAt = rig.clock.now();
-            fail();
             QCOMPARE(rig.stateSpy.count(), 0);
             QCOMPARE(rig.failedSpy.count(), 0);
             rig.clock.advance(399ms);
@@ -333,72 +354,54 @@ private Q_SLOTS:
             QCOMPARE(rig.adapter.connects.last(), radio(2).peripheral);
         }
 
-        rig.clock.advance(1500ms);
-        fail();
+        fail(1 + BluetoothTransport::maxConnectRetries);
         QCOMPARE(rig.states(), QList<T>{T::disconnected});
         QCOMPARE(rig.failures(), QStringList{expectedText});
-        rig.clock.advance(10s);
+        rig.clock.advance(1min);
         QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
         QCOMPARE(rig.connectedSpy.count(), 0);
     }
 
-    void unretriedFailureEndsAtOnce_data() {
-        QTest::addColumn<bool>("hasError");
-        QTest::addColumn<ErrorKind>("kind");
-        QTest::addColumn<QString>("expectedText");
-        QTest::newRow("cancelled") << true << ErrorKind::operationCancelled
-                                   << QStringLiteral("The operation was cancelled.");
-        QTest::newRow("other") << true << ErrorKind::other
-                               << QStringLiteral("The operation was cancelled.");
-        QTest::newRow("no error") << false << ErrorKind::other
-                                  << QStringLiteral("Failed to connect");
+    // What happens while a retry waits decides whether it is made: only a
+    // connection the user still wants, to the radio they want, with power.
+    void interruptedRetryPause_data() {
+        QTest::addColumn<QString>("by");
+        QTest::addColumn<QList<QVariant>>("connects");
+        QTest::addColumn<QList<T>>("states");
+        QTest::addColumn<int>("cancels");
+        const QVariant first = radio(1).peripheral;
+        QTest::newRow("disconnect")
+            << "disconnect" << QList<QVariant>{first} << QList<T>{T::disconnected} << 1;
+        QTest::newRow("connect to another radio")
+            << "connect" << QList<QVariant>{first, radio(2).peripheral} << QList<T>{T::connecting}
+            << 0;
+        QTest::newRow("link destroyed") << "destroy" << QList<QVariant>{first} << QList<T>() << 0;
+        // The power report may come after the platform already lost power.
+        QTest::newRow("power gone, not reported yet")
+            << "power" << QList<QVariant>{first} << QList<T>{T::disconnected} << 1;
     }
-    void unretriedFailureEndsAtOnce() {
-        QFETCH(bool, hasError);
-        QFETCH(ErrorKind, kind);
-        QFETCH(QString, expectedText);
-        Rig rig;
-        rig.connecting();
-        std::optional<BleError> error;
-        if (hasError)
-            error = BleError{kind, QStringLiteral("The operation was cancelled.")};
-        Q_EMIT rig.adapter.failedToConnect(error);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        QCOMPARE(rig.failures(), QStringList{expectedText});
-        rig.clock.advance(5s);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-    }
-
-    void disconnectDuringRetryPauseCancelsTheAttempt() {
-        Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionTimeout, QString()});
-        rig.clock.advance(200ms);
-        rig.link->disconnectFromDevice();
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        QCOMPARE(rig.adapter.cancels, 1);
-        rig.clock.advance(5s);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-        QVERIFY(rig.failedSpy.isEmpty());
-    }
-
-    void newConnectDuringRetryPauseOnlyReachesTheNewRadio() {
+    void interruptedRetryPause() {
+        QFETCH(QString, by);
+        QFETCH(QList<QVariant>, connects);
+        QFETCH(QList<T>, states);
+        QFETCH(int, cancels);
         Rig rig;
         rig.connecting(radio(1));
-        Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, QString()});
-        rig.clock.advance(100ms);
-        rig.link->connectToDevice(radio(2));
-        rig.clock.advance(5s);
-        QCOMPARE(rig.adapter.connects, (QList<QVariant>{radio(1).peripheral, radio(2).peripheral}));
-    }
-
-    void linkDestroyedDuringRetryPause() {
-        Rig rig;
-        rig.connecting();
         Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionTimeout, QString()});
-        rig.link.reset();
-        rig.clock.advance(1s);
-        QCOMPARE(rig.adapter.connects.size(), 1);
+        rig.clock.advance(200ms);
+        if (by == QLatin1String("disconnect"))
+            rig.link->disconnectFromDevice();
+        else if (by == QLatin1String("connect"))
+            rig.link->connectToDevice(radio(2));
+        else if (by == QLatin1String("destroy"))
+            rig.link.reset();
+        else
+            rig.adapter.power = PowerState::poweredOff;
+        rig.clock.advance(5s);
+        QCOMPARE(rig.adapter.connects, connects);
+        QCOMPARE(rig.states(), states);
+        QCOMPARE(rig.adapter.cancels, cancels);
+        QVERIFY(rig.failedSpy.isEmpty());
     }
 
     // One user action gets a bounded number of attempts, also when the radio
@@ -424,307 +427,180 @@ private Q_SLOTS:
         QCOMPARE(rig.adapter.connects.size(), 2 + BluetoothTransport::maxConnectRetries + 1);
     }
 
-    // An attempt the platform never answers ends on the link's own clock: it
-    // is cancelled towards the platform and retried like a timeout; the drop
-    // report of the cancelled attempt does not end the retries.
-    void unansweredAttemptTimesOut() {
-        Rig rig;
-        rig.connecting();
-        for (int attempt = 1; attempt <= 1 + BluetoothTransport::maxConnectRetries; ++attempt) {
-            rig.clock.advance(BluetoothTransport::connectTimeout - 1ms);
-            QCOMPARE(rig.adapter.cancels, attempt - 1);
-            rig.clock.advance(1ms);
-            QCOMPARE(rig.adapter.cancels, attempt);
-            if (attempt <= BluetoothTransport::maxConnectRetries)
-                Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
-            rig.clock.advance(BluetoothTransport::retryDelay);
-        }
-        QCOMPARE(rig.adapter.connects.size(), 1 + BluetoothTransport::maxConnectRetries);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::connectTimedOutText});
-    }
-
-    void answeredAttemptHasNoTimeout() {
-        Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.peripheralConnected();
-        rig.clock.advance(BluetoothTransport::connectTimeout * 3);
-        QCOMPARE(rig.adapter.cancels, 0);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-        QVERIFY(rig.stateSpy.isEmpty());
-    }
-
-    // Bluetooth going away ends the link as a disconnect first (the
-    // controller resets on it), then the power state; nothing of the link
-    // survives, and a retry that was waiting is not made.
-    void powerLossEndsTheLinkFirst_data() {
-        QTest::addColumn<QString>("phase");
-        QTest::addColumn<PowerState>("power");
-        QTest::addColumn<T>("expected");
-        for (const char* phase : {"connecting", "retry pause", "connected"}) {
-            QTest::addRow("%s, off", phase)
-                << QString::fromLatin1(phase) << PowerState::poweredOff << T::poweredOff;
-            QTest::addRow("%s, unauthorized", phase)
-                << QString::fromLatin1(phase) << PowerState::unauthorized << T::unauthorized;
-            QTest::addRow("%s, adapter gone", phase)
-                << QString::fromLatin1(phase) << PowerState::noAdapter << T::disconnected;
-        }
-    }
-    void powerLossEndsTheLinkFirst() {
-        QFETCH(QString, phase);
-        QFETCH(PowerState, power);
-        QFETCH(T, expected);
-        Rig rig;
-        if (phase == QLatin1String("connected")) {
-            rig.connected();
-        } else {
-            rig.connecting();
-            if (phase == QLatin1String("retry pause"))
-                Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
-        }
-        rig.adapter.reportPower(power);
-        QCOMPARE(rig.states(), (QList<T>{T::disconnected, expected}));
-        QVERIFY(rig.failedSpy.isEmpty());
-        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-        rig.link->write(QByteArray("\x16", 1));
-        QVERIFY(rig.adapter.writes.isEmpty());
-
-        // Back on, a radio without the write characteristic is not usable:
-        // the last one's is gone.
-        rig.clearSpies();
-        rig.powerOn();
-        rig.link->connectToDevice(radio(2));
-        Q_EMIT rig.adapter.peripheralConnected();
-        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        Q_EMIT rig.adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID,
-                                                     {notifyCharacteristic()});
-        Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
-        QCOMPARE(rig.link->state(), T::connecting);
-        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
-        QCOMPARE(rig.connectedSpy.count(), 0);
-    }
-
-    // The power report may come after the platform already lost power: a
-    // retry due in between is not sent.
-    void retryWithoutPowerIsNotSent() {
-        Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionTimeout, {}});
-        rig.adapter.power = PowerState::poweredOff;
-        rig.clock.advance(BluetoothTransport::retryDelay);
-        QCOMPARE(rig.adapter.connects.size(), 1);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-    }
-
-    // The scan state follows the platform: a scan that ends by itself or
-    // fails leaves `scanning`, with the failure's text.
-    void scanEndedByThePlatform_data() {
-        QTest::addColumn<bool>("scanning");
+    // A scan the user started resumes when Bluetooth comes back, unless the
+    // user or the platform ended it in between; the platform's reason is
+    // reported.
+    void scanAcrossPowerLoss_data() {
+        QTest::addColumn<bool>("started");
+        QTest::addColumn<QString>("endedBy");
         QTest::addColumn<QString>("error");
-        QTest::newRow("failed") << true << QStringLiteral("Input/output error");
-        QTest::newRow("ended") << true << QString();
-        QTest::newRow("not scanning") << false << QStringLiteral("Input/output error");
+        const QString ioError = QStringLiteral("Input/output error");
+        QTest::newRow("still scanning") << true << QString() << QString();
+        QTest::newRow("stopped while off") << true << "user" << QString();
+        QTest::newRow("ended by the platform") << true << "platform" << QString();
+        QTest::newRow("failed on the platform") << true << "platform" << ioError;
+        QTest::newRow("platform report, not scanning") << false << "platform" << ioError;
     }
-    void scanEndedByThePlatform() {
-        QFETCH(bool, scanning);
+    void scanAcrossPowerLoss() {
+        QFETCH(bool, started);
+        QFETCH(QString, endedBy);
         QFETCH(QString, error);
         Rig rig;
         rig.powerOn();
-        if (scanning)
+        if (started)
             rig.link->startScan();
         rig.clearSpies();
-        Q_EMIT rig.adapter.scanEnded(error);
-        QCOMPARE(rig.states(), scanning ? QList<T>{T::ready} : QList<T>());
-        QCOMPARE(rig.failures(), scanning && !error.isEmpty() ? QStringList{error} : QStringList());
-        // Not resumed after a power cycle: the scan is over.
+        if (endedBy == QLatin1String("platform")) {
+            Q_EMIT rig.adapter.scanEnded(error);
+            QCOMPARE(rig.states(), started ? QList<T>{T::ready} : QList<T>());
+            const bool failed = started && !error.isEmpty();
+            QCOMPARE(rig.failures(), failed ? QStringList{error} : QStringList());
+        }
         rig.adapter.reportPower(PowerState::poweredOff);
-        rig.powerOn();
-        QCOMPARE(rig.adapter.scans.size(), scanning ? 1 : 0);
-    }
-
-    void scanResumesWhenBluetoothReturns_data() {
-        QTest::addColumn<bool>("stoppedByUser");
-        QTest::newRow("scanning") << false;
-        QTest::newRow("stopped") << true;
-    }
-    void scanResumesWhenBluetoothReturns() {
-        QFETCH(bool, stoppedByUser);
-        Rig rig;
-        rig.powerOn();
-        rig.link->startScan();
-        rig.adapter.reportPower(PowerState::poweredOff);
-        if (stoppedByUser)
+        if (endedBy == QLatin1String("user"))
             rig.link->stopScan();
         rig.clearSpies();
         rig.powerOn();
-        QCOMPARE(rig.states(),
-                 stoppedByUser ? QList<T>{T::ready} : (QList<T>{T::ready, T::scanning}));
-        QCOMPARE(rig.adapter.scans.size(), stoppedByUser ? 1 : 2);
+        const bool resumes = started && endedBy.isEmpty();
+        QCOMPARE(rig.states(), resumes ? (QList<T>{T::ready, T::scanning}) : QList<T>{T::ready});
+        QCOMPARE(rig.adapter.scans.size(), int(started) + int(resumes));
     }
 
-    void dropWhileConnecting_data() {
-        QTest::addColumn<bool>("hasError");
-        QTest::addColumn<ErrorKind>("kind");
-        QTest::addColumn<QStringList>("expectedFailures");
-        QTest::newRow("not retried, with text")
-            << true << ErrorKind::other << QStringList{QStringLiteral("The radio went away.")};
-        QTest::newRow("pairing lost is retried first")
-            << true << ErrorKind::peerRemovedPairingInformation << QStringList();
-        QTest::newRow("no error, no text") << false << ErrorKind::other << QStringList();
+    // An attempt that fails for a reason not worth retrying, or drops during
+    // set-up, ends at once with the reason; pairing lost is retried first.
+    // The drop of an established link is not retried and is no failure to
+    // show.
+    void endings_data() {
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<std::optional<BleError>>("error");
+        QTest::addColumn<bool>("retried");
+        QTest::addColumn<QStringList>("failures");
+        const QString text = QStringLiteral("The radio went away.");
+        const auto row = [&](const char* name, const char* phase, std::optional<BleError> error,
+                             bool retried, const QStringList& failures) {
+            QTest::newRow(name) << QString::fromLatin1(phase) << error << retried << failures;
+        };
+        row("attempt, cancelled", "attempt", BleError{ErrorKind::operationCancelled, text}, false,
+            {text});
+        row("attempt, other", "attempt", BleError{ErrorKind::other, text}, false, {text});
+        row("attempt, no error", "attempt", std::nullopt, false, {u"Failed to connect"_s});
+        row("set-up, other", "set-up", BleError{ErrorKind::other, text}, false, {text});
+        row("set-up, pairing lost", "set-up",
+            BleError{ErrorKind::peerRemovedPairingInformation, text}, true, {});
+        row("set-up, no error", "set-up", std::nullopt, false, {});
+        row("established, no error", "established", std::nullopt, false, {});
+        row("established, timeout", "established", BleError{ErrorKind::connectionTimeout, text},
+            false, {});
     }
-    void dropWhileConnecting() {
-        QFETCH(bool, hasError);
-        QFETCH(ErrorKind, kind);
-        QFETCH(QStringList, expectedFailures);
+    void endings() {
+        QFETCH(QString, phase);
+        QFETCH(std::optional<BleError>, error);
+        QFETCH(bool, retried);
+        QFETCH(QStringList, failures);
         Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.peripheralConnected();
-        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        std::optional<BleError> error;
-        if (hasError)
-            error = BleError{kind, QStringLiteral("The radio went away.")};
-        Q_EMIT rig.adapter.peripheralDisconnected(error);
-        rig.clock.advance(400ms);
-
-        const bool retried = hasError && kind == ErrorKind::peerRemovedPairingInformation;
-        QCOMPARE(rig.adapter.connects.size(), retried ? 2 : 1);
+        if (phase == QLatin1String("established"))
+            rig.connected();
+        else
+            rig.connecting();
+        if (phase == QLatin1String("set-up")) {
+            Q_EMIT rig.adapter.peripheralConnected();
+            Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
+        }
+        if (phase == QLatin1String("attempt"))
+            Q_EMIT rig.adapter.failedToConnect(error);
+        else
+            Q_EMIT rig.adapter.peripheralDisconnected(error);
         QCOMPARE(rig.states(), retried ? QList<T>() : QList<T>{T::disconnected});
-        QCOMPARE(rig.failures(), expectedFailures);
-    }
-
-    void dropOfEstablishedLinkReportsNoFailure_data() {
-        QTest::addColumn<bool>("hasError");
-        QTest::addColumn<ErrorKind>("kind");
-        QTest::newRow("no error") << false << ErrorKind::other;
-        QTest::newRow("other") << true << ErrorKind::other;
-        QTest::newRow("timeout, not retried once connected")
-            << true << ErrorKind::connectionTimeout;
-    }
-    void dropOfEstablishedLinkReportsNoFailure() {
-        QFETCH(bool, hasError);
-        QFETCH(ErrorKind, kind);
-        Rig rig;
-        rig.connected();
-        std::optional<BleError> error;
-        if (hasError)
-            error = BleError{kind, QStringLiteral("Connection lost")};
-        Q_EMIT rig.adapter.peripheralDisconnected(error);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        QVERIFY(rig.failedSpy.isEmpty());
+        QCOMPARE(rig.failures(), failures);
         rig.clock.advance(2s);
-        QCOMPARE(rig.adapter.connects.size(), 1);
+        QCOMPARE(rig.adapter.connects.size(), retried ? 2 : 1);
         // The characteristics went with the link.
-        rig.link->write(QByteArray("\x16", 1));
+        rig.link->write(oneByte);
         QVERIFY(rig.adapter.writes.isEmpty());
     }
 
-    void disconnectOfEstablishedLink() {
+    void disconnectFromDevice_data() {
+        QTest::addColumn<bool>("established");
+        QTest::newRow("established link") << true;
+        QTest::newRow("no peripheral") << false;
+    }
+    void disconnectFromDevice() {
+        QFETCH(bool, established);
         Rig rig;
-        rig.connected();
+        if (established)
+            rig.connected();
+        else
+            rig.powerOn();
+        rig.clearSpies();
         rig.link->disconnectFromDevice();
-        QCOMPARE(rig.adapter.cancels, 1);
+        QCOMPARE(rig.adapter.cancels, established ? 1 : 0);
         QCOMPARE(rig.states(), QList<T>{T::disconnected});
-        // The platform then reports the drop it caused: disconnected once more.
-        Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
-        QCOMPARE(rig.states(), (QList<T>{T::disconnected, T::disconnected}));
+        rig.link->write(oneByte);
+        QVERIFY(rig.adapter.writes.isEmpty());
+        if (established) {
+            // The platform then reports the drop it caused: disconnected once more.
+            Q_EMIT rig.adapter.peripheralDisconnected(std::nullopt);
+            QCOMPARE(rig.states(), (QList<T>{T::disconnected, T::disconnected}));
+        }
         QVERIFY(rig.failedSpy.isEmpty());
     }
 
-    void disconnectWithoutPeripheralCancelsNothing() {
-        Rig rig;
-        rig.powerOn();
-        rig.clearSpies();
-        rig.link->disconnectFromDevice();
-        QCOMPARE(rig.adapter.cancels, 0);
-        QCOMPARE(rig.states(), QList<T>{T::disconnected});
-    }
-
-    void serviceNotFound_data() {
+    // Each step of the set-up that finds something missing or refused: the
+    // link reports why, stays connecting and never announces itself.
+    void setUpFailures_data() {
         QTest::addColumn<QList<QBluetoothUuid>>("services");
-        QTest::newRow("no services") << QList<QBluetoothUuid>();
-        QTest::newRow("other service") << QList<QBluetoothUuid>{otherService};
+        QTest::addColumn<Characteristics>("characteristics");
+        QTest::addColumn<QBluetoothUuid>("notified");
+        QTest::addColumn<bool>("isNotifying");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QStringList>("failures");
+        const QList<QBluetoothUuid> service{BluetoothTransport::serviceUUID};
+        const Characteristics both{writeCharacteristic(), notifyCharacteristic()};
+        const QBluetoothUuid tx = BluetoothTransport::txUUID;
+        const QStringList noService{BluetoothTransport::serviceNotFoundText};
+        const QStringList noCharacteristics{BluetoothTransport::characteristicsNotFoundText};
+        QTest::newRow("no services")
+            << QList<QBluetoothUuid>() << both << tx << true << QString() << noService;
+        QTest::newRow("other service")
+            << QList<QBluetoothUuid>{otherService} << both << tx << true << QString() << noService;
+        QTest::newRow("write only") << service << Characteristics{writeCharacteristic()} << tx
+                                    << true << QString() << noCharacteristics;
+        QTest::newRow("notify only") << service << Characteristics{notifyCharacteristic()} << tx
+                                     << true << QString() << noCharacteristics;
+        QTest::newRow("no characteristics")
+            << service << Characteristics() << tx << true << QString() << noCharacteristics;
+        QTest::newRow("notifications refused")
+            << service << both << tx << false << QStringLiteral("Insufficient authentication")
+            << QStringList{QStringLiteral("Insufficient authentication")};
+        QTest::newRow("notifications not on")
+            << service << both << tx << false << QString() << QStringList();
+        QTest::newRow("report for another characteristic")
+            << service << both << BluetoothTransport::rxUUID << true << QStringLiteral("ignored")
+            << QStringList();
     }
-    void serviceNotFound() {
+    void setUpFailures() {
         QFETCH(QList<QBluetoothUuid>, services);
+        QFETCH(Characteristics, characteristics);
+        QFETCH(QBluetoothUuid, notified);
+        QFETCH(bool, isNotifying);
+        QFETCH(QString, error);
+        QFETCH(QStringList, failures);
         Rig rig;
         rig.connecting();
         Q_EMIT rig.adapter.peripheralConnected();
         Q_EMIT rig.adapter.servicesDiscovered(services);
-        QCOMPARE(rig.failures(), QStringList{QStringLiteral("Talvenne service not found")});
-        QCOMPARE(rig.stateSpy.count(), 0);
-        QCOMPARE(rig.link->state(), T::connecting);
-        QVERIFY(rig.adapter.characteristicDiscoveries.isEmpty());
-    }
-
-    void characteristicsNotFound_data() {
-        QTest::addColumn<QList<BleAdapter::Characteristic>>("characteristics");
-        QTest::addColumn<int>("notifySwitches");
-        QTest::newRow("write only")
-            << QList<BleAdapter::Characteristic>{writeCharacteristic()} << 0;
-        QTest::newRow("notify only")
-            << QList<BleAdapter::Characteristic>{notifyCharacteristic()} << 1;
-        QTest::newRow("none") << QList<BleAdapter::Characteristic>() << 0;
-    }
-    void characteristicsNotFound() {
-        QFETCH(QList<BleAdapter::Characteristic>, characteristics);
-        QFETCH(int, notifySwitches);
-        Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.peripheralConnected();
-        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        Q_EMIT rig.adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID,
-                                                     characteristics);
-        QCOMPARE(rig.failures(), QStringList{QStringLiteral("Talvenne characteristics not found")});
-        QCOMPARE(rig.adapter.notifySwitches.size(), notifySwitches);
-        // The platform answers every notification switch it was asked for.
-        const auto switches = rig.adapter.notifySwitches;
-        for (const auto& [characteristic, enabled] : switches)
-            Q_EMIT rig.adapter.notificationStateChanged(characteristic, enabled, QString());
-        QCOMPARE(rig.connectedSpy.count(), 0);
-        QCOMPARE(rig.link->state(), T::connecting);
-    }
-
-    void notificationSwitchReports_data() {
-        QTest::addColumn<QBluetoothUuid>("characteristic");
-        QTest::addColumn<bool>("isNotifying");
-        QTest::addColumn<QString>("error");
-        QTest::addColumn<QStringList>("expectedFailures");
-        QTest::newRow("error") << BluetoothTransport::txUUID << false
-                               << QStringLiteral("Insufficient authentication")
-                               << QStringList{QStringLiteral("Insufficient authentication")};
-        QTest::newRow("not notifying")
-            << BluetoothTransport::txUUID << false << QString() << QStringList();
-        QTest::newRow("other characteristic")
-            << BluetoothTransport::rxUUID << true << QStringLiteral("ignored") << QStringList();
-    }
-    void notificationSwitchReports() {
-        QFETCH(QBluetoothUuid, characteristic);
-        QFETCH(bool, isNotifying);
-        QFETCH(QString, error);
-        QFETCH(QStringList, expectedFailures);
-        Rig rig;
-        rig.connecting();
-        Q_EMIT rig.adapter.peripheralConnected();
-        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        Q_EMIT rig.adapter.characteristicsDiscovered(
-            BluetoothTransport::serviceUUID, {writeCharacteristic(), notifyCharacteristic()});
-        Q_EMIT rig.adapter.notificationStateChanged(characteristic, isNotifying, error);
-        QCOMPARE(rig.failures(), expectedFailures);
+        const bool found = services.contains(BluetoothTransport::serviceUUID);
+        QCOMPARE(rig.adapter.characteristicDiscoveries.size(), found ? 1 : 0);
+        if (found)
+            Q_EMIT rig.adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID,
+                                                         characteristics);
+        // The platform answers the notification switch, if it was asked for one.
+        if (!rig.adapter.notifySwitches.isEmpty())
+            Q_EMIT rig.adapter.notificationStateChanged(notified, isNotifying, error);
+        QCOMPARE(rig.failures(), failures);
         QCOMPARE(rig.connectedSpy.count(), 0);
         QCOMPARE(rig.stateSpy.count(), 0);
-    }
-
-    void receivedValues() {
-        Rig rig;
-        rig.connected();
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, QByteArray());
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::rxUUID, QByteArray("\x01\x02", 2));
-        QCOMPARE(rig.receivedSpy.count(), 0);
-        const QByteArray frame("\x05\x00\x10\x20", 4);
-        Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, frame);
-        QCOMPARE(rig.receivedSpy.count(), 1);
-        QCOMPARE(rig.receivedSpy.at(0).at(0).toByteArray(), frame);
+        QCOMPARE(rig.link->state(), T::connecting);
     }
 
     void writeTypeFollowsProperties_data() {
@@ -748,24 +624,6 @@ private Q_SLOTS:
         QCOMPARE(rig.adapter.writes.at(0).characteristic, BluetoothTransport::rxUUID);
         QCOMPARE(rig.adapter.writes.at(0).value, frame);
         QCOMPARE(rig.adapter.writes.at(0).withResponse, withResponse);
-    }
-
-    void writeWithoutCharacteristicIsDropped() {
-        Rig rig;
-        rig.powerOn();
-        rig.link->write(QByteArray("\x01", 1));
-        rig.link->connectToDevice(radio(1));
-        Q_EMIT rig.adapter.peripheralConnected();
-        rig.link->write(QByteArray("\x02", 1));
-        QVERIFY(rig.adapter.writes.isEmpty());
-
-        // Known write characteristic, but the link was then closed.
-        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
-        Q_EMIT rig.adapter.characteristicsDiscovered(
-            BluetoothTransport::serviceUUID, {writeCharacteristic(), notifyCharacteristic()});
-        rig.link->disconnectFromDevice();
-        rig.link->write(QByteArray("\x03", 1));
-        QVERIFY(rig.adapter.writes.isEmpty());
     }
 };
 

@@ -8,14 +8,15 @@
 #include <QDBusVariant>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
-const QString serviceInterface = QStringLiteral("org.bluez.GattService1");
-const QString characteristicInterface = QStringLiteral("org.bluez.GattCharacteristic1");
-const QString descriptorInterface = QStringLiteral("org.bluez.GattDescriptor1");
-const QString cccdUuid = QStringLiteral("00002902-0000-1000-8000-00805f9b34fb");
+const QString propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
+const QString serviceInterface = u"org.bluez.GattService1"_s;
+const QString characteristicInterface = u"org.bluez.GattCharacteristic1"_s;
+const QString descriptorInterface = u"org.bluez.GattDescriptor1"_s;
+const QString cccdUuid = u"00002902-0000-1000-8000-00805f9b34fb"_s;
 
 QString uuidText(const QBluetoothUuid& uuid) {
     return uuid.toString(QUuid::WithoutBraces).toLower();
@@ -32,7 +33,7 @@ FakeBluez::FakeBluez(QDBusConnection bus, QObject* parent)
     , m_bus(bus) {
     qDBusRegisterMetaType<BluezInterfaces>();
     qDBusRegisterMetaType<BluezObjects>();
-    m_bus.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
+    m_bus.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath);
     m_advertTimer.setInterval(100);
     connect(&m_advertTimer, &QTimer::timeout, this, &FakeBluez::advertise);
     addAdapter();
@@ -46,27 +47,28 @@ bool FakeBluez::claimService() {
     return m_bus.registerService(Bluez::service);
 }
 
-void FakeBluez::releaseService() {
-    m_bus.unregisterService(Bluez::service);
+bool FakeBluez::tracing() {
+    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
+    return trace;
 }
 
 // --- The object tree ---------------------------------------------------------
 
 QString FakeBluez::devicePath(const Radio& radio) const {
-    return m_adapterPath + QStringLiteral("/dev_") +
+    return m_adapterPath + u"/dev_"_s +
            QString(radio.address).replace(QLatin1Char(':'), QLatin1Char('_'));
 }
 QString FakeBluez::servicePath(const Radio& radio) const {
-    return devicePath(radio) + QStringLiteral("/service000c");
+    return devicePath(radio) + u"/service000c"_s;
 }
 QString FakeBluez::rxPath(const Radio& radio) const {
-    return servicePath(radio) + QStringLiteral("/char000d");
+    return servicePath(radio) + u"/char000d"_s;
 }
 QString FakeBluez::txPath(const Radio& radio) const {
-    return servicePath(radio) + QStringLiteral("/char000f");
+    return servicePath(radio) + u"/char000f"_s;
 }
 QString FakeBluez::cccdPath(const Radio& radio) const {
-    return txPath(radio) + QStringLiteral("/desc0011");
+    return txPath(radio) + u"/desc0011"_s;
 }
 
 FakeBluez::Radio* FakeBluez::radioAt(const QString& path) {
@@ -78,25 +80,21 @@ FakeBluez::Radio* FakeBluez::radioAt(const QString& path) {
     return nullptr;
 }
 
-FakeBluez::Radio* FakeBluez::radioByAddress(const QString& address) {
+FakeBluez::Radio& FakeBluez::radio(const QString& address) {
     for (Radio* radio : std::as_const(m_radios)) {
         if (radio->address == address)
-            return radio;
+            return *radio;
     }
-    return nullptr;
-}
-
-const FakeBluez::Radio* FakeBluez::radioByAddress(const QString& address) const {
-    return const_cast<FakeBluez*>(this)->radioByAddress(address);
+    m_unknownRadio = Radio();
+    return m_unknownRadio;
 }
 
 void FakeBluez::addObject(const QString& path, const BluezInterfaces& interfaces) {
-    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
-    if (trace)
+    if (tracing())
         qInfo().noquote() << "<- added" << path;
     m_objects.insert(path, interfaces);
-    QDBusMessage signal = QDBusMessage::createSignal(
-        QStringLiteral("/"), Bluez::objectManagerInterface, QStringLiteral("InterfacesAdded"));
+    QDBusMessage signal =
+        QDBusMessage::createSignal(u"/"_s, Bluez::objectManagerInterface, u"InterfacesAdded"_s);
     signal << objectPath(path) << QVariant::fromValue(interfaces);
     m_bus.send(signal);
 }
@@ -105,8 +103,8 @@ void FakeBluez::removeObject(const QString& path) {
     if (!m_objects.contains(path))
         return;
     const QStringList interfaces = m_objects.take(path).keys();
-    QDBusMessage signal = QDBusMessage::createSignal(
-        QStringLiteral("/"), Bluez::objectManagerInterface, QStringLiteral("InterfacesRemoved"));
+    QDBusMessage signal =
+        QDBusMessage::createSignal(u"/"_s, Bluez::objectManagerInterface, u"InterfacesRemoved"_s);
     signal << objectPath(path) << interfaces;
     m_bus.send(signal);
 }
@@ -121,7 +119,7 @@ void FakeBluez::setProperties(const QString& path, const QString& interface,
     for (const QString& name : invalidated)
         properties.remove(name);
     QDBusMessage signal =
-        QDBusMessage::createSignal(path, propertiesInterface, QStringLiteral("PropertiesChanged"));
+        QDBusMessage::createSignal(path, propertiesInterface, u"PropertiesChanged"_s);
     signal << interface << changed << invalidated;
     m_bus.send(signal);
 }
@@ -132,17 +130,17 @@ void FakeBluez::addAdapter() {
     m_hasAdapter = true;
     m_powered = true;
     QVariantMap adapter{
-        {QStringLiteral("Address"), QStringLiteral("00:1A:7D:DA:71:13")},
-        {QStringLiteral("AddressType"), QStringLiteral("public")},
-        {QStringLiteral("Name"), QStringLiteral("talvenne-test")},
-        {QStringLiteral("Alias"), QStringLiteral("talvenne-test")},
-        {QStringLiteral("Class"), QVariant::fromValue(quint32(0))},
-        {QStringLiteral("Powered"), m_powered},
-        {QStringLiteral("Discoverable"), false},
-        {QStringLiteral("DiscoverableTimeout"), QVariant::fromValue(quint32(180))},
-        {QStringLiteral("Pairable"), false},
-        {QStringLiteral("Discovering"), false},
-        {QStringLiteral("UUIDs"), QStringList()},
+        {u"Address"_s, u"00:1A:7D:DA:71:13"_s},
+        {u"AddressType"_s, u"public"_s},
+        {u"Name"_s, u"talvenne-test"_s},
+        {u"Alias"_s, u"talvenne-test"_s},
+        {u"Class"_s, QVariant::fromValue(quint32(0))},
+        {u"Powered"_s, m_powered},
+        {u"Discoverable"_s, false},
+        {u"DiscoverableTimeout"_s, QVariant::fromValue(quint32(180))},
+        {u"Pairable"_s, false},
+        {u"Discovering"_s, false},
+        {u"UUIDs"_s, QStringList()},
     };
     addObject(m_adapterPath, {{Bluez::adapterInterface, adapter}});
 }
@@ -162,20 +160,20 @@ void FakeBluez::setPowered(bool powered) {
         return;
     m_powered = powered;
     if (powered) {
-        setProperties(m_adapterPath, Bluez::adapterInterface, {{QStringLiteral("Powered"), true}});
+        setProperties(m_adapterPath, Bluez::adapterInterface, {{u"Powered"_s, true}});
         return;
     }
     const bool wasDiscovering = isDiscovering();
     m_discoverySessions.clear();
     m_advertTimer.stop();
-    QVariantMap changed{{QStringLiteral("Powered"), false}};
+    QVariantMap changed{{u"Powered"_s, false}};
     if (wasDiscovering)
-        changed.insert(QStringLiteral("Discovering"), false);
+        changed.insert(u"Discovering"_s, false);
     setProperties(m_adapterPath, Bluez::adapterInterface, changed);
     for (Radio* radio : std::as_const(m_radios)) {
         if (radio->pendingConnect) {
-            replyError(*radio->pendingConnect, QStringLiteral("org.bluez.Error.Failed"),
-                       QStringLiteral("Software caused connection abort"));
+            replyError(*radio->pendingConnect, u"org.bluez.Error.Failed"_s,
+                       u"Software caused connection abort"_s);
             radio->pendingConnect.reset();
         }
         if (radio->connected)
@@ -203,51 +201,15 @@ void FakeBluez::addRadio(const QString& address, const QString& name, int rssi) 
     connect(radio->sim.get(), &MeshLink::transportReceived, this,
             [this, radio](const QByteArray& frame) {
                 if (radio->connected && radio->notifying)
-                    setProperties(txPath(*radio), characteristicInterface,
-                                  {{QStringLiteral("Value"), frame}});
+                    setProperties(txPath(*radio), characteristicInterface, {{u"Value"_s, frame}});
             });
     m_radios.append(radio);
 }
 
-void FakeBluez::setRssi(const QString& address, int rssi) {
-    if (Radio* radio = radioByAddress(address))
-        radio->rssi = rssi;
-}
-
-void FakeBluez::setInRange(const QString& address, bool inRange) {
-    if (Radio* radio = radioByAddress(address))
-        radio->inRange = inRange;
-}
-
-void FakeBluez::setConnectMode(const QString& address, ConnectMode mode) {
-    if (Radio* radio = radioByAddress(address))
-        radio->mode = mode;
-}
-
 void FakeBluez::dropRadio(const QString& address) {
-    Radio* radio = radioByAddress(address);
-    if (radio && radio->connected)
-        tearDown(*radio);
-}
-
-void FakeBluez::dropAnswers(const QString& address, int count) {
-    if (Radio* radio = radioByAddress(address))
-        radio->sim->dropNextAnswers(count);
-}
-
-int FakeBluez::connectAttempts(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio ? radio->connectAttempts : -1;
-}
-
-int FakeBluez::disconnectCalls(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio ? radio->disconnectCalls : -1;
-}
-
-bool FakeBluez::isConnected(const QString& address) const {
-    const Radio* radio = radioByAddress(address);
-    return radio && radio->connected;
+    Radio& target = radio(address);
+    if (target.connected)
+        tearDown(target);
 }
 
 // --- Discovery -----------------------------------------------------------------
@@ -264,38 +226,37 @@ void FakeBluez::advertise() {
         const QVariant rssi = QVariant::fromValue(qint16(radio->rssi));
         if (!m_objects.contains(path)) {
             QVariantMap device{
-                {QStringLiteral("Address"), radio->address},
-                {QStringLiteral("AddressType"), QStringLiteral("random")},
-                {QStringLiteral("Name"), radio->name},
-                {QStringLiteral("Alias"), radio->name},
-                {QStringLiteral("Paired"), false},
-                {QStringLiteral("Trusted"), false},
-                {QStringLiteral("Blocked"), false},
-                {QStringLiteral("LegacyPairing"), false},
-                {QStringLiteral("Connected"), false},
-                {QStringLiteral("ServicesResolved"), false},
-                {QStringLiteral("RSSI"), rssi},
-                {QStringLiteral("UUIDs"), QStringList{uuidText(BluetoothTransport::serviceUUID)}},
-                {QStringLiteral("Adapter"), objectPath(m_adapterPath)},
+                {u"Address"_s, radio->address},
+                {u"AddressType"_s, u"random"_s},
+                {u"Name"_s, radio->name},
+                {u"Alias"_s, radio->name},
+                {u"Paired"_s, false},
+                {u"Trusted"_s, false},
+                {u"Blocked"_s, false},
+                {u"LegacyPairing"_s, false},
+                {u"Connected"_s, false},
+                {u"ServicesResolved"_s, false},
+                {u"RSSI"_s, rssi},
+                {u"UUIDs"_s, QStringList{uuidText(BluetoothTransport::serviceUUID)}},
+                {u"Adapter"_s, objectPath(m_adapterPath)},
             };
             addObject(path, {{Bluez::deviceInterface, device}});
             continue;
         }
         const QVariantMap& now = m_objects[path][Bluez::deviceInterface];
-        if (!now.contains(QStringLiteral("RSSI")) ||
-            now.value(QStringLiteral("RSSI")).toInt() != radio->rssi)
-            setProperties(path, Bluez::deviceInterface, {{QStringLiteral("RSSI"), rssi}});
+        if (!now.contains(u"RSSI"_s) || now.value(u"RSSI"_s).toInt() != radio->rssi)
+            setProperties(path, Bluez::deviceInterface, {{u"RSSI"_s, rssi}});
     }
 }
 
 void FakeBluez::endDiscovery() {
     m_advertTimer.stop();
-    setProperties(m_adapterPath, Bluez::adapterInterface, {{QStringLiteral("Discovering"), false}});
+    setProperties(m_adapterPath, Bluez::adapterInterface, {{u"Discovering"_s, false}});
     for (Radio* radio : std::as_const(m_radios)) {
         const QString path = devicePath(*radio);
         if (!m_objects.contains(path))
             continue;
-        setProperties(path, Bluez::deviceInterface, {}, {QStringLiteral("RSSI")});
+        setProperties(path, Bluez::deviceInterface, {}, {u"RSSI"_s});
     }
 }
 
@@ -304,37 +265,33 @@ void FakeBluez::endDiscovery() {
 void FakeBluez::establish(Radio& radio) {
     radio.connected = true;
     const QString device = devicePath(radio);
-    setProperties(device, Bluez::deviceInterface, {{QStringLiteral("Connected"), true}});
+    setProperties(device, Bluez::deviceInterface, {{u"Connected"_s, true}});
     const QVariant service = objectPath(servicePath(radio));
     addObject(servicePath(radio),
               {{serviceInterface,
-                {{QStringLiteral("UUID"), uuidText(BluetoothTransport::serviceUUID)},
-                 {QStringLiteral("Device"), objectPath(device)},
-                 {QStringLiteral("Primary"), true},
-                 {QStringLiteral("Includes"), QVariant::fromValue(QList<QDBusObjectPath>())}}}});
-    addObject(
-        rxPath(radio),
-        {{characteristicInterface,
-          {{QStringLiteral("UUID"), uuidText(BluetoothTransport::rxUUID)},
-           {QStringLiteral("Service"), service},
-           {QStringLiteral("Value"), QByteArray()},
-           {QStringLiteral("Flags"),
-            QStringList{QStringLiteral("write"), QStringLiteral("write-without-response")}}}}});
-    addObject(txPath(radio),
+                {{u"UUID"_s, uuidText(BluetoothTransport::serviceUUID)},
+                 {u"Device"_s, objectPath(device)},
+                 {u"Primary"_s, true},
+                 {u"Includes"_s, QVariant::fromValue(QList<QDBusObjectPath>())}}}});
+    addObject(rxPath(radio),
               {{characteristicInterface,
-                {{QStringLiteral("UUID"), uuidText(BluetoothTransport::txUUID)},
-                 {QStringLiteral("Service"), service},
-                 {QStringLiteral("Value"), QByteArray()},
-                 {QStringLiteral("Notifying"), false},
-                 {QStringLiteral("Flags"), QStringList{QStringLiteral("notify")}}}}});
+                {{u"UUID"_s, uuidText(BluetoothTransport::rxUUID)},
+                 {u"Service"_s, service},
+                 {u"Value"_s, QByteArray()},
+                 {u"Flags"_s, QStringList{u"write"_s, u"write-without-response"_s}}}}});
+    addObject(txPath(radio), {{characteristicInterface,
+                               {{u"UUID"_s, uuidText(BluetoothTransport::txUUID)},
+                                {u"Service"_s, service},
+                                {u"Value"_s, QByteArray()},
+                                {u"Notifying"_s, false},
+                                {u"Flags"_s, QStringList{u"notify"_s}}}}});
     addObject(cccdPath(radio), {{descriptorInterface,
-                                 {{QStringLiteral("UUID"), cccdUuid},
-                                  {QStringLiteral("Characteristic"), objectPath(txPath(radio))},
-                                  {QStringLiteral("Value"), QByteArray()}}}});
-    setProperties(
-        device, Bluez::deviceInterface,
-        {{QStringLiteral("UUIDs"), QStringList{uuidText(BluetoothTransport::serviceUUID)}},
-         {QStringLiteral("ServicesResolved"), true}});
+                                 {{u"UUID"_s, cccdUuid},
+                                  {u"Characteristic"_s, objectPath(txPath(radio))},
+                                  {u"Value"_s, QByteArray()}}}});
+    setProperties(device, Bluez::deviceInterface,
+                  {{u"UUIDs"_s, QStringList{uuidText(BluetoothTransport::serviceUUID)}},
+                   {u"ServicesResolved"_s, true}});
     DiscoveredDevice peer;
     peer.id = SimulatedRadio::deviceId;
     radio.sim->connectToDevice(peer);
@@ -348,9 +305,8 @@ void FakeBluez::tearDown(Radio& radio) {
     removeObject(txPath(radio));
     removeObject(rxPath(radio));
     removeObject(servicePath(radio));
-    setProperties(
-        devicePath(radio), Bluez::deviceInterface,
-        {{QStringLiteral("ServicesResolved"), false}, {QStringLiteral("Connected"), false}});
+    setProperties(devicePath(radio), Bluez::deviceInterface,
+                  {{u"ServicesResolved"_s, false}, {u"Connected"_s, false}});
 }
 
 // --- Messages ------------------------------------------------------------------
@@ -368,21 +324,24 @@ void FakeBluez::replyError(const QDBusMessage& message, const QString& name, con
     m_bus.send(message.createErrorReply(name, text));
 }
 
+void FakeBluez::replyNotReady(const QDBusMessage& message) {
+    replyError(message, u"org.bluez.Error.NotReady"_s, u"Resource Not Ready"_s);
+}
+
 bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection&) {
-    static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
-    if (trace)
+    if (tracing())
         qInfo().noquote() << "->" << message.path() << message.interface() << message.member()
                           << message.arguments();
     message.setDelayedReply(true);
     if (m_denied) {
-        replyError(message, QStringLiteral("org.freedesktop.DBus.Error.AccessDenied"),
-                   QStringLiteral("Rejected send message"));
+        replyError(message, u"org.freedesktop.DBus.Error.AccessDenied"_s,
+                   u"Rejected send message"_s);
         return true;
     }
     const QString path = message.path();
     const QString interface = message.interface();
     if (interface == QLatin1String("org.freedesktop.DBus.Introspectable")) {
-        reply(message, {QStringLiteral("<node/>")});
+        reply(message, {u"<node/>"_s});
         return true;
     }
     if (path == QLatin1String("/") && interface == Bluez::objectManagerInterface &&
@@ -394,8 +353,8 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
         return true;
     }
     if (!m_objects.contains(path)) {
-        replyError(message, QStringLiteral("org.freedesktop.DBus.Error.UnknownObject"),
-                   QStringLiteral("No such object ") + path);
+        replyError(message, u"org.freedesktop.DBus.Error.UnknownObject"_s,
+                   u"No such object "_s + path);
         return true;
     }
     if (interface == propertiesInterface) {
@@ -413,8 +372,7 @@ bool FakeBluez::handleMessage(const QDBusMessage& message, const QDBusConnection
             handleGatt(message, *radio);
         return true;
     }
-    replyError(message, QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"),
-               message.member());
+    replyError(message, u"org.freedesktop.DBus.Error.UnknownMethod"_s, message.member());
     return true;
 }
 
@@ -423,8 +381,8 @@ void FakeBluez::handleProperties(const QDBusMessage& message) {
     const QString interface = args.value(0).toString();
     const BluezInterfaces& object = m_objects[message.path()];
     if (!object.contains(interface)) {
-        replyError(message, QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"),
-                   QStringLiteral("No such interface ") + interface);
+        replyError(message, u"org.freedesktop.DBus.Error.InvalidArgs"_s,
+                   u"No such interface "_s + interface);
         return;
     }
     const QVariantMap& properties = object[interface];
@@ -435,8 +393,8 @@ void FakeBluez::handleProperties(const QDBusMessage& message) {
     const QString name = args.value(1).toString();
     if (message.member() == QLatin1String("Get")) {
         if (!properties.contains(name)) {
-            replyError(message, QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs"),
-                       QStringLiteral("No such property ") + name);
+            replyError(message, u"org.freedesktop.DBus.Error.InvalidArgs"_s,
+                       u"No such property "_s + name);
             return;
         }
         reply(message, {QVariant::fromValue(QDBusVariant(properties.value(name)))});
@@ -446,8 +404,7 @@ void FakeBluez::handleProperties(const QDBusMessage& message) {
         const QVariant value = args.value(2).value<QDBusVariant>().variant();
         if (name == QLatin1String("Powered")) {
             if (!m_powerOnAllowed && value.toBool()) {
-                replyError(message, QStringLiteral("org.bluez.Error.Failed"),
-                           QStringLiteral("Blocked through rfkill"));
+                replyError(message, u"org.bluez.Error.Failed"_s, u"Blocked through rfkill"_s);
                 return;
             }
             reply(message);
@@ -458,7 +415,7 @@ void FakeBluez::handleProperties(const QDBusMessage& message) {
         reply(message);
         return;
     }
-    replyError(message, QStringLiteral("org.freedesktop.DBus.Error.PropertyReadOnly"), name);
+    replyError(message, u"org.freedesktop.DBus.Error.PropertyReadOnly"_s, name);
 }
 
 void FakeBluez::handleAdapter(const QDBusMessage& message) {
@@ -466,31 +423,27 @@ void FakeBluez::handleAdapter(const QDBusMessage& message) {
     if (member == QLatin1String("SetDiscoveryFilter")) {
         reply(message);
     } else if (member == QLatin1String("GetDiscoveryFilters")) {
-        reply(message, {QStringList{QStringLiteral("Transport"), QStringLiteral("RSSI")}});
+        reply(message, {QStringList{u"Transport"_s, u"RSSI"_s}});
     } else if (member == QLatin1String("StartDiscovery")) {
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
             return;
         }
         const bool first = m_discoverySessions.isEmpty();
         m_discoverySessions.insert(message.service());
         reply(message);
         if (first) {
-            setProperties(m_adapterPath, Bluez::adapterInterface,
-                          {{QStringLiteral("Discovering"), true}});
+            setProperties(m_adapterPath, Bluez::adapterInterface, {{u"Discovering"_s, true}});
             m_advertTimer.start();
             QTimer::singleShot(10, this, &FakeBluez::advertise);
         }
     } else if (member == QLatin1String("StopDiscovery")) {
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
             return;
         }
         if (!m_discoverySessions.remove(message.service())) {
-            replyError(message, QStringLiteral("org.bluez.Error.Failed"),
-                       QStringLiteral("No discovery started"));
+            replyError(message, u"org.bluez.Error.Failed"_s, u"No discovery started"_s);
             return;
         }
         reply(message);
@@ -503,7 +456,7 @@ void FakeBluez::handleAdapter(const QDBusMessage& message) {
         removeObject(device);
         reply(message);
     } else {
-        replyError(message, QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod"), member);
+        replyError(message, u"org.freedesktop.DBus.Error.UnknownMethod"_s, member);
     }
 }
 
@@ -512,42 +465,39 @@ void FakeBluez::handleDevice(const QDBusMessage& message, Radio& radio) {
     if (member == QLatin1String("Connect")) {
         ++radio.connectAttempts;
         if (!m_powered) {
-            replyError(message, QStringLiteral("org.bluez.Error.NotReady"),
-                       QStringLiteral("Resource Not Ready"));
+            replyNotReady(message);
         } else if (radio.pendingConnect) {
-            replyError(message, QStringLiteral("org.bluez.Error.InProgress"),
-                       QStringLiteral("In Progress"));
+            replyError(message, u"org.bluez.Error.InProgress"_s, u"In Progress"_s);
         } else if (radio.connected) {
             reply(message);
         } else if (radio.mode == ConnectMode::fail || !radio.inRange) {
             QTimer::singleShot(5, this, [this, message] {
-                replyError(message, QStringLiteral("org.bluez.Error.Failed"),
-                           QStringLiteral("le-connection-abort-by-local"));
+                replyError(message, u"org.bluez.Error.Failed"_s, u"le-connection-abort-by-local"_s);
             });
         } else if (radio.mode == ConnectMode::hang) {
             radio.pendingConnect = message;
         } else {
             const QString address = radio.address;
             QTimer::singleShot(5, this, [this, message, address] {
-                Radio* radio = radioByAddress(address);
-                if (!radio || !m_powered || radio->connected)
+                Radio& radio = this->radio(address);
+                if (!radio.sim || !m_powered || radio.connected)
                     return;
-                establish(*radio);
+                establish(radio);
                 reply(message);
             });
         }
     } else if (member == QLatin1String("Disconnect")) {
         ++radio.disconnectCalls;
         if (radio.pendingConnect) {
-            replyError(*radio.pendingConnect, QStringLiteral("org.bluez.Error.Failed"),
-                       QStringLiteral("Operation was cancelled"));
+            replyError(*radio.pendingConnect, u"org.bluez.Error.Failed"_s,
+                       u"Operation was cancelled"_s);
             radio.pendingConnect.reset();
         }
         if (radio.connected)
             tearDown(radio);
         reply(message);
     } else {
-        replyError(message, QStringLiteral("org.bluez.Error.NotSupported"), member);
+        replyError(message, u"org.bluez.Error.NotSupported"_s, member);
     }
 }
 
@@ -561,7 +511,7 @@ void FakeBluez::handleGatt(const QDBusMessage& message, Radio& radio) {
                   {radio.notifying ? QByteArray::fromHex("0100") : QByteArray::fromHex("0000")});
             return;
         }
-        reply(message, {properties.value(QStringLiteral("Value")).toByteArray()});
+        reply(message, {properties.value(u"Value"_s).toByteArray()});
     } else if (member == QLatin1String("WriteValue") && path == rxPath(radio)) {
         const QByteArray frame = message.arguments().value(0).toByteArray();
         reply(message);
@@ -569,13 +519,13 @@ void FakeBluez::handleGatt(const QDBusMessage& message, Radio& radio) {
     } else if (member == QLatin1String("StartNotify") && path == txPath(radio)) {
         reply(message);
         radio.notifying = true;
-        setProperties(path, characteristicInterface, {{QStringLiteral("Notifying"), true}});
+        setProperties(path, characteristicInterface, {{u"Notifying"_s, true}});
     } else if (member == QLatin1String("StopNotify") && path == txPath(radio)) {
         reply(message);
         radio.notifying = false;
-        setProperties(path, characteristicInterface, {{QStringLiteral("Notifying"), false}});
+        setProperties(path, characteristicInterface, {{u"Notifying"_s, false}});
     } else {
-        replyError(message, QStringLiteral("org.bluez.Error.NotPermitted"), member);
+        replyError(message, u"org.bluez.Error.NotPermitted"_s, member);
     }
 }
 
@@ -585,5 +535,10 @@ void FakeBluezControl::SetConnectMode(const QString& address, const QString& mod
         value = FakeBluez::ConnectMode::fail;
     else if (mode == QLatin1String("hang"))
         value = FakeBluez::ConnectMode::hang;
-    m_bluez->setConnectMode(address, value);
+    m_bluez->radio(address).mode = value;
+}
+
+void FakeBluezControl::DropAnswers(const QString& address, int count) {
+    if (const auto& sim = m_bluez->radio(address).sim)
+        sim->dropNextAnswers(count);
 }

@@ -28,39 +28,6 @@ class FakeBluez final : public QDBusVirtualObject {
 public:
     enum class ConnectMode { succeed, fail, hang };
 
-    explicit FakeBluez(QDBusConnection bus, QObject* parent = nullptr);
-    ~FakeBluez() override;
-
-    // QDBusVirtualObject
-    QString introspect(const QString& path) const override;
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
-
-    bool claimService();
-    void releaseService();
-
-    void addAdapter();
-    void removeAdapter();
-    void setPowered(bool powered);
-    void setPowerOnAllowed(bool allowed) { m_powerOnAllowed = allowed; }
-    void setDenied(bool denied) { m_denied = denied; }
-    // BlueZ keeps the devices it heard after a scan ends (for a while, or
-    // for good once paired); this forgets those not connected.
-    void forgetDevices();
-
-    void addRadio(const QString& address, const QString& name, int rssi);
-    void setRssi(const QString& address, int rssi);
-    void setInRange(const QString& address, bool inRange);
-    void setConnectMode(const QString& address, ConnectMode mode);
-    // The radio ends an established link (or one being set up).
-    void dropRadio(const QString& address);
-    void dropAnswers(const QString& address, int count);
-
-    int connectAttempts(const QString& address) const;
-    int disconnectCalls(const QString& address) const;
-    bool isConnected(const QString& address) const;
-    bool isDiscovering() const { return !m_discoverySessions.isEmpty(); }
-
-private:
     struct Radio {
         QString address;
         QString name;
@@ -75,17 +42,43 @@ private:
         std::unique_ptr<SimulatedRadio> sim;
     };
 
+    explicit FakeBluez(QDBusConnection bus, QObject* parent = nullptr);
+    ~FakeBluez() override;
+
+    // QDBusVirtualObject
+    QString introspect(const QString& path) const override;
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+    bool claimService();
+
+    void addAdapter();
+    void removeAdapter();
+    void setPowered(bool powered);
+    void setPowerOnAllowed(bool allowed) { m_powerOnAllowed = allowed; }
+    void setDenied(bool denied) { m_denied = denied; }
+    // BlueZ keeps the devices it heard after a scan ends (for a while, or
+    // for good once paired); this forgets those not connected.
+    void forgetDevices();
+
+    void addRadio(const QString& address, const QString& name, int rssi);
+    // A stand-in radio whose fields the test sets directly; a dummy for an
+    // unknown address.
+    Radio& radio(const QString& address);
+    // The radio ends an established link (or one being set up).
+    void dropRadio(const QString& address);
+    bool isDiscovering() const { return !m_discoverySessions.isEmpty(); }
+
+private:
     QString devicePath(const Radio& radio) const;
     QString servicePath(const Radio& radio) const;
     QString rxPath(const Radio& radio) const;
     QString txPath(const Radio& radio) const;
     QString cccdPath(const Radio& radio) const;
     Radio* radioAt(const QString& path);
-    Radio* radioByAddress(const QString& address);
-    const Radio* radioByAddress(const QString& address) const;
 
     void addObject(const QString& path, const BluezInterfaces& interfaces);
     void removeObject(const QString& path);
+    static bool tracing();
     void setProperties(const QString& path, const QString& interface, const QVariantMap& changed,
                        const QStringList& invalidated = {});
 
@@ -95,6 +88,7 @@ private:
     void handleGatt(const QDBusMessage& message, Radio& radio);
     void reply(const QDBusMessage& message, const QList<QVariant>& arguments = {});
     void replyError(const QDBusMessage& message, const QString& name, const QString& text);
+    void replyNotReady(const QDBusMessage& message);
 
     void advertise();
     void endDiscovery();
@@ -112,6 +106,7 @@ private:
     QList<Radio*> m_radios;
     QSet<QString> m_discoverySessions;
     QTimer m_advertTimer;
+    Radio m_unknownRadio;
 };
 
 // The test's handle on the stand-in, on a bus connection of its own under the
@@ -127,13 +122,15 @@ public Q_SLOTS:
     void AddRadio(const QString& address, const QString& name, int rssi) {
         m_bluez->addRadio(address, name, rssi);
     }
-    void SetRssi(const QString& address, int rssi) { m_bluez->setRssi(address, rssi); }
-    void SetInRange(const QString& address, bool inRange) { m_bluez->setInRange(address, inRange); }
+    void SetRssi(const QString& address, int rssi) { m_bluez->radio(address).rssi = rssi; }
+    void SetInRange(const QString& address, bool inRange) {
+        m_bluez->radio(address).inRange = inRange;
+    }
     // "succeed", "fail" or "hang".
     void SetConnectMode(const QString& address, const QString& mode);
     void DropRadio(const QString& address) { m_bluez->dropRadio(address); }
     // The radio acts on its next `count` commands but does not answer them.
-    void DropAnswers(const QString& address, int count) { m_bluez->dropAnswers(address, count); }
+    void DropAnswers(const QString& address, int count);
     void SetPowered(bool powered) { m_bluez->setPowered(powered); }
     void SetPowerOnAllowed(bool allowed) { m_bluez->setPowerOnAllowed(allowed); }
     void ForgetDevices() { m_bluez->forgetDevices(); }
@@ -141,10 +138,8 @@ public Q_SLOTS:
     void AddAdapter() { m_bluez->addAdapter(); }
     void RemoveAdapter() { m_bluez->removeAdapter(); }
     bool ClaimService() { return m_bluez->claimService(); }
-    void ReleaseService() { m_bluez->releaseService(); }
-    int ConnectAttempts(const QString& address) { return m_bluez->connectAttempts(address); }
-    int DisconnectCalls(const QString& address) { return m_bluez->disconnectCalls(address); }
-    bool IsConnected(const QString& address) { return m_bluez->isConnected(address); }
+    int ConnectAttempts(const QString& address) { return m_bluez->radio(address).connectAttempts; }
+    int DisconnectCalls(const QString& address) { return m_bluez->radio(address).disconnectCalls; }
     bool IsDiscovering() { return m_bluez->isDiscovering(); }
 
 private:
