@@ -47,6 +47,10 @@ bool FakeBluez::claimService() {
     return m_bus.registerService(Bluez::service);
 }
 
+void FakeBluez::releaseService() {
+    m_bus.unregisterService(Bluez::service);
+}
+
 bool FakeBluez::tracing() {
     static const bool trace = qEnvironmentVariableIntValue("FAKE_BLUEZ_TRACE") == 1;
     return trace;

@@ -50,6 +50,7 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
     bool claimService();
+    void releaseService();
 
     void addAdapter();
     void removeAdapter();
@@ -138,6 +139,8 @@ public Q_SLOTS:
     void AddAdapter() { m_bluez->addAdapter(); }
     void RemoveAdapter() { m_bluez->removeAdapter(); }
     bool ClaimService() { return m_bluez->claimService(); }
+    // The screenshot tour shows the app while the service is gone.
+    void ReleaseService() { m_bluez->releaseService(); }
     int ConnectAttempts(const QString& address) { return m_bluez->radio(address).connectAttempts; }
     int DisconnectCalls(const QString& address) { return m_bluez->radio(address).disconnectCalls; }
     bool IsDiscovering() { return m_bluez->isDiscovering(); }
