@@ -10,6 +10,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QUuid>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -49,6 +50,18 @@ struct ControllerBench {
     void buildController() {
         controller =
             std::make_unique<MeshController>(&link, &clock, &notifier, store.get(), settings.get());
+    }
+    // Moves the clock `millis` on and tells whether `outcome` ended then and
+    // not a millisecond sooner (at once for 0).
+    template <typename Outcome>
+    bool endsAfter(const Outcome& outcome, int millis) {
+        if (millis > 0) {
+            clock.advance(std::chrono::milliseconds(millis - 1));
+            if (outcome.done)
+                return false;
+            clock.advance(std::chrono::milliseconds(1));
+        }
+        return outcome.done;
     }
     QString historyPath() const { return dir.filePath(QStringLiteral("conversations.json")); }
 
