@@ -69,8 +69,6 @@ private Q_SLOTS:
                                    << "Illegal argument";
         QTest::newRow("63 digits while disconnected") << aliceKey.left(63) << false << ""
                                                       << "Illegal argument";
-        QTest::newRow("65 digits while disconnected") << aliceKey + "f" << false << ""
-                                                      << "Illegal argument";
         QTest::newRow("non-ASCII digit is no hex digit") << fullWidthTail << true << ""
                                                          << "Illegal argument";
         QTest::newRow("non-hex letters dropped, 64 left")
@@ -158,12 +156,7 @@ private Q_SLOTS:
         captureVoid(rig.controller->addContact(aliceKey.toUpper(), QStringLiteral("Alice"),
                                                MeshProtocol::AdvertType::chat),
                     &outcome);
-        if (millisToEnd > 0) {
-            rig.clock.advance(std::chrono::milliseconds(millisToEnd - 1));
-            QVERIFY(!outcome.done);
-            rig.clock.advance(1ms);
-        }
-        QVERIFY(outcome.done);
+        QVERIFY(rig.endsAfter(outcome, millisToEnd));
         QCOMPARE(errorTextOf(outcome), error);
         QCOMPARE(rig.controller->contactForKey(aliceKey).has_value(), listed);
         if (listed) {
@@ -358,7 +351,9 @@ private Q_SLOTS:
         };
         QSignalSpy changed(rig.controller.get(), &MeshController::verifiedKeysChanged);
 
-        rig.controller->setVerified(makeContact(aliceKey, "Alice ❤"));
+        rig.deliver(Events::Contact{makeContact(aliceKey, "Alice ❤")});
+        QVERIFY(rig.controller->setVerified(aliceKey)); // by key: the contact is looked up
+        QVERIFY(!rig.controller->setVerified(keyOf('c')));
         QCOMPARE(storedObject(), (QVariantMap{{aliceKey, "Alice ❤"}}));
         rig.controller->setVerified(makeContact(keyOf('b'), "Bea"));
         rig.controller->setVerified(makeContact(aliceKey, "Alice V."));
@@ -376,15 +371,6 @@ private Q_SLOTS:
                  (MeshController::VerifiedKeyMap{{keyOf('b'), "Bea"}}));
     }
 
-    void setVerifiedByKeyLooksTheContactUp() {
-        ControllerRig rig;
-        rig.deliver(Events::Contact{makeContact(aliceKey, "Alice")});
-        QVERIFY(rig.controller->setVerified(aliceKey));
-        QVERIFY(!rig.controller->setVerified(keyOf('c')));
-        QCOMPARE(rig.controller->verifiedKeys(),
-                 (MeshController::VerifiedKeyMap{{aliceKey, "Alice"}}));
-    }
-
     void conflictingVerifiedKey_data() {
         QTest::addColumn<QString>("verifiedName"); // verified under key 'a'
         QTest::addColumn<QString>("name");         // of the contact with key 'b'
@@ -393,16 +379,12 @@ private Q_SLOTS:
 
         QTest::newRow("same name other case") << "Alice"
                                               << "alice" << false << true;
-        QTest::newRow("same name exactly") << "Alice"
-                                           << "Alice" << false << true;
         QTest::newRow("different name") << "Alice"
                                         << "Alicia" << false << false;
         QTest::newRow("contact itself verified") << "Alice"
                                                  << "alice" << true << false;
         QTest::newRow("empty name") << ""
                                     << "" << false << false;
-        QTest::newRow("umlauts") << "ÄITI"
-                                 << "äiti" << false << true;
         QTest::newRow("Greek final sigma") << "ΣΟΦΙΑΣ"
                                            << "σοφιας" << false << true;
         // Deliberate: full case folding, so a look-alike spelled with "SS"
@@ -434,12 +416,8 @@ private Q_SLOTS:
         rig.deliver(Events::Contact{b}); // the QML form looks the contact up
         QCOMPARE(rig.controller->conflictingVerifiedKey(keyOf('b')),
                  conflict ? keyOf('a') : QString());
-    }
-
-    void verifiedContactRenamedIsNoConflictWithItself() {
-        ControllerRig rig;
-        rig.controller->setVerified(makeContact(keyOf('a'), "Alice"));
-        QCOMPARE(rig.controller->conflictingVerifiedKey(makeContact(keyOf('a'), "ALICE")),
+        // A verified contact renamed is no conflict with itself.
+        QCOMPARE(rig.controller->conflictingVerifiedKey(makeContact(keyOf('a'), name)),
                  std::nullopt);
     }
 

@@ -1,8 +1,6 @@
 // The controller against the simulated radio: real frames both ways.
 
-#include "controller_rig.h"
-#include "sim/simulated_radio.h"
-#include "test_support.h"
+#include "sim_rig.h"
 
 #include <QTest>
 
@@ -16,13 +14,10 @@ private Q_SLOTS:
     void initTestCase() { TestSupport::isolateFromUserFiles(); }
 
     void handshakeThenDirectMessageRoundTrip() {
-        QTemporaryDir dir;
-        ManualClock clock;
-        SimulatedRadio radio(&clock, 7);
-        RecordingNotifier notifier;
-        ConversationStore store(dir.filePath(QStringLiteral("conversations.json")));
-        QSettings settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
-        MeshController controller(&radio, &clock, &notifier, &store, &settings);
+        SimRig rig(7);
+        ManualClock& clock = rig.clock;
+        SimulatedRadio& radio = rig.radio;
+        MeshController& controller = *rig.controller;
 
         const qint64 base = clock.now().toSecsSinceEpoch() - 1000;
         radio.addContact(makeContact(keyOf('1'), "Ten", base + 10, 2));
@@ -56,7 +51,7 @@ private Q_SLOTS:
         const QString thirty = QStringLiteral("contact:") + keyOf('3');
         QCOMPARE(controller.conversations()[thirty].messages.last().text, QStringLiteral("hei"));
         QCOMPARE(controller.totalUnreadCount(), 2);
-        QCOMPARE(notifier.posted.size(), 2);
+        QCOMPARE(rig.notifier.posted.size(), 2);
 
         const auto ten = ConversationID::contact(keyOf('1'));
         controller.sendMessage(QStringLiteral("ping"), ten);

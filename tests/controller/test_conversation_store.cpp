@@ -137,25 +137,23 @@ private slots:
         }
     }
 
-    void missingFileLoadsEmpty() {
-        QTemporaryDir dir;
-        ConversationStore store(pathIn(dir));
-        QVERIFY(store.load().isEmpty());
-        QCOMPARE(historyFiles(dir.path()), QStringList());
-        QVERIFY(store.error().isEmpty());
-    }
-
+    // A missing file loads empty; saves reach the disk on flush(), and the
+    // destructor finishes the writes still waiting: closed, the file alone
+    // holds everything, in its own shape.
     void savesAndLoadsBack() {
         QTemporaryDir dir;
         const QList<Conversation> list = history(5, 40);
         {
             ConversationStore store(pathIn(dir));
             QVERIFY(store.load().isEmpty());
-            store.save(list);
+            QCOMPARE(historyFiles(dir.path()), QStringList());
+            QVERIFY(store.error().isEmpty());
+            store.save(history(3, 3));
             store.flush();
-            QVERIFY(onDisk(pathIn(dir)) == list);
+            QVERIFY(onDisk(pathIn(dir)) == history(3, 3));
+            store.save(history(3, 9));
+            store.save(list);
         }
-        // Closed: the file alone holds everything, in its own shape.
         QCOMPARE(contents(pathIn(dir)), encodeConversations(list));
         ConversationStore again(pathIn(dir));
         QVERIFY(again.load() == list);
@@ -163,7 +161,8 @@ private slots:
 
     void fileIsPrivateToTheUser() {
         QTemporaryDir dir;
-        // An existing file with looser permissions is replaced by a private one.
+        // An existing file (an empty array, which is no damage) with looser
+        // permissions is replaced by a private one.
         writeFile(pathIn(dir), "[]");
         QFile::setPermissions(pathIn(dir), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                                QFileDevice::ReadGroup | QFileDevice::ReadOther);
@@ -171,24 +170,14 @@ private slots:
 
         ConversationStore store(pathIn(dir));
         QVERIFY(store.load().isEmpty());
+        QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
+        QCOMPARE(contents(pathIn(dir)), QByteArray("[]"));
         store.save(history(1, 1));
         store.flush();
         QCOMPARE(mode(pathIn(dir)), 0600u);
         QCOMPARE(mode(pathIn(dir) + QStringLiteral(".journal")), 0600u);
         QCOMPARE(historyFiles(dir.path()),
                  (QStringList{"conversations.json", "conversations.json.journal"}));
-    }
-
-    void destructorFinishesTheWrites() {
-        QTemporaryDir dir;
-        const QList<Conversation> list = history(3, 9);
-        {
-            ConversationStore store(pathIn(dir));
-            store.load();
-            store.save(history(3, 3));
-            store.save(list);
-        }
-        QCOMPARE(contents(pathIn(dir)), encodeConversations(list));
     }
 
     void burstEndsWithTheNewestSnapshot() {
@@ -404,15 +393,6 @@ private slots:
             kept.append(QString::fromUtf8(contents(dir.filePath(name))));
         kept.sort();
         QCOMPARE(kept, (QStringList{"first", "second"}));
-    }
-
-    void emptyArrayIsNotDamage() {
-        QTemporaryDir dir;
-        writeFile(pathIn(dir), "[]");
-        ConversationStore store(pathIn(dir));
-        QVERIFY(store.load().isEmpty());
-        QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
-        QCOMPARE(contents(pathIn(dir)), QByteArray("[]"));
     }
 
     // A file-size limit in another process (as a full disk would): the

@@ -1,51 +1,24 @@
 #pragma once
 
-#include "controller/conversation_store.h"
-#include "controller/mesh_controller.h"
-#include "recording_notifier.h"
+#include "controller_bench.h"
 #include "sim/simulated_radio.h"
 #include "test_support.h"
-#include "time/clock.h"
 
-#include <QFile>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTest>
 #include <chrono>
-#include <memory>
 
 // A controller talking to the simulated radio, on virtual time: real frames
-// both ways, with the radio's knobs for lost answers, errors and link drops,
-// and throw-away history and settings files. `history` is written to the
-// history file before the controller loads it.
+// both ways, with the radio's knobs for lost answers, errors and link drops.
+// `history` is written to the history file before the controller loads it.
 //
 // Declare a test's outcomes before its rig: destroying the controller ends
 // every operation still waiting, and those write their outcome then.
-struct SimRig {
-    QTemporaryDir dir;
-    ManualClock clock;
-    SimulatedRadio radio;
-    RecordingNotifier notifier;
-    std::unique_ptr<ConversationStore> store;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<MeshController> controller;
+struct SimRig : ControllerBench<SimulatedRadio> {
+    SimulatedRadio& radio = link;
 
     explicit SimRig(quint32 seed = 5, const QList<Conversation>& history = {})
-        : radio(&clock, seed) {
-        const QString historyPath = dir.filePath(QStringLiteral("history.json"));
-        if (!history.isEmpty()) {
-            QFile file(historyPath);
-            if (file.open(QIODevice::WriteOnly))
-                file.write(encodeConversations(history));
-        }
-        store = std::make_unique<ConversationStore>(historyPath);
-        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
-                                               QSettings::IniFormat);
-        controller = std::make_unique<MeshController>(&radio, &clock, &notifier, store.get(),
-                                                      settings.get());
+        : ControllerBench(history, true, seed) {
         clock.settle();
     }
-    ~SimRig() { controller.reset(); }
 
     // Scans, connects and lets the handshake finish; the frames it wrote are
     // forgotten, so a test sees only its own.
@@ -78,36 +51,4 @@ struct SimRig {
             codes << std::uint8_t(frame.at(0));
         return codes;
     }
-
-    // What the disk holds (file and journal), read by a second store that
-    // stays read-only beside `store`.
-    std::optional<QList<Conversation>> savedHistory() {
-        store->flush();
-        if (!QFile::exists(store->filePath()))
-            return std::nullopt;
-        return ConversationStore(store->filePath()).load();
-    }
 };
-
-inline ChatMessage incomingMessage(const QString& text, const QDateTime& at) {
-    ChatMessage message;
-    message.id = QUuid::createUuid();
-    message.direction = ChatMessage::Direction::incoming;
-    message.text = text;
-    message.timestamp = at;
-    return message;
-}
-
-// The description of the error an outcome ended with; empty for success.
-template <typename Outcome>
-QString errorTextOf(const Outcome& outcome) {
-    if (!outcome.error)
-        return {};
-    try {
-        std::rethrow_exception(outcome.error);
-    } catch (const MeshError& error) {
-        return error.description();
-    } catch (...) {
-        return QStringLiteral("<not a MeshError>");
-    }
-}

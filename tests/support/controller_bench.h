@@ -1,0 +1,132 @@
+#pragma once
+
+#include "controller/conversation_store.h"
+#include "controller/mesh_controller.h"
+#include "recording_notifier.h"
+#include "time/clock.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QUuid>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <type_traits>
+
+// Everything a controller needs, on virtual time and throw-away files, over a
+// link of type `Link` (built with the bench's clock first when it takes one).
+// The members are declared in the order they depend on each other, so the
+// controller goes before the link, store and clock it uses.
+template <typename Link>
+struct ControllerBench {
+    QTemporaryDir dir;
+    ManualClock clock;
+    Link link;
+    RecordingNotifier notifier;
+    std::unique_ptr<ConversationStore> store;
+    std::unique_ptr<QSettings> settings;
+    std::unique_ptr<MeshController> controller;
+
+    // `history` is written to the history file before the store opens it; the
+    // controller waits for buildController() when `build` is false, so a test
+    // can prepare settings and history first.
+    template <typename... LinkArgs>
+    explicit ControllerBench(const QList<Conversation>& history, bool build, LinkArgs&&... linkArgs)
+        : link(makeLink(clock, std::forward<LinkArgs>(linkArgs)...)) {
+        if (!history.isEmpty()) {
+            QFile file(historyPath());
+            if (file.open(QIODevice::WriteOnly))
+                file.write(encodeConversations(history));
+        }
+        store = std::make_unique<ConversationStore>(historyPath());
+        settings = std::make_unique<QSettings>(dir.filePath(QStringLiteral("settings.ini")),
+                                               QSettings::IniFormat);
+        if (build)
+            buildController();
+    }
+
+    void buildController() {
+        controller =
+            std::make_unique<MeshController>(&link, &clock, &notifier, store.get(), settings.get());
+    }
+    // Moves the clock `millis` on and tells whether `outcome` ended then and
+    // not a millisecond sooner (at once for 0).
+    template <typename Outcome>
+    bool endsAfter(const Outcome& outcome, int millis) {
+        if (millis > 0) {
+            clock.advance(std::chrono::milliseconds(millis - 1));
+            if (outcome.done)
+                return false;
+            clock.advance(std::chrono::milliseconds(1));
+        }
+        return outcome.done;
+    }
+    QString historyPath() const { return dir.filePath(QStringLiteral("conversations.json")); }
+
+    // What the disk holds (file and journal) once every save so far has been
+    // written; read by a second store, which stays read-only beside `store`.
+    std::optional<QList<Conversation>> savedHistory() {
+        store->flush();
+        if (!QFile::exists(historyPath()))
+            return std::nullopt;
+        return ConversationStore(historyPath()).load();
+    }
+
+private:
+    template <typename... Args>
+    static Link makeLink(ManualClock& clock, Args&&... args) {
+        if constexpr (std::is_constructible_v<Link, ManualClock*, Args...>)
+            return Link(&clock, std::forward<Args>(args)...);
+        else
+            return Link(std::forward<Args>(args)...);
+    }
+};
+
+inline QString keyOf(char digit) {
+    return QString(64, QLatin1Char(digit));
+}
+
+inline Contact makeContact(const QString& key, const QString& name, qint64 lastAdvert = 0,
+                           std::int8_t outPathLength = -1) {
+    Contact c;
+    c.publicKey = key;
+    c.name = name;
+    c.lastAdvert = QDateTime::fromSecsSinceEpoch(lastAdvert, Qt::UTC);
+    c.lastModified = c.lastAdvert;
+    c.outPathLength = outPathLength;
+    return c;
+}
+
+inline ChatMessage incomingMessage(const QString& text, const QDateTime& at) {
+    ChatMessage message;
+    message.id = QUuid::createUuid();
+    message.direction = ChatMessage::Direction::incoming;
+    message.text = text;
+    message.timestamp = at;
+    return message;
+}
+
+// The error a finished coroutine ended with, or none.
+template <typename Outcome>
+std::optional<MeshError> meshErrorOf(const Outcome& outcome) {
+    if (!outcome.error)
+        return std::nullopt;
+    try {
+        std::rethrow_exception(outcome.error);
+    } catch (const MeshError& error) {
+        return error;
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+// Its description; empty for success.
+template <typename Outcome>
+QString errorTextOf(const Outcome& outcome) {
+    if (!outcome.error)
+        return {};
+    const auto error = meshErrorOf(outcome);
+    return error ? error->description() : QStringLiteral("<not a MeshError>");
+}
