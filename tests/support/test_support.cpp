@@ -6,21 +6,18 @@
 
 namespace TestSupport {
 
-void isolateFromUserFiles()
-{
+void isolateFromUserFiles() {
     QStandardPaths::setTestModeEnabled(true);
     QCoreApplication::setOrganizationName(QStringLiteral("TalvenneTests"));
     QCoreApplication::setApplicationName(QStringLiteral("Talvenne"));
     QSettings().clear();
 }
 
-QByteArray hex(const char* text)
-{
+QByteArray hex(const char* text) {
     return QByteArray::fromHex(QByteArray(text).replace(' ', QByteArray()));
 }
 
-QCoro::Task<void> captureVoid(QCoro::Task<void> task, VoidOutcome* outcome)
-{
+QCoro::Task<void> captureVoid(QCoro::Task<void> task, VoidOutcome* outcome) {
     try {
         co_await std::move(task);
     } catch (...) {
