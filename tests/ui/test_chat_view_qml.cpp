@@ -1,3 +1,4 @@
+#include "chat_view_model.h"
 #include "translations.h"
 #include "ui_rig.h"
 
@@ -10,153 +11,203 @@
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
-using namespace std::chrono_literals;
 using Direction = ChatMessage::Direction;
 
 namespace {
 
-const QString ainoKey = QString(64, QLatin1Char('a'));
-const QString ainoConversation = QStringLiteral("contact:") + ainoKey;
+const QString ainoKey = u"a1b2c3d4e5f6"_s + QString(52, u'0');
+const QString ainoConversation = u"contact:"_s + ainoKey;
+const QString farKey = QString(64, u'd');
 
 } // namespace
 
+// The chat view: its header's model from the controller's records (the
+// header's cases are in test_chat_texts) with the verification of its key,
+// and the view itself over the simulated radio.
 class TestChatViewQml : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase() {
         QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+        QQuickStyle::setStyle(u"Fusion"_s);
     }
 
-    void showsTheConversation() {
+    // The header follows the contact list: a contact that goes away on
+    // disconnect leaves the key-only header behind.
+    void headerFollowsTheContacts() {
         UiRig rig(UiRig::alone);
-        rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        Bound<ChatViewModel> chat(rig.controller);
+        chat.setConversationKey(ainoConversation);
+        const auto keyOnly = [&] {
+            return chat.title() == u"a1b2c3d4e5f6"_s && chat.subtitle() == u"Direct message"_s &&
+                   chat.avatarInitials() == u"?"_s && !chat.hasContact();
+        };
+        QVERIFY(keyOnly());
+
+        QSignalSpy header(&chat, &ChatViewModel::headerChanged);
+        QSignalSpy connected(&chat, &ChatViewModel::connectedChanged);
         QVERIFY(rig.connect());
-        const ConversationID target = ConversationID::contact(ainoKey);
+        QVERIFY(header.size() >= 1 && connected.size() >= 1);
+        QCOMPARE(chat.title(), u"Aino Virtanen"_s);
+        QCOMPARE(chat.avatarInitials(), u"AV"_s);
+        QVERIFY(chat.hasContact() && chat.connected() && !chat.isChannel());
+        QVERIFY(chat.conflictText().isEmpty());
+
+        header.clear();
+        rig.radio.dropLink();
+        rig.clock.settle();
+        QVERIFY(!chat.connected());
+        QVERIFY(keyOnly());
+        QCOMPARE(header.size(), 1);
+
+        chat.setConversationKey(u"channel:9"_s);
+        QCOMPARE(chat.title(), u"Channel 9"_s);
+        QCOMPARE(chat.avatarSymbol(), u"number"_s);
+        QVERIFY(chat.isChannel() && !chat.hasContact());
+    }
+
+    // Marking a key verified makes the other key of the same name (in any
+    // case) suspect in its own chat, until that is verified anyway.
+    void verification() {
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        rig.radio.addContact(chatContact(farKey, u"AINO VIRTANEN"_s));
+        QVERIFY(rig.connect());
+        Bound<ChatViewModel> aino(rig.controller);
+        aino.setConversationKey(ainoConversation);
+        Bound<ChatViewModel> impostor(rig.controller);
+        impostor.setConversationKey(u"contact:"_s + farKey);
+
+        QCOMPARE(aino.verificationState(), u"unverified"_s);
+        QCOMPARE(aino.verificationSymbol(), u"key.fill"_s);
+        QCOMPARE(aino.verificationTint(), u"secondary"_s);
+        QCOMPARE(aino.verificationHelp(), qtTrId("chat.verify.unverified.help"));
+        QCOMPARE(aino.keyPrefix(), u"a1b2c3d4e5f6"_s);
+        QCOMPARE(aino.verificationActionText(), u"Mark as Verified"_s);
+
+        QSignalSpy ainoHeader(&aino, &ChatViewModel::headerChanged);
+        QSignalSpy impostorHeader(&impostor, &ChatViewModel::headerChanged);
+        aino.triggerVerificationAction();
+        QVERIFY(rig.controller->verifiedKeys().contains(ainoKey));
+        QCOMPARE(ainoHeader.size(), 1);
+        QCOMPARE(aino.verificationState(), u"verified"_s);
+        QCOMPARE(aino.verificationActionText(), u"Remove Verification"_s);
+        QVERIFY(aino.verificationActionClears());
+        QCOMPARE(aino.verificationSymbol(), u"checkmark.seal.fill"_s);
+        QCOMPARE(aino.verificationHelp(), qtTrId("chat.verify.verified.help"));
+        QCOMPARE(impostorHeader.size(), 1);
+        QCOMPARE(impostor.verificationState(), u"conflict"_s);
+        QCOMPARE(impostor.verificationSymbol(), u"exclamationmark.shield.fill"_s);
+        QCOMPARE(impostor.verificationTint(), u"red"_s);
+        QVERIFY2(impostor.conflictText().contains(u"AINO VIRTANEN"_s),
+                 qPrintable(impostor.conflictText()));
+
+        impostor.setVerified(); // "Verify anyway" on the banner: verified wins over a conflict
+        QCOMPARE(impostor.verificationState(), u"verified"_s);
+        QVERIFY(impostor.conflictText().isEmpty());
+        aino.triggerVerificationAction();
+        QVERIFY(!rig.controller->verifiedKeys().contains(ainoKey));
+        QCOMPARE(aino.verificationState(), u"conflict"_s);
+    }
+
+    // One view walked through a contact's chat, its composer, the radio
+    // going away, other conversations and a failed message. The failed
+    // message's mark opens the bubble's menu: "Send again" replaces it with
+    // a new message that goes out (only while connected), and "Copy text"
+    // copies the text as shown.
+    void showsTheConversationAndActsOnIt() {
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        QVERIFY(rig.connect());
         for (int i = 0; i < 3; ++i)
-            rig.controller->appendMessage(chatMessage(Direction::incoming,
-                                                      QStringLiteral("hello %1").arg(i),
-                                                      rig.clock.now()),
-                                          target);
-        QCOMPARE(rig.controller->conversations().value(ainoConversation).unreadCount, 3);
+            rig.controller->appendMessage(
+                chatMessage(Direction::incoming, u"hello %1"_s.arg(i), rig.clock.now()),
+                ConversationID::contact(ainoKey));
+        const auto channel = ConversationID::channel(0);
+        rig.controller->appendMessage(
+            chatMessage(Direction::incoming, u"Ann: hi"_s, rig.clock.now()), channel);
+        rig.controller->appendMessage(chatMessage(Direction::outgoing, u"lost words"_s,
+                                                  rig.clock.now(),
+                                                  ChatMessage::DeliveryState::failed),
+                                      channel);
+        const auto unread = [&](const QString& key) {
+            return rig.controller->conversations().value(key).unreadCount;
+        };
+        QCOMPARE(unread(ainoConversation), 3);
 
         auto view = loadChatView(rig.controller.get(), ainoConversation);
-        QVERIFY2(view->errors().isEmpty(), qPrintable(view->errors().value(0).toString()));
-        QVERIFY(view->rootObject());
-
-        auto* title = findItem(*view, "chatTitle");
-        QVERIFY(title);
-        QCOMPARE(title->property("text").toString(), QStringLiteral("Aino Virtanen"));
+        QVERIFY(view);
         auto* list = findItem(*view, "messageList");
         QVERIFY(list);
+        QCOMPARE(textOf(findItem(*view, "chatTitle")), u"Aino Virtanen"_s);
         QCOMPARE(list->property("count").toInt(), 3);
         QVERIFY(!findItem(*view, "emptyState")->isVisible());
-        // Showing the chat reads it.
-        QCOMPARE(rig.controller->conversations().value(ainoConversation).unreadCount, 0);
-
-        // A bubble's text can be selected and copied as plain text.
-        view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
-        auto* text = findVisualItem(view->rootObject(), QStringLiteral("messageText"));
-        QVERIFY(text);
-        QGuiApplication::clipboard()->clear();
-        QVERIFY(QMetaObject::invokeMethod(text, "selectAll"));
-        QVERIFY(QMetaObject::invokeMethod(text, "copy"));
-        QVERIFY2(QGuiApplication::clipboard()->text().startsWith(QStringLiteral("hello ")),
-                 qPrintable(QGuiApplication::clipboard()->text()));
+        QCOMPARE(unread(ainoConversation), 0); // showing the chat reads it
 
         auto* field = findItem(*view, "composerText");
         auto* counter = findItem(*view, "composerCounter");
         auto* send = findItem(*view, "sendButton");
         QVERIFY(field && counter && send);
-        QCOMPARE(counter->property("text").toString(), QStringLiteral("0/139"));
+        QCOMPARE(textOf(counter), u"0/139"_s);
         QVERIFY(!send->isEnabled());
-
-        field->setProperty("text", QString(200, QLatin1Char('z')));
-        QCOMPARE(field->property("text").toString().size(), 139);
-        QCOMPARE(counter->property("text").toString(), QStringLiteral("139/139"));
-
-        field->setProperty("text", QStringLiteral("hello"));
-        QCOMPARE(counter->property("text").toString(), QStringLiteral("5/139"));
+        field->setProperty("text", QString(200, u'z'));
+        QCOMPARE(textOf(field).size(), 139);
+        QCOMPARE(textOf(counter), u"139/139"_s);
+        field->setProperty("text", u"hello"_s);
+        QCOMPARE(textOf(counter), u"5/139"_s);
         QVERIFY(send->isEnabled());
         QVERIFY(QMetaObject::invokeMethod(send, "clicked"));
         QCOMPARE(list->property("count").toInt(), 4);
-        QCOMPARE(field->property("text").toString(), QString());
+        QCOMPARE(textOf(field), QString());
+
+        // The view follows its key: an empty slot, then the public channel.
+        view->rootObject()->setProperty("conversationKey", u"channel:3"_s);
+        QCOMPARE(list->property("count").toInt(), 0);
+        QVERIFY(findItem(*view, "emptyState")->isVisible());
+        view->rootObject()->setProperty("conversationKey", u"channel:0"_s);
+        QCOMPARE(list->property("count").toInt(), 2);
+        QCOMPARE(textOf(findItem(*view, "chatTitle")), u"Public"_s);
+        QCOMPARE(unread(u"channel:0"_s), 0);
+        QVERIFY(!findItem(*view, "verificationButton")->isVisible());
 
         // Without the radio nothing can be sent, and the draft stays.
-        field->setProperty("text", QStringLiteral("later"));
+        field->setProperty("text", u"later"_s);
         rig.radio.dropLink();
         rig.clock.settle();
         QVERIFY(!send->isEnabled());
         QVERIFY(QMetaObject::invokeMethod(send, "clicked"));
-        QCOMPARE(list->property("count").toInt(), 4);
-        QCOMPARE(field->property("text").toString(), QStringLiteral("later"));
-    }
+        QCOMPARE(list->property("count").toInt(), 2);
+        QCOMPARE(textOf(field), u"later"_s);
 
-    void switchingConversationFollowsTheKey() {
-        UiRig rig(UiRig::alone);
-        QVERIFY(rig.connect());
-        rig.controller->appendMessage(
-            chatMessage(Direction::incoming, QStringLiteral("Ann: hi"), rig.clock.now()),
-            ConversationID::channel(0));
-        auto view = loadChatView(rig.controller.get(), QStringLiteral("channel:3"));
-        QVERIFY(view->rootObject());
-        auto* list = findItem(*view, "messageList");
-        QCOMPARE(list->property("count").toInt(), 0);
-        QVERIFY(findItem(*view, "emptyState")->property("visible").toBool());
-
-        view->rootObject()->setProperty("conversationKey", QStringLiteral("channel:0"));
-        QCOMPARE(list->property("count").toInt(), 1);
-        QCOMPARE(findItem(*view, "chatTitle")->property("text").toString(),
-                 QStringLiteral("Public"));
-        QCOMPARE(rig.controller->conversations().value(QStringLiteral("channel:0")).unreadCount, 0);
-        QVERIFY(!findItem(*view, "verificationButton")->isVisible());
-    }
-
-    // A failed message's mark opens the bubble's menu: "Send again" replaces
-    // it with a new message that goes out (only while connected), and "Copy
-    // text" copies the text as shown, without a channel sender's name.
-    void failedMessageIsSentAgainFromItsMark() {
-        UiRig rig(UiRig::alone);
-        QVERIFY(rig.connect());
-        const ConversationID target = ConversationID::channel(0);
-        rig.controller->appendMessage(chatMessage(Direction::outgoing, QStringLiteral("lost words"),
-                                                  rig.clock.now(),
-                                                  ChatMessage::DeliveryState::failed),
-                                      target);
-        auto view = loadChatView(rig.controller.get(), QStringLiteral("channel:0"));
-        view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
-        // The bubble's mark, clicked; the menu it opened, which belongs to the bubble.
+        // The failed bubble's mark, clicked; the menu it opened, which
+        // belongs to the bubble.
         const auto openMenuFromMark = [&]() -> QObject* {
             QQuickItem* mark = nullptr;
             if (!QTest::qWaitFor([&] {
-                    mark = findVisualItem(view->rootObject(), QStringLiteral("failureMark"));
+                    mark = findVisualItem(itemAtIndex(list, 1), u"failureMark"_s);
                     return mark && mark->isVisible();
                 }))
                 return nullptr;
             QMetaObject::invokeMethod(mark, "clicked");
             for (QQuickItem* item = mark; item; item = item->parentItem()) {
-                if (auto* menu = item->findChild<QObject*>(QStringLiteral("messageMenu")))
+                if (auto* menu = item->findChild<QObject*>(u"messageMenu"_s))
                     return menu;
             }
             return nullptr;
         };
-
         // Offline the menu offers the copy, not the send.
-        rig.radio.dropLink();
-        rig.clock.settle();
         QObject* menu = openMenuFromMark();
         QVERIFY(menu);
-        auto* again = menu->findChild<QObject*>(QStringLiteral("sendAgainMenuItem"));
-        auto* copy = menu->findChild<QObject*>(QStringLiteral("copyTextMenuItem"));
+        auto* again = menu->findChild<QObject*>(u"sendAgainMenuItem"_s);
+        auto* copy = menu->findChild<QObject*>(u"copyTextMenuItem"_s);
         QVERIFY(again && copy);
         QVERIFY(again->property("visible").toBool());
         QVERIFY(!again->property("enabled").toBool());
         QGuiApplication::clipboard()->clear();
         QMetaObject::invokeMethod(copy, "triggered");
-        QCOMPARE(QGuiApplication::clipboard()->text(), QStringLiteral("lost words"));
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"lost words"_s);
         QPointer<QObject> closed = menu;
         QMetaObject::invokeMethod(menu, "close");
         QTRY_VERIFY(!closed); // destroyed once closed
@@ -164,24 +215,19 @@ private Q_SLOTS:
         QVERIFY(rig.connect());
         menu = openMenuFromMark();
         QVERIFY(menu);
-        again = menu->findChild<QObject*>(QStringLiteral("sendAgainMenuItem"));
+        again = menu->findChild<QObject*>(u"sendAgainMenuItem"_s);
         QVERIFY(again->property("enabled").toBool());
         QMetaObject::invokeMethod(again, "triggered");
-        const auto messages =
-            rig.controller->conversations().value(QStringLiteral("channel:0")).messages;
-        QCOMPARE(messages.size(), 1);
-        QCOMPARE(messages.first().text, QStringLiteral("lost words"));
-        QVERIFY(messages.first().deliveryState != ChatMessage::DeliveryState::failed);
-        QCOMPARE(findItem(*view, "messageList")->property("count").toInt(), 1);
+        const auto sent = [&] {
+            return rig.controller->conversations().value(u"channel:0"_s).messages.value(1);
+        };
+        QCOMPARE(sent().text, u"lost words"_s);
+        QVERIFY(sent().deliveryState != ChatMessage::DeliveryState::failed);
+        QCOMPARE(list->property("count").toInt(), 2);
         rig.clock.advance(2s);
-        QCOMPARE(rig.controller->conversations()
-                     .value(QStringLiteral("channel:0"))
-                     .messages.first()
-                     .deliveryState,
-                 ChatMessage::DeliveryState::delivered);
+        QCOMPARE(sent().deliveryState, ChatMessage::DeliveryState::delivered);
         const auto bubbleMark = [&] {
-            return findVisualItem(itemAtIndex(findItem(*view, "messageList"), 0),
-                                  QStringLiteral("failureMark"));
+            return findVisualItem(itemAtIndex(list, 1), u"failureMark"_s);
         };
         QTRY_VERIFY(bubbleMark() && !bubbleMark()->isVisible());
     }
@@ -191,20 +237,18 @@ private Q_SLOTS:
     // narrows (an inspector opening), down to the list's bottom margin.
     void opensAndStaysAtTheNewestMessage() {
         UiRig rig(UiRig::alone);
-        rig.radio.addContact(chatContact(ainoKey, QStringLiteral("Aino Virtanen")));
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
         QVERIFY(rig.connect());
         const ConversationID target = ConversationID::contact(ainoKey);
         for (int i = 0; i < 40; ++i)
             rig.controller->appendMessage(
-                chatMessage(
-                    i % 3 ? Direction::incoming : Direction::outgoing,
-                    QStringLiteral("%1: ").arg(i) +
-                        QStringLiteral("a message long enough to wrap ").repeated(1 + i % 4),
-                    rig.clock.now()),
+                chatMessage(i % 3 ? Direction::incoming : Direction::outgoing,
+                            u"%1: "_s.arg(i) +
+                                u"a message long enough to wrap "_s.repeated(1 + i % 4),
+                            rig.clock.now()),
                 target);
         auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
-        view->show();
-        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        QVERIFY(view);
         auto* list = findItem(*view, "messageList");
         QVERIFY(list);
         const auto lastBubbleGap = [&]() -> double {
@@ -218,9 +262,8 @@ private Q_SLOTS:
         QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1, qPrintable(QString::number(lastBubbleGap())));
         for (int width : {520, 380, 700}) {
             view->resize(width, 560);
-            QTRY_VERIFY2(
-                qAbs(lastBubbleGap() - 16) <= 1,
-                qPrintable(QStringLiteral("%1 at width %2").arg(lastBubbleGap()).arg(width)));
+            QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
+                         qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
     }
 };

@@ -10,8 +10,6 @@
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
-using namespace std::chrono_literals;
-using namespace Qt::StringLiterals;
 using Direction = ChatMessage::Direction;
 using ViewLogic::SearchMatch;
 
@@ -22,7 +20,7 @@ class TestHistorySearch : public QObject {
     static QString matched(const QString& text, const QString& query, const QLocale& locale) {
         const auto match =
             ViewLogic::findFolded(text, ViewLogic::foldForSearch(query, locale), locale);
-        return match ? text.mid(match->start, match->length) : QStringLiteral("<none>");
+        return match ? text.mid(match->start, match->length) : u"<none>"_s;
     }
 
 private Q_SLOTS:
@@ -30,7 +28,7 @@ private Q_SLOTS:
         TestSupport::isolateFromUserFiles();
         QCoro::Qml::registerTypes();
         QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(QStringLiteral("Fusion"));
+        QQuickStyle::setStyle(u"Fusion"_s);
     }
 
     void matchesIgnoringCaseAndAccents_data() {
@@ -60,27 +58,21 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(QString, query);
         QFETCH(QString, locale);
-        QFETCH(QString, match);
-        QCOMPARE(matched(text, query, QLocale(locale)), match);
+        QTEST(matched(text, query, QLocale(locale)), "match");
     }
 
     void excerptKeepsTheMatchInItsContext() {
         using ViewLogic::searchExcerpt;
-        const QString shortText = QStringLiteral("see you at\nthe harbour tonight");
+        const QString shortText = u"see you at\nthe harbour tonight"_s;
         QCOMPARE(searchExcerpt(shortText, SearchMatch{15, 7}),
-                 (ViewLogic::SearchExcerpt{QStringLiteral("see you at the "),
-                                           QStringLiteral("harbour"), QStringLiteral(" tonight")}));
-        const QString longText = QString(100, QLatin1Char('a')) + QStringLiteral("MATCH") +
-                                 QString(200, QLatin1Char('b'));
+                 (ViewLogic::SearchExcerpt{u"see you at the "_s, u"harbour"_s, u" tonight"_s}));
+        const QString longText = QString(100, u'a') + u"MATCH"_s + QString(200, u'b');
         const auto excerpt = searchExcerpt(longText, SearchMatch{100, 5});
-        QCOMPARE(excerpt.match, QStringLiteral("MATCH"));
-        QCOMPARE(excerpt.before,
-                 QChar(0x2026) + QString(ViewLogic::excerptContextBefore, QLatin1Char('a')));
-        QCOMPARE(excerpt.after,
-                 QString(ViewLogic::excerptContextAfter, QLatin1Char('b')) + QChar(0x2026));
+        QCOMPARE(excerpt.match, u"MATCH"_s);
+        QCOMPARE(excerpt.before, QChar(0x2026) + QString(ViewLogic::excerptContextBefore, u'a'));
+        QCOMPARE(excerpt.after, QString(ViewLogic::excerptContextAfter, u'b') + QChar(0x2026));
         // A cut never splits an emoji.
-        const QString emoji =
-            QString(31, QLatin1Char('x')) + QStringLiteral("\U0001F680") + QStringLiteral("MATCH");
+        const QString emoji = QString(31, u'x') + u"\U0001F680"_s + u"MATCH"_s;
         QVERIFY(!searchExcerpt(emoji, SearchMatch{33, 5}).before.at(1).isLowSurrogate());
     }
 
@@ -89,7 +81,7 @@ private Q_SLOTS:
     void modelFollowsTheHistory() {
         UiRig rig(UiRig::alone);
         QVERIFY(rig.connect());
-        const auto aino = ConversationID::contact(QString(64, QLatin1Char('a')));
+        const auto aino = ConversationID::contact(QString(64, u'a'));
         const auto publicChannel = ConversationID::channel(0);
         QDateTime time = rig.clock.now();
         const auto add = [&](Direction direction, const QString& text, const ConversationID& to,
@@ -98,23 +90,22 @@ private Q_SLOTS:
             time = time.addSecs(60);
             rig.controller->appendMessage(chatMessage(direction, text, time, state), to);
         };
-        add(Direction::incoming, QStringLiteral("Harbour at six?"), aino);
-        add(Direction::incoming, QStringLiteral("Harbourmaster: all clear"), publicChannel);
-        add(Direction::outgoing, QStringLiteral("Ok, harbour it is"), aino,
-            ChatMessage::DeliveryState::failed);
+        add(Direction::incoming, u"Harbour at six?"_s, aino);
+        add(Direction::incoming, u"Harbourmaster: all clear"_s, publicChannel);
+        add(Direction::outgoing, u"Ok, harbour it is"_s, aino, ChatMessage::DeliveryState::failed);
 
         HistorySearchModel model;
         model.setController(rig.controller.get());
-        model.setQuery(QStringLiteral("HARBOUR"));
+        model.setQuery(u"HARBOUR"_s);
         model.finishNow();
         QCOMPARE(column(model, "match"), (QStringList{"harbour", "Harbour"}));
         QCOMPARE(column(model, "sender"),
                  (QStringList{qtTrId("search.history.sender.you"), "aaaaaaaaaaaa"}));
         QVERIFY(model.emptyText().isEmpty());
 
-        add(Direction::incoming, QStringLiteral("Bob: the harbour is full"), publicChannel);
-        QCOMPARE(column(model, "sender").first(), QStringLiteral("Bob"));
-        QCOMPARE(column(model, "before").first(), QStringLiteral("the "));
+        add(Direction::incoming, u"Bob: the harbour is full"_s, publicChannel);
+        QCOMPARE(column(model, "sender").first(), u"Bob"_s);
+        QCOMPARE(column(model, "before").first(), u"the "_s);
 
         const QUuid failed(column(model, "messageId").at(1));
         rig.clock.advance(10min);
@@ -122,12 +113,12 @@ private Q_SLOTS:
         model.finishNow();
         QCOMPARE(model.rowCount(), 3);
         QVERIFY(!column(model, "messageId").contains(failed.toString(QUuid::WithoutBraces)));
-        QCOMPARE(column(model, "after").first(), QStringLiteral(" it is"));
+        QCOMPARE(column(model, "after").first(), u" it is"_s);
 
-        model.setQuery(QStringLiteral("nowhere"));
+        model.setQuery(u"nowhere"_s);
         model.finishNow();
         QCOMPARE(model.rowCount(), 0);
-        QVERIFY(model.emptyText().contains(QStringLiteral("nowhere")));
+        QVERIFY(model.emptyText().contains(u"nowhere"_s));
     }
 
     // Ctrl+Shift+F opens the search with the focus in its field; Return
@@ -139,11 +130,10 @@ private Q_SLOTS:
         const auto channel = ConversationID::channel(0);
         QUuid wanted;
         for (int i = 0; i < 60; ++i) {
-            ChatMessage message =
-                chatMessage(Direction::incoming, QStringLiteral("Ann: message %1").arg(i),
-                            rig.clock.now().addSecs(i));
+            ChatMessage message = chatMessage(Direction::incoming, u"Ann: message %1"_s.arg(i),
+                                              rig.clock.now().addSecs(i));
             if (i == 5) {
-                message.text = QStringLiteral("Ann: the needle");
+                message.text = u"Ann: the needle"_s;
                 wanted = message.id;
             }
             rig.controller->appendMessage(message, channel);
@@ -154,14 +144,14 @@ private Q_SLOTS:
         QTRY_VERIFY(rig.item("mainView"));
 
         QTest::keyClick(window, Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
-        auto* search = window->findChild<QObject*>(QStringLiteral("historySearch"));
+        auto* search = window->findChild<QObject*>(u"historySearch"_s);
         QVERIFY(search);
         QTRY_VERIFY(search->property("opened").toBool());
-        QTRY_VERIFY(window->activeFocusItem() && window->activeFocusItem()->objectName() ==
-                                                     QStringLiteral("historySearchField"));
+        QTRY_VERIFY(window->activeFocusItem() &&
+                    window->activeFocusItem()->objectName() == u"historySearchField"_s);
         for (const Qt::Key key : {Qt::Key_N, Qt::Key_E, Qt::Key_E, Qt::Key_D, Qt::Key_L, Qt::Key_E})
             QTest::keyClick(window, key, Qt::ShiftModifier);
-        auto* results = window->findChild<QQuickItem*>(QStringLiteral("historySearchResults"));
+        auto* results = window->findChild<QQuickItem*>(u"historySearchResults"_s);
         QTRY_COMPARE(results->property("count").toInt(), 1);
         QTest::keyClick(window, Qt::Key_Return);
         QTRY_VERIFY(!search->property("visible").toBool());

@@ -15,7 +15,6 @@
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
-using namespace std::chrono_literals;
 using TestSupport::captureVoid;
 using TestSupport::VoidOutcome;
 
@@ -51,7 +50,7 @@ private:
             }
             // Answered at once with an error, without touching the network.
             return QNetworkAccessManager::createRequest(
-                operation, QNetworkRequest(QUrl(QStringLiteral("unknown-scheme:refused"))), data);
+                operation, QNetworkRequest(QUrl(u"unknown-scheme:refused"_s)), data);
         }
 
     private:
@@ -66,13 +65,9 @@ QString key(char digit) {
     return QString(64, QLatin1Char(digit));
 }
 
-bool isTextItem(const QQuickItem* item) {
-    return item->inherits("QQuickText") || item->inherits("QQuickTextEdit") ||
-           item->inherits("QQuickTextInput");
-}
-
 void collectTextItems(QQuickItem* item, QList<QQuickItem*>& found) {
-    if (isTextItem(item))
+    if (item->inherits("QQuickText") || item->inherits("QQuickTextEdit") ||
+        item->inherits("QQuickTextInput"))
         found.append(item);
     for (QQuickItem* child : item->childItems())
         collectTextItems(child, found);
@@ -114,31 +109,27 @@ class TestHostileText : public QObject {
     const QString m_spoofKey = key('9'); // a second key under the first name
 
     QObject* find(const char* name) const { return m_rig->find(name); }
-    QList<QQuickItem*> textItems() const {
-        QList<QQuickItem*> found;
-        collectTextItems(m_rig->window()->contentItem(), found);
-        return found;
-    }
 
     // What every text item of the window shows, checked item by item.
     void checkEveryLabel(QStringList* shown) const {
-        for (QQuickItem* item : textItems()) {
+        QTest::qWait(50);
+        QList<QQuickItem*> items;
+        collectTextItems(m_rig->window()->contentItem(), items);
+        for (QQuickItem* item : std::as_const(items)) {
             const QString text = item->property("text").toString();
             const int format = item->property("textFormat").toInt();
-            const bool richBubble = item->objectName() == QLatin1String("messageText");
+            const bool richBubble = item->objectName() == u"messageText";
             if (richBubble) {
                 // The bubble is rich text by design; everything from the
                 // radio in it is escaped.
                 QCOMPARE(format, int(Qt::RichText));
-                QVERIFY2(!text.contains(QLatin1String("<img")) &&
-                             !text.contains(QLatin1String("<b>")),
-                         qPrintable(text));
+                QVERIFY2(!text.contains(u"<img") && !text.contains(u"<b>"), qPrintable(text));
             } else if (!item->inherits("QQuickTextInput")) {
                 QVERIFY2(format == int(Qt::PlainText) || !Qt::mightBeRichText(text),
-                         qPrintable(item->objectName() + QLatin1String(": ") + text));
+                         qPrintable(item->objectName() + u": "_s + text));
             }
             QVERIFY2(!isForbiddenInLabel(text, richBubble),
-                     qPrintable(item->objectName() + QLatin1String(": ") + text));
+                     qPrintable(item->objectName() + u": "_s + text));
             if (item->isVisible())
                 shown->append(text);
         }
@@ -150,7 +141,7 @@ private Q_SLOTS:
         QCoro::Qml::registerTypes();
         installTranslations(*QCoreApplication::instance());
         QVERIFY(m_listener.listen(QHostAddress::LocalHost));
-        m_imageUrl = QStringLiteral("http://127.0.0.1:%1/x.png").arg(m_listener.serverPort());
+        m_imageUrl = u"http://127.0.0.1:%1/x.png"_s.arg(m_listener.serverPort());
     }
 
     void init() {
@@ -159,15 +150,15 @@ private Q_SLOTS:
         const QString port = QString::number(m_listener.serverPort());
         // Each fits the radio's 32-byte name field.
         m_names = {
-            QStringLiteral("<b>Bold</b> <i>Bob</i>"),
-            QStringLiteral("<img src=http://localhost:") + port + QStringLiteral(">"),
-            QStringLiteral("<u>Ann</u>\u202Egnp.exe"),
-            QStringLiteral("<s>Al\u200Bi\u2066ce\uFEFF</s>"),
-            QStringLiteral("<b>\u0001\u001B[31m\u007F\u0085x</b>"),
-            QStringLiteral("Z") + QString(15, QChar(0x0301)),
-            QStringLiteral("<i>علي</i> Ali"),
-            QStringLiteral("<i>שלום</i>"),
-            QString(32, QLatin1Char('W')),
+            u"<b>Bold</b> <i>Bob</i>"_s,
+            u"<img src=http://localhost:"_s + port + u">"_s,
+            u"<u>Ann</u>\u202Egnp.exe"_s,
+            u"<s>Al\u200Bi\u2066ce\uFEFF</s>"_s,
+            u"<b>\u0001\u001B[31m\u007F\u0085x</b>"_s,
+            u"Z"_s + QString(15, QChar(0x0301)),
+            u"<i>علي</i> Ali"_s,
+            u"<i>שלום</i>"_s,
+            QString(32, u'W'),
         };
         for (int i = 0; i < m_names.size(); ++i)
             m_rig->radio.addContact(chatContact(key(char('a' + i)), m_names.at(i)));
@@ -176,37 +167,46 @@ private Q_SLOTS:
     }
     void cleanup() { m_rig.reset(); }
 
-    // The detector itself: a rich text image through the same engine is seen.
-    void anImageInRichTextWouldBeSeen() {
+    // The connection screen's rows show a radio's name as plain text; the
+    // detector itself: a rich text image through the same engine is seen.
+    void radioRowIsPlainWhereAnImageWouldBeSeen() {
+        QQmlComponent rowComponent(&m_rig->engine, QUrl(u"qrc:/qt/qml/Talvenne/DeviceRow.qml"_s));
+        std::unique_ptr<QObject> row(rowComponent.createWithInitialProperties(
+            {{u"name"_s, ViewLogic::safeName(u"<img src=\"%1\">\u202E"_s.arg(m_imageUrl))}}));
+        QVERIFY2(row, qPrintable(rowComponent.errorString()));
+        auto* name = row->findChild<QQuickItem*>(u"deviceName"_s);
+        QVERIFY(name);
+        QCOMPARE(name->property("textFormat").toInt(), int(Qt::PlainText));
+        QTest::qWait(200);
+        QCOMPARE(m_factory.requests(), QList<QUrl>());
+        QVERIFY(!m_listener.hasPendingConnections());
+
         QQmlComponent component(&m_rig->engine);
         component.setData("import QtQuick\nText { textFormat: Text.RichText }", QUrl());
         std::unique_ptr<QObject> text(component.create());
         QVERIFY(text);
-        text->setProperty("text", QStringLiteral("<img src=\"%1\">").arg(m_imageUrl));
+        text->setProperty("text", u"<img src=\"%1\">"_s.arg(m_imageUrl));
         QTRY_VERIFY(!m_factory.requests().isEmpty());
     }
 
     void hostileNamesAndTextsStayPlainAndFetchNothing() {
-        QVERIFY(m_rig->connect());
-        QTRY_VERIFY(find("mainView"));
+        QVERIFY(m_rig->connectToMainView());
         const auto now = QDateTime::currentDateTimeUtc();
 
         // Traffic: an image preview, a control-laden text, a very long word,
         // channel senders with markup and an override.
-        const QString imageText = QStringLiteral("<img src=\"%1\"> hi").arg(m_imageUrl);
+        const QString imageText = u"<img src=\"%1\"> hi"_s.arg(m_imageUrl);
         m_rig->radio.queueIncomingDirect(key('a'), imageText, now);
-        m_rig->radio.queueIncomingDirect(key('c'), QStringLiteral("pay\u202E 0001\u0007\nline"),
-                                         now);
-        m_rig->radio.queueIncomingDirect(key('i'), QString(300, QLatin1Char('m')), now);
-        m_rig->radio.queueIncomingChannel(0, QStringLiteral("<b>Mallory</b>: ") + imageText, now);
-        m_rig->radio.queueIncomingChannel(0, QStringLiteral("\u202Eyrollam\u2069: yo"), now);
+        m_rig->radio.queueIncomingDirect(key('c'), u"pay\u202E 0001\u0007\nline"_s, now);
+        m_rig->radio.queueIncomingDirect(key('i'), QString(300, u'm'), now);
+        m_rig->radio.queueIncomingChannel(0, u"<b>Mallory</b>: "_s + imageText, now);
+        m_rig->radio.queueIncomingChannel(0, u"\u202Eyrollam\u2069: yo"_s, now);
         VoidOutcome renamed;
-        captureVoid(m_rig->controller->setDeviceName(QStringLiteral("<b>Radio</b>\u202E\u200B") +
-                                                     QString(80, QLatin1Char('R'))),
-                    &renamed);
+        captureVoid(
+            m_rig->controller->setDeviceName(u"<b>Radio</b>\u202E\u200B"_s + QString(80, u'R')),
+            &renamed);
         VoidOutcome joined;
-        captureVoid(m_rig->controller->joinHashtagChannel(QStringLiteral("<i>x</i>\u202Ey")),
-                    &joined);
+        captureVoid(m_rig->controller->joinHashtagChannel(u"<i>x</i>\u202Ey"_s), &joined);
         m_rig->advance(2s);
         QVERIFY(renamed.done && !renamed.error);
         QVERIFY(joined.done && !joined.error);
@@ -233,7 +233,7 @@ private Q_SLOTS:
             QQuickItem* delegate = nullptr;
             QTRY_VERIFY((delegate = itemAtIndex(list, row)));
             heights << delegate->height();
-            QQuickItem* title = findVisualItem(delegate, QStringLiteral("rowTitle"));
+            QQuickItem* title = findVisualItem(delegate, u"rowTitle"_s);
             QVERIFY(title);
             const QString text = title->property("text").toString();
             QCOMPARE(title->property("lineCount").toInt(), 1);
@@ -246,30 +246,26 @@ private Q_SLOTS:
         // Open the spoofed contact's chat with its info pane, then the channel.
         QStringList shown;
         m_rig->controller->setSelectedConversation(ConversationID::contact(m_spoofKey));
-        find("mainView")->setProperty("inspector", QStringLiteral("chatInfo"));
+        find("mainView")->setProperty("inspector", u"chatInfo"_s);
         QTRY_VERIFY(find("conflictText") && find("conflictText")->property("visible").toBool());
         QTRY_VERIFY(find("chatInfoInspector"));
-        QTest::qWait(50);
         checkEveryLabel(&shown);
-        m_rig->controller->setSelectedConversation(ConversationID::contact(key('a')));
-        QTest::qWait(50);
-        checkEveryLabel(&shown);
-        m_rig->controller->setSelectedConversation(ConversationID::channel(0));
-        QTest::qWait(50);
-        checkEveryLabel(&shown);
-        find("mainView")->setProperty("mode", QStringLiteral("nodes"));
+        for (const auto& target : {ConversationID::contact(key('a')), ConversationID::channel(0)}) {
+            m_rig->controller->setSelectedConversation(target);
+            checkEveryLabel(&shown);
+        }
+        find("mainView")->setProperty("mode", u"nodes"_s);
         find("mainView")->setProperty("nodeSelection", key('c'));
         QTRY_VERIFY(find("nodeDetailView"));
-        QTest::qWait(50);
         checkEveryLabel(&shown);
 
         // The walk reached the labels that show radio text, each as shown safely.
         const QStringList expected{
-            ViewLogic::safeName(m_names.at(0)),                    // row, header, node
-            ViewLogic::safeName(m_names.at(2)),                    // an override
-            ViewLogic::safePreview(imageText),                     // the sidebar preview
-            ViewLogic::safeName(QStringLiteral("<b>Mallory</b>")), // a channel sender
-            ViewLogic::safeName(QStringLiteral("\u202Eyrollam\u2069")),
+            ViewLogic::safeName(m_names.at(0)),       // row, header, node
+            ViewLogic::safeName(m_names.at(2)),       // an override
+            ViewLogic::safePreview(imageText),        // the sidebar preview
+            ViewLogic::safeName(u"<b>Mallory</b>"_s), // a channel sender
+            ViewLogic::safeName(u"\u202Eyrollam\u2069"_s),
             qtTrId("chat.conflict.message").arg(ViewLogic::safeName(m_names.at(0))),
             ViewLogic::safeName(m_rig->controller->selfInfo()->name), // the pill
         };
@@ -281,22 +277,6 @@ private Q_SLOTS:
         QCOMPARE(m_factory.requests(), QList<QUrl>());
         QVERIFY(!m_listener.hasPendingConnections());
         QVERIFY(!m_listener.waitForNewConnection(0));
-    }
-
-    // The connection screen's rows, with a radio whose name is markup.
-    void radioRowShowsItsNameAsText() {
-        QQmlComponent component(&m_rig->engine,
-                                QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/DeviceRow.qml")));
-        std::unique_ptr<QObject> row(component.createWithInitialProperties(
-            {{QStringLiteral("name"),
-              ViewLogic::safeName(QStringLiteral("<img src=\"%1\">\u202E").arg(m_imageUrl))}}));
-        QVERIFY2(row, qPrintable(component.errorString()));
-        auto* name = row->findChild<QQuickItem*>(QStringLiteral("deviceName"));
-        QVERIFY(name);
-        QCOMPARE(name->property("textFormat").toInt(), int(Qt::PlainText));
-        QTest::qWait(200);
-        QCOMPARE(m_factory.requests(), QList<QUrl>());
-        QVERIFY(!m_listener.hasPendingConnections());
     }
 };
 

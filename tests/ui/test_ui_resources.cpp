@@ -16,6 +16,7 @@
 #include <QTest>
 
 using namespace ViewLogic;
+using namespace Qt::StringLiterals;
 using MeshProtocol::AdvertType;
 
 namespace {
@@ -26,8 +27,8 @@ QSet<QString> qmlSymbols() {
         QStringLiteral(R"re((?:[sS]ymbol|systemImage)\s*:(.*)|iconSource\((.*)\))re"));
     static const QRegularExpression literal(QStringLiteral(R"re("([a-z0-9.]+)")re"));
     QSet<QString> names;
-    QDirIterator files(QStringLiteral(TALVENNE_SOURCE_DIR "/src/ui/views"),
-                       {QStringLiteral("*.qml")}, QDir::Files, QDirIterator::Subdirectories);
+    QDirIterator files(QStringLiteral(TALVENNE_SOURCE_DIR "/src/ui/views"), {u"*.qml"_s},
+                       QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
         QFile qml(files.next());
         if (!qml.open(QIODevice::ReadOnly))
@@ -74,8 +75,8 @@ QSet<QString> logicSymbols() {
         names << routeSymbol(path).symbol << routingRow(path).symbol;
     for (int percentage = 0; percentage <= 100; ++percentage)
         names << batterySymbol(percentage).symbol;
-    names << channelSymbol(QStringLiteral("5d0c2a7f91e4b8365fa0c7d21e9b4a83"))
-          << channelSymbol(QString(32, QLatin1Char('1')));
+    names << channelSymbol(u"5d0c2a7f91e4b8365fa0c7d21e9b4a83"_s)
+          << channelSymbol(QString(32, u'1'));
     names.remove(QString());
     return names;
 }
@@ -86,7 +87,8 @@ class TestUiResources : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // Every symbol used has an icon, and every icon is used.
+    // Every symbol used has an icon, and every icon is used; each is a
+    // bundled drawing in the current colour, not a fixed one.
     void iconsMatchTheSymbolsUsed() {
         const QSet<QString> fromQml = qmlSymbols();
         const QSet<QString> fromLogic = logicSymbols();
@@ -96,26 +98,14 @@ private Q_SLOTS:
         QStringList icons = iconSymbolNames();
         icons.sort();
         QCOMPARE(used, icons);
-        for (const QString& symbol : used)
-            QVERIFY(iconSource(symbol).startsWith(QLatin1String("qrc:/icons/")));
-    }
-
-    void everyIconIsBundledAndRecolourable_data() {
-        QTest::addColumn<QString>("symbol");
-        for (const QString& symbol : iconSymbolNames())
-            QTest::newRow(qPrintable(symbol)) << symbol;
-    }
-    void everyIconIsBundledAndRecolourable() {
-        QFETCH(QString, symbol);
-        QVERIFY(iconSource(symbol).endsWith(QLatin1String(".svg")));
-        QFile file(iconResourcePath(symbol));
-        QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
-        // The drawing uses the current colour, not a fixed one.
-        QVERIFY(file.readAll().contains("currentColor"));
-    }
-
-    void unknownSymbolHasNoIcon() {
-        QVERIFY(iconSource(QStringLiteral("no.such.symbol")).isEmpty());
+        for (const QString& symbol : used) {
+            QVERIFY(iconSource(symbol).startsWith(u"qrc:/icons/"));
+            QVERIFY(iconSource(symbol).endsWith(u".svg"));
+            QFile file(iconResourcePath(symbol));
+            QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
+            QVERIFY2(file.readAll().contains("currentColor"), qPrintable(symbol));
+        }
+        QVERIFY(iconSource(u"no.such.symbol"_s).isEmpty());
         QVERIFY(iconSource(QString()).isEmpty());
     }
 };

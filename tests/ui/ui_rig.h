@@ -13,6 +13,9 @@
 #include <chrono>
 #include <memory>
 
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
 inline Contact chatContact(const QString& key, const QString& name,
                            MeshProtocol::AdvertType type = MeshProtocol::AdvertType::chat,
                            std::int8_t outPathLength = 1) {
@@ -64,27 +67,35 @@ struct ModelSpies {
         , removed(model, &QAbstractItemModel::rowsRemoved)
         , moved(model, &QAbstractItemModel::rowsMoved)
         , changed(model, &QAbstractItemModel::dataChanged) {}
+    void clear() {
+        for (QSignalSpy* spy : {&reset, &inserted, &removed, &moved, &changed})
+            spy->clear();
+    }
 };
 
 // Loads one view of the QML module into a window of its own, with the root's
-// required properties set.
-inline std::unique_ptr<QQuickView> loadTalvenneView(const QString& file,
-                                                    const QVariantMap& properties, QSize size) {
+// required properties set, and shows it; null when it does not load.
+inline std::unique_ptr<QQuickView> loadTalvenneView(const QString& file, QVariantMap properties,
+                                                    MeshController* controller, QSize size) {
     auto view = std::make_unique<QQuickView>();
-    view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    view->engine()->addImportPath(u"qrc:/qt/qml"_s);
+    properties.insert(u"controller"_s, QVariant::fromValue(controller));
     view->setInitialProperties(properties);
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->resize(size);
-    view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/") + file));
+    view->setSource(QUrl(u"qrc:/qt/qml/Talvenne/"_s + file));
+    view->show();
+    if (!view->rootObject() || !QTest::qWaitForWindowExposed(view.get())) {
+        qWarning() << view->errors();
+        return nullptr;
+    }
     return view;
 }
 
 inline std::unique_ptr<QQuickView>
 loadChatView(MeshController* controller, const QString& conversationKey, QSize size = {720, 640}) {
-    return loadTalvenneView(QStringLiteral("ChatView.qml"),
-                            {{QStringLiteral("controller"), QVariant::fromValue(controller)},
-                             {QStringLiteral("conversationKey"), conversationKey}},
-                            size);
+    return loadTalvenneView(u"ChatView.qml"_s, {{u"conversationKey"_s, conversationKey}},
+                            controller, size);
 }
 
 template <typename T = QQuickItem>
@@ -115,11 +126,23 @@ inline QQuickItem* itemAtIndex(QObject* list, int index) {
     return row;
 }
 
+inline QString textOf(const QObject* object) {
+    return object ? object->property("text").toString() : QString();
+}
+
 inline void click(QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) {
     QVERIFY(item);
     const QPointF centre = item->mapToScene({item->width() / 2, item->height() / 2});
     QTest::mouseClick(item->window(), button, {}, centre.toPoint());
 }
+
+// A view or list model that follows a controller from the start.
+template <typename Model>
+struct Bound : Model {
+    explicit Bound(const std::unique_ptr<MeshController>& controller) {
+        this->setController(controller.get());
+    }
+};
 
 // The controller over the simulated radio that the views and their models are
 // tested against: with the demo's neighbours (Aino Virtanen, Ridge Repeater,
@@ -150,9 +173,8 @@ struct WindowRig : UiRig {
         : UiRig(neighbours) {
         if (network)
             engine.setNetworkAccessManagerFactory(network);
-        engine.setInitialProperties(
-            {{QStringLiteral("controller"), QVariant::fromValue(controller.get())}});
-        engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
+        engine.setInitialProperties({{u"controller"_s, QVariant::fromValue(controller.get())}});
+        engine.load(QUrl(u"qrc:/qt/qml/Talvenne/Main.qml"_s));
     }
 
     QQuickWindow* window() const {
@@ -169,6 +191,16 @@ struct WindowRig : UiRig {
     bool shows(const char* name) const {
         auto* item = find<QQuickItem>(name);
         return item && item->isVisible();
+    }
+    // A property of the named object; invalid while there is none.
+    QVariant value(const char* name, const char* property = "text") const {
+        QObject* object = find(name);
+        return object ? object->property(property) : QVariant();
+    }
+    QString text(const char* name) const { return value(name).toString(); }
+    int count(const char* list) const { return value(list, "count").toInt(); }
+    bool connectToMainView() {
+        return connect() && QTest::qWaitFor([&] { return shows("mainView"); });
     }
     // Moves virtual time and lets Qt Quick catch up (fades, bindings).
     void advance(std::chrono::milliseconds duration) {
