@@ -34,6 +34,7 @@ Rectangle {
                 objectName: "coordinates"
                 Layout.fillWidth: true
                 text: card.node.coordinateText
+                textFormat: TextEdit.PlainText
                 readOnly: true
                 selectByMouse: true
                 color: Theme.primaryText
