@@ -3,12 +3,10 @@
 #include "add_channel_form.h"
 #include "add_contact_form.h"
 #include "logic/add_forms.h"
-#include "translations.h"
 #include "ui_rig.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QQuickStyle>
 #include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
@@ -26,11 +24,7 @@ class TestAddForms : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() {
-        TestSupport::isolateFromUserFiles();
-        QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(u"Fusion"_s);
-    }
+    void initTestCase() { QVERIFY(prepareViewTests()); }
 
     void trimmedFieldRemovesOnlyBlanks_data() {
         QTest::addColumn<QString>("typed");

@@ -1,10 +1,8 @@
 #include "chat_view_model.h"
-#include "translations.h"
 #include "ui_rig.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QQuickStyle>
 #include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
@@ -28,10 +26,7 @@ class TestChatViewQml : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() {
-        QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(u"Fusion"_s);
-    }
+    void initTestCase() { QVERIFY(prepareViewTests()); }
 
     // The header follows the contact list: a contact that goes away on
     // disconnect leaves the key-only header behind.

@@ -1,12 +1,9 @@
 #include "history_search_model.h"
 #include "logic/history_search.h"
-#include "translations.h"
 #include "ui_rig.h"
 
-#include <QQuickStyle>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
-#include <qcoro/qcoroqml.h>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
@@ -24,12 +21,7 @@ class TestHistorySearch : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase() {
-        TestSupport::isolateFromUserFiles();
-        QCoro::Qml::registerTypes();
-        QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(u"Fusion"_s);
-    }
+    void initTestCase() { QVERIFY(prepareViewTests()); }
 
     void matchesIgnoringCaseAndAccents_data() {
         QTest::addColumn<QString>("text");

@@ -7,10 +7,8 @@
 #include "logic/node_details.h"
 #include "node_detail_model.h"
 #include "protocol/mesh_protocol.h"
-#include "translations.h"
 #include "ui_rig.h"
 
-#include <QQuickStyle>
 #include <QTest>
 #include <QUrlQuery>
 #include <QtQml/qqmlextensionplugin.h>
@@ -23,11 +21,7 @@ class TestInspectors : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() {
-        TestSupport::isolateFromUserFiles();
-        QVERIFY(installTranslations(*QCoreApplication::instance()));
-        QQuickStyle::setStyle(u"Fusion"_s);
-    }
+    void initTestCase() { QVERIFY(prepareViewTests()); }
 
     void batterySymbolByPercentage_data() {
         QTest::addColumn<int>("percentage");

@@ -1,11 +1,8 @@
-#include "translations.h"
 #include "ui_rig.h"
 
 #include <QAccessible>
-#include <QQuickStyle>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
-#include <qcoro/qcoroqml.h>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
@@ -64,12 +61,7 @@ class TestWindowAccess : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase() {
-        TestSupport::isolateFromUserFiles();
-        QCoro::Qml::registerTypes();
-        installTranslations(*QCoreApplication::instance());
-        QQuickStyle::setStyle(u"Fusion"_s);
-    }
+    void initTestCase() { QVERIFY(prepareViewTests()); }
 
     void init() {
         m_rig = std::make_unique<WindowRig>();

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "sim_rig.h"
+#include "translations.h"
 
 #include <QAbstractItemModel>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
+#include <QQuickStyle>
 #include <QQuickView>
 #include <QQuickWindow>
 #include <QSignalSpy>
@@ -12,9 +14,20 @@
 #include <QUuid>
 #include <chrono>
 #include <memory>
+#include <qcoro/qcoroqml.h>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+// Once per test program that builds views: no user files, the coroutine
+// types QML awaits, the shipped English texts, and one style on every
+// desktop. False when the texts could not be installed.
+inline bool prepareViewTests() {
+    TestSupport::isolateFromUserFiles();
+    QCoro::Qml::registerTypes();
+    QQuickStyle::setStyle(u"Fusion"_s);
+    return installTranslations(*QCoreApplication::instance());
+}
 
 inline Contact chatContact(const QString& key, const QString& name,
                            MeshProtocol::AdvertType type = MeshProtocol::AdvertType::chat,
