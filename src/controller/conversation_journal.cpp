@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -76,8 +77,14 @@ Replay read(QByteArrayView journal, QByteArrayView base) {
             replay.end = torn ? Replay::End::tornTail : Replay::End::damaged;
             return replay;
         }
-        if (end - cursor < digestHexLength + 1 + size + 1) {
-            replay.end = Replay::End::tornTail;
+        // The size is compared with what is left before any sum is made of
+        // it: a damaged size field can hold any number up to 2^63 - 1. A
+        // record that runs past the end is the writer's last, cut short,
+        // unless a line follows it: then the size itself is wrong.
+        const qint64 left = end - cursor - (digestHexLength + 2); // digest, space, line end
+        if (left < 0 || size > left) {
+            const bool torn = std::find(cursor, end, '\n') == end;
+            replay.end = torn ? Replay::End::tornTail : Replay::End::damaged;
             return replay;
         }
         const QByteArrayView expected(cursor, digestHexLength);

@@ -32,6 +32,11 @@ constexpr qint64 defaultMinimumFoldBytes = 64 * 1024;
 // the file's own load varies.
 constexpr qint64 foldDivisor = 16;
 
+// The most of a history file or journal that is read: past it a size is
+// taken for damage (or a history far beyond what memory holds), never
+// allocated.
+constexpr qint64 maximumReadBytes = qint64(2) << 30;
+
 // Moves an unusable file out of the way under a name of its own, so that
 // nothing the user had is lost when the next save writes a fresh one.
 bool moveAside(const QString& path, QLatin1StringView why = QLatin1StringView("damaged")) {
@@ -166,6 +171,11 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
                 history.safeToReplace = mayMove && moveAside(path);
                 return history;
             }
+        } else if (file.size() > maximumReadBytes) {
+            // Kept as it is, and never written over.
+            qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
+            history.problem = qt_error_string(EFBIG);
+            return history;
         } else {
             bytes = file.readAll();
             const bool readFailed = file.error() != QFileDevice::NoError;
@@ -195,6 +205,12 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
             qCWarning(lcStore) << "cannot read" << journalPath << journal.errorString();
             history.foldWanted = !mayMove || moveAside(journalPath);
         }
+        return history;
+    }
+    if (journal.size() > maximumReadBytes) {
+        qCWarning(lcStore) << "not reading" << journalPath << "of" << journal.size() << "bytes";
+        journal.close();
+        history.foldWanted = !mayMove || moveAside(journalPath);
         return history;
     }
     const QByteArray records = journal.readAll();

@@ -8,6 +8,7 @@
 #include "time/clock.h"
 
 #include <algorithm>
+#include <limits>
 
 using namespace std::chrono_literals;
 
@@ -228,7 +229,8 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
 
     const bool viewing = m_applicationActive && m_selectedConversation == target;
     const bool incoming = message.direction == ChatMessage::Direction::incoming;
-    if (incoming && !viewing)
+    // A count read from the file may be anything; it stops at the largest.
+    if (incoming && !viewing && conversation.unreadCount < std::numeric_limits<qint64>::max())
         ++conversation.unreadCount;
 
     const Conversation& before = m_conversations[key];
@@ -352,8 +354,13 @@ void MeshController::saveConversations() {
 
 void MeshController::refreshTotalUnreadCount() {
     qint64 total = 0;
-    for (const Conversation& conversation : std::as_const(m_conversations))
-        total += conversation.unreadCount;
+    for (const Conversation& conversation : std::as_const(m_conversations)) {
+        if (conversation.unreadCount > 0 &&
+            qAddOverflow(total, qint64(conversation.unreadCount), &total)) {
+            total = std::numeric_limits<qint64>::max();
+            break;
+        }
+    }
     assign(m_totalUnreadCount, total, &MeshController::totalUnreadCountChanged);
 }
 

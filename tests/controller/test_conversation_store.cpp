@@ -366,6 +366,36 @@ private slots:
         QCOMPARE(contents(dir.filePath(aside[0])), bytes);
     }
 
+    // Sizes a damaged disk can show (sparse files here) are never read into
+    // memory: a file that large stays as it is and is never written over; a
+    // journal that large is moved aside and the file's history loads.
+    void oversizedFilesAreNotRead_data() {
+        QTest::addColumn<bool>("journal");
+        QTest::newRow("history file") << false;
+        QTest::newRow("journal") << true;
+    }
+    void oversizedFilesAreNotRead() {
+        QFETCH(bool, journal);
+        QTemporaryDir dir;
+        const QList<Conversation> good = history(2, 5);
+        ConversationStore(pathIn(dir)).save(good);
+        const QString huge = journal ? pathIn(dir) + QStringLiteral(".journal") : pathIn(dir);
+        QVERIFY(QFile(huge).resize(qint64(3) << 30));
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.load() == (journal ? good : QList<Conversation>()));
+        QCOMPARE(store.error().isEmpty(), journal);
+        store.save(history(2, 6));
+        store.flush();
+        if (journal) {
+            QCOMPARE(damagedCopies(QDir(dir.path())).size(), 1);
+            QVERIFY(onDisk(pathIn(dir)) == history(2, 6));
+        } else {
+            QCOMPARE(QFileInfo(huge).size(), qint64(3) << 30);
+            QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
+        }
+    }
+
     void saveBeforeLoadKeepsADamagedFile() {
         QTemporaryDir dir;
         const QByteArray damaged("[{\"target\":");
