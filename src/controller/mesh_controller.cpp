@@ -48,7 +48,7 @@ MeshController::~MeshController() {
     // sees m_closing after its co_await and ends without touching anything.
     m_closing = true;
     cancelReconnectTimer();
-    while (pendingRequestCount() > 0 || !m_pauses.isEmpty() || !m_overdue.isEmpty()) {
+    while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
         failAllPending(MeshError::notConnected());
         endAllPauses();
     }

@@ -193,8 +193,15 @@ public:
     // in order, and each one's timeout starts when it is written. Throws
     // MeshError: notConnected (at once when there is no link, or when the link
     // drops), timeout, or device when the radio answers it with an error.
+    //
+    // An answer is taken when it comes. After a timeout the late answer of
+    // the timed-out command may still come, and an ok, an error or a sent
+    // report cannot tell whose it is: when a second one follows, the first
+    // was the late one (dropped) and `correct`, if given, is called with the
+    // request's own.
     QCoro::Task<MeshEvent> request(QByteArray frame, ExpectedResponse expect,
-                                   std::chrono::milliseconds timeout);
+                                   std::chrono::milliseconds timeout,
+                                   AnswerCorrection correct = {});
     // Offers the event to the waiting requests, then applies it to the state.
     void handleEvent(const MeshEvent& event);
 
@@ -430,6 +437,9 @@ private:
     // Forgets the overdue requests up to and including `index`: that one got
     // its late answer, the ones before it will not get theirs any more.
     void dropOverdueThrough(qsizetype index);
+    // The provisional answers were each one request early: hands each
+    // request the answer after its own, the last one `own`.
+    void correctProvisionalAnswers(const MeshEvent& own);
     // Ends every pause at once (false): the link they waited on is gone.
     void endAllPauses();
     // Waits `delay` on the clock; comes back early (false) when the controller
@@ -455,6 +465,7 @@ private:
 
     // Messaging pieces.
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
+    void correctTransmission(const QUuid& id, const ConversationID& target, const MeshEvent& own);
     void handleIncomingMessage(const MeshEvent& event);
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
     // After loading: a message left `sending` is failed, and each `sent` one
@@ -536,9 +547,9 @@ private:
     QList<PendingRequest> m_queued; // not written yet, oldest first
     std::optional<PendingRequest> m_inFlight;
     QList<OverdueRequest> m_overdue; // oldest first
-    // An answer that fits both the request in flight and an overdue one:
-    // whose it is shows when a second one comes, or none does.
-    std::optional<MeshEvent> m_heldAnswer;
+    // Oldest first; they stand until the last one's own answer is overdue.
+    QList<ProvisionalAnswer> m_provisional;
+    QDateTime m_provisionalUntil;
     QList<Pause> m_pauses;
     // Changes with every connection and every disconnect: a handshake or a
     // sync that finds it changed after a wait belongs to a link that is gone.

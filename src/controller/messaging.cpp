@@ -75,10 +75,15 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
             co_return;
         }
         bool accepted = false;
+        // Named, not a temporary inside co_await: g++ 12 destroys such a
+        // temporary twice.
+        AnswerCorrection correct = [this, id = message.id, target](const MeshEvent& own) {
+            correctTransmission(id, target, own);
+        };
         try {
             co_await request(MeshProtocol::sendChannelText(std::uint8_t(index),
                                                            m_clock->secondsSince1970(), text),
-                             ExpectedResponse::ok, sendTimeout);
+                             ExpectedResponse::ok, sendTimeout, std::move(correct));
             accepted = true;
         } catch (const MeshError&) {
         }
@@ -100,10 +105,13 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
     }
 
     std::optional<Events::MessageSent> sent;
+    AnswerCorrection correct = [this, id = message.id, target](const MeshEvent& own) {
+        correctTransmission(id, target, own);
+    };
     try {
         const MeshEvent event = co_await request(
             MeshProtocol::sendDirectText(*keyBytes, m_clock->secondsSince1970(), text),
-            ExpectedResponse::sent, sendTimeout);
+            ExpectedResponse::sent, sendTimeout, std::move(correct));
         if (const auto* answer = std::get_if<Events::MessageSent>(&event))
             sent = *answer;
     } catch (const MeshError&) {
@@ -117,6 +125,26 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
     forgetStaleAcknowledgements();
     m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), message.id);
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
+}
+
+// The answer a message was settled with was the late answer of the message
+// before it; `own` is its own. A sent message's acknowledgement key is the
+// one the radio issued for it, never another message's.
+void MeshController::correctTransmission(const QUuid& id, const ConversationID& target,
+                                         const MeshEvent& own) {
+    using State = ChatMessage::DeliveryState;
+    m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value() == id; });
+    if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
+        m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), id);
+        markSent(id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
+        return;
+    }
+    const bool accepted = std::holds_alternative<Events::Ok>(own) && target.isChannel();
+    updateMessage(id, target, [accepted](ChatMessage& m) {
+        m.deliveryState = accepted ? State::delivered : State::failed;
+        m.expectedAck.reset();
+        m.estimatedTimeoutMillis.reset();
+    });
 }
 
 // A confirmation more than a day after sending will not come: the look-up

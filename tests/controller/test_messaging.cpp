@@ -68,29 +68,55 @@ private Q_SLOTS:
         QCOMPARE(rig.savedHistory()->first().messages.first().deliveryState, State::delivered);
     }
 
-    // The radio's late answer for a timed-out message is not taken by the
-    // next message: that one keeps its own code and its own round trip.
+    // The radio's late answer for a timed-out message is not kept by the
+    // message after it (sent again or new, at once or a minute later, one or
+    // two of them): each ends with the acknowledgement code issued for it, so
+    // the timed-out one's confirmation delivers none of them.
+    void lateAnswerStaysWithItsMessage_data() {
+        QTest::addColumn<bool>("again");
+        QTest::addColumn<int>("secondsLater");
+        QTest::addColumn<int>("next"); // messages sent after the timed-out one
+        QTest::newRow("a new message") << false << 0 << 1;
+        QTest::newRow("sent again") << true << 0 << 1;
+        QTest::newRow("sent again a minute later") << true << 60 << 1;
+        QTest::newRow("two new messages") << false << 0 << 2;
+    }
     void lateAnswerStaysWithItsMessage() {
+        QFETCH(bool, again);
+        QFETCH(int, secondsLater);
+        QFETCH(int, next);
         ControllerRig rig;
         rig.connectQuietly();
         const auto target = ConversationID::contact(contactKey);
         rig.controller->sendMessage(QStringLiteral("first"), target);
         rig.clock.advance(8s);
-        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::failed);
+        const ChatMessage failed = lastMessage(*rig.controller, target);
+        QCOMPARE(failed.deliveryState, State::failed);
+        rig.clock.advance(std::chrono::seconds(secondsLater));
 
-        rig.controller->sendMessage(QStringLiteral("second"), target);
-        rig.deliver(Events::MessageSent{0, 0xaaaa, 3000}); // the first one's, late
-        rig.deliver(Events::MessageSent{0, 0xbbbb, 4000});
-        rig.deliver(Events::SendConfirmed{0xaaaa, 700});
-        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::sent);
-        QCOMPARE(lastMessage(*rig.controller, target).expectedAck, 0xbbbbu);
-        rig.deliver(Events::SendConfirmed{0xbbbb, 900});
+        if (again)
+            QVERIFY(rig.controller->sendAgain(failed.id, target));
+        for (int n = again ? 1 : 0; n < next; ++n)
+            rig.controller->sendMessage(QStringLiteral("next %1").arg(n), target);
+        rig.deliver(Events::MessageSent{0, 0xa0, 3000}); // the first one's, late
+        for (int n = 1; n <= next; ++n)
+            rig.deliver(Events::MessageSent{0, std::uint32_t(0xa0 + n), 4000});
+        rig.deliver(Events::SendConfirmed{0xa0, 700});
 
-        const ChatMessage second = lastMessage(*rig.controller, target);
-        QCOMPARE(second.deliveryState, State::delivered);
-        QCOMPARE(second.roundTripMillis, 900u);
-        const auto& messages = rig.controller->conversations()[target.conversationKey()].messages;
-        QCOMPARE(messages.first().deliveryState, State::failed);
+        const QList<ChatMessage> messages =
+            rig.controller->conversations()[target.conversationKey()].messages.mid(again ? 0 : 1);
+        QCOMPARE(messages.size(), next);
+        for (int n = 1; n <= next; ++n) {
+            QCOMPARE(messages[n - 1].deliveryState, State::sent);
+            QCOMPARE(messages[n - 1].expectedAck, std::uint32_t(0xa0 + n));
+            QCOMPARE(messages[n - 1].estimatedTimeoutMillis, 4000u);
+        }
+        rig.deliver(Events::SendConfirmed{0xa0 + std::uint32_t(next), 900});
+        const ChatMessage last = lastMessage(*rig.controller, target);
+        QCOMPARE(last.deliveryState, State::delivered);
+        QCOMPARE(last.roundTripMillis, 900u);
+        QCOMPARE(rig.savedHistory()->first().messages.last().expectedAck,
+                 std::uint32_t(0xa0 + next));
     }
 
     // A burst of pushes starts a drain each; a channel message sent meanwhile
