@@ -46,6 +46,8 @@ MeshController::~MeshController() {
     // Coroutines of this controller are suspended only on requests and in
     // `m_pauses`. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
+    m_contactListReads = 0;
+    fileWaitingMessages();
     m_closing = true;
     cancelReconnectTimer();
     while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
@@ -60,10 +62,7 @@ void MeshController::loadPreferences() {
     if (!m_settings)
         return;
     m_autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
-    m_rememberedDevice = {QUuid(m_settings->value(QLatin1String(lastDeviceIdKey)).toString()),
-                          m_settings->value(QLatin1String(lastDeviceNameKey)).toString()};
-    if (m_rememberedDevice.id.isNull())
-        m_rememberedDevice.name.clear();
+    loadRememberedDevice();
     const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
     m_favorites = QSet<QString>(favorites.begin(), favorites.end());
 
@@ -80,6 +79,15 @@ void MeshController::loadPreferences() {
         keys.insert(it.key(), it.value().toString());
     }
     m_verifiedKeys = std::move(keys);
+}
+
+void MeshController::loadRememberedDevice() {
+    if (!m_settings)
+        return;
+    m_rememberedDevice = {QUuid(m_settings->value(rememberedDeviceKey(lastDeviceIdKey)).toString()),
+                          m_settings->value(rememberedDeviceKey(lastDeviceNameKey)).toString()};
+    if (m_rememberedDevice.id.isNull())
+        m_rememberedDevice.name.clear();
 }
 
 void MeshController::loadConversations() {
@@ -212,9 +220,10 @@ void MeshController::onTransportConnected() {
     ++m_connection;
     performHandshake(); // runs on by itself; the task handle is not needed
     // After the handshake began, so that isSyncing already tells views that
-    // the radio's lists are on their way.
+    // the radio's lists are on their way. The failed attempts stay counted
+    // until the handshake is through.
     if (m_isReconnecting)
-        stopReconnecting();
+        endReconnectAttempt();
 }
 
 void MeshController::onTransportFailed(const QString& text) {
@@ -257,6 +266,10 @@ void MeshController::disconnectFromDevice() {
 }
 
 void MeshController::resetAfterDisconnect() {
+    // Messages that waited for the contact list find their senders in what
+    // has come of it.
+    m_contactListReads = 0;
+    fileWaitingMessages();
     setSelfInfo(std::nullopt);
     setDeviceInfo(std::nullopt);
     setBattery(std::nullopt);
@@ -295,7 +308,9 @@ void MeshController::applyEvent(const MeshEvent& event) {
                        confirmDelivery(e.ackCode, e.roundTripMillis);
                    },
                    [this](const Events::MessagesWaiting&) {
-                       syncMessages(); // its own task; ends by itself
+                       // The handshake reads them itself once the contacts are in.
+                       if (m_handshakeBeforeDrain == 0 || m_handshakeBeforeDrain != m_connection)
+                           syncMessages(); // its own task; ends by itself
                    },
                    [](const auto&) {},
                },

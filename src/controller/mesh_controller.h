@@ -162,10 +162,12 @@ public:
     // while `autoReconnect` is on: an attempt scans (up to reconnectScanWindow)
     // until the radio is seen, then connects. Attempts are 1 s after the drop,
     // then further apart (2, 4, 8, ... s, at most reconnectPauseCap), for as
-    // long as it takes. A pause that ends far later than it should (the
-    // computer slept) starts the pauses over, and Bluetooth coming back on
-    // starts an attempt at once. Disconnecting, choosing a radio or turning
-    // `autoReconnect` off ends it.
+    // long as it takes. Only a connection whose handshake went through ends
+    // the count: a radio that drops the link during every handshake is tried
+    // less and less often. A pause or scan that ends far later than it should
+    // (the computer slept), Bluetooth coming back on and the preference
+    // turned on again start the pauses over (reconnectNow). Disconnecting,
+    // choosing a radio or turning `autoReconnect` off ends it.
     static constexpr std::chrono::milliseconds reconnectScanWindow{10'000};
     static constexpr std::chrono::milliseconds reconnectPauseCap{60'000};
     // The pause before the attempt that follows `failures` failed ones.
@@ -176,6 +178,13 @@ public:
     // The remembered radio's name; empty when none is remembered.
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
     std::optional<QUuid> rememberedDeviceId() const;
+    // The settings group the remembered radio is kept in (empty: the top
+    // level). Demo runs keep theirs apart, so that a normal run never looks
+    // for the simulated radio and keeps the radio it had. Reads the
+    // remembered radio of that group; call before enableAutomaticReconnection().
+    void setRememberedDeviceGroup(const QString& group);
+    // No radio to come back to, now or at the next start.
+    void forgetRememberedDevice();
     // Failed attempts since the reconnection began (or the computer woke).
     int reconnectFailures() const { return m_reconnectFailures; }
     // The application calls this once its window is up: from then on the
@@ -185,6 +194,14 @@ public:
     // the plain link want it.
     bool enableAutomaticReconnection();
     bool isAutomaticReconnectionEnabled() const { return m_reconnectionEnabled; }
+    // Starts the reconnection's pauses over and looks for the remembered
+    // radio at once (ending a scan or pause under way): for the computer
+    // waking from sleep, Bluetooth or its adapter coming back, and the
+    // preference turned on again. Nothing happens while a radio is connected
+    // or being connected, without a remembered radio, with `autoReconnect`
+    // off, or before enableAutomaticReconnection(); returns whether an
+    // attempt was set off.
+    Q_INVOKABLE bool reconnectNow();
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -454,9 +471,16 @@ private:
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
     void rememberDevice(const DiscoveredDevice& device);
+    void loadRememberedDevice();
+    QString rememberedDeviceKey(const char* key) const;
     void beginReconnecting(std::chrono::milliseconds firstPause);
     void stopReconnecting();
+    // The link is up: the attempt is over, its failures stay counted.
+    void endReconnectAttempt();
+    // The step under way ends far later than it was due: the computer slept.
+    bool reconnectStepOverslept() const;
     void scheduleReconnectAttempt(std::chrono::milliseconds delay);
+    void waitForReconnectAttempt(std::chrono::milliseconds left);
     void attemptReconnect();
     void reconnectAttemptFailed();
     void cancelReconnectTimer();
@@ -467,6 +491,8 @@ private:
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
     void correctTransmission(const QUuid& id, const ConversationID& target, const MeshEvent& own);
     void handleIncomingMessage(const MeshEvent& event);
+    // Files the messages that waited for a contact list read to end.
+    void fileWaitingMessages();
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
     // After loading: a message left `sending` is failed, and each `sent` one
     // with its expected acknowledgement waits for its confirmation again.
@@ -536,13 +562,16 @@ private:
         QString name;
     };
     RememberedDevice m_rememberedDevice;
+    QString m_rememberedDeviceGroup;
     bool m_autoReconnect = true;
     bool m_reconnectionEnabled = false;
     bool m_isReconnecting = false;
     ReconnectStep m_reconnectStep = ReconnectStep::idle;
     int m_reconnectFailures = 0;
     std::uint64_t m_reconnectTimer = 0; // a Clock timer id, 0 when none
-    QDateTime m_reconnectDue;
+    QDateTime m_reconnectDue;           // when the step under way ends at the latest
+    // The connection whose handshake went through.
+    std::uint64_t m_provenConnection = 0;
 
     QList<PendingRequest> m_queued; // not written yet, oldest first
     std::optional<PendingRequest> m_inFlight;
@@ -556,6 +585,12 @@ private:
     std::uint64_t m_connection = 0;
     // The connection whose handshake set isSyncing.
     std::uint64_t m_syncingConnection = 0;
+    // The connection whose handshake has not come to its message drain yet.
+    std::uint64_t m_handshakeBeforeDrain = 0;
+    // Contact list reads under way, and the messages from senders missing
+    // from the list that wait for them to end.
+    int m_contactListReads = 0;
+    QList<MeshEvent> m_messagesWaitingForContacts;
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
     QHash<QString, QUuid> m_lastSentMessageID;

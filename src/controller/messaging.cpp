@@ -230,10 +230,22 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
         // contact that merely starts with the bytes that came.
         if (e->prefix.size() < keyPrefixHexDigits)
             return;
-        // A sender missing from the contact list gets a conversation under its key prefix.
+        // A sender missing from the contact list gets a conversation under
+        // its key prefix; while the list is being read again, the message
+        // waits for it first.
         const auto contact = contactForPrefix(e->prefix);
+        if (!contact && m_contactListReads > 0) {
+            m_messagesWaitingForContacts.append(event);
+            return;
+        }
         appendMessage(message, ConversationID::contact(contact ? contact->publicKey : e->prefix));
     }
+}
+
+void MeshController::fileWaitingMessages() {
+    const QList<MeshEvent> waiting = std::exchange(m_messagesWaitingForContacts, {});
+    for (const MeshEvent& event : waiting)
+        handleIncomingMessage(event);
 }
 
 Conversation MeshController::ensureConversation(const ConversationID& target) {

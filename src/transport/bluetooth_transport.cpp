@@ -250,6 +250,10 @@ void BluetoothTransport::onPeripheralDisconnected(const std::optional<BleAdapter
     const bool wasConnecting = m_state == TransportState::connecting;
     if (wasConnecting && attemptReconnection(error))
         return;
+    // Nothing of the radio outlasts its link: a later power loss has no
+    // link to end.
+    m_connectingDevice.reset();
+    m_connectRetries = 0;
     clearCharacteristics();
     m_peripheral.reset();
     setState(TransportState::disconnected);
