@@ -5,8 +5,10 @@
 #include <QString>
 #include <QVariantList>
 #include <functional>
+#include <memory>
 
 class MeshController;
+class OwnedLock;
 class SimulatedRadio;
 class QQmlApplicationEngine;
 class QQuickItem;
@@ -23,6 +25,7 @@ public:
     // make an operation fail on purpose.
     ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller, SimulatedRadio* radio,
                    QString directory, QString suffix, QObject* parent = nullptr);
+    ~ScreenshotTour() override;
 
     void start();
 
@@ -51,6 +54,9 @@ private:
     // as Tab would, so that it shows its focus ring.
     void focusByTab(const char* objectName);
     void resizeWindow(int width, int height);
+    // Plays another Talvenne that took the history's folder (as if it had
+    // been moved away): the history's lock, taken in its place. False ends it.
+    void holdHistoryElsewhere(bool hold);
     // Sets properties of named objects inside a sheet, then calls `method`
     // (if any) on the object named "form".
     void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,
@@ -64,4 +70,5 @@ private:
     QList<Scene> m_scenes;
     bool m_standInBluez = false;
     int m_next = 0;
+    std::unique_ptr<OwnedLock> m_otherTalvenne;
 };

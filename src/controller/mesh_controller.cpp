@@ -37,7 +37,14 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     loadPreferences();
     if (m_store) {
         connect(m_store, &ConversationStore::errorChanged, this, &MeshController::setHistoryError);
+        connect(m_store, &ConversationStore::writableChanged, this, [this] {
+            assign(m_historyWritable, m_store->isWritable(),
+                   &MeshController::historyWritableChanged);
+        });
+        connect(m_store, &ConversationStore::historyReleased, this,
+                &MeshController::reloadConversations);
         setHistoryError(m_store->error());
+        m_historyWritable = m_store->isWritable();
     }
     loadConversations();
 }
@@ -99,6 +106,33 @@ void MeshController::loadConversations() {
     m_conversations = std::move(loaded);
     refreshTotalUnreadCount();
     resumeDeliveryTracking();
+}
+
+// Another Talvenne kept the history and has let it go: what it left is read,
+// with this run's unsaved changes on top, and the window goes on from it.
+void MeshController::reloadConversations() {
+    if (!m_store)
+        return;
+    ConversationMap loaded;
+    for (const Conversation& conversation : m_store->load())
+        loaded.insert(conversation.target.conversationKey(), conversation);
+    assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);
+    if (loaded != m_conversations) {
+        m_conversations = std::move(loaded);
+        Q_EMIT conversationsReset();
+        Q_EMIT conversationsChanged();
+    }
+    refreshTotalUnreadCount();
+    resumeDeliveryTracking();
+    updateBadge();
+    // The radio's waiting messages were left there meanwhile.
+    if (m_historyWritable && m_transportState == TransportState::connected &&
+        !handshakeReadsTheQueue())
+        syncMessages();
+}
+
+bool MeshController::saveHistoryAgain() {
+    return !m_store || m_store->saveAgain();
 }
 
 void MeshController::setHistoryError(const QString& error) {
@@ -309,7 +343,7 @@ void MeshController::applyEvent(const MeshEvent& event) {
                    },
                    [this](const Events::MessagesWaiting&) {
                        // The handshake reads them itself once the contacts are in.
-                       if (m_handshakeBeforeDrain == 0 || m_handshakeBeforeDrain != m_connection)
+                       if (!handshakeReadsTheQueue())
                            syncMessages(); // its own task; ends by itself
                    },
                    [](const auto&) {},

@@ -74,6 +74,7 @@ class MeshController : public QObject {
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
+    Q_PROPERTY(bool historyWritable READ historyWritable NOTIFY historyWritableChanged)
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
@@ -134,6 +135,14 @@ public:
     qint64 totalUnreadCount() const { return m_totalUnreadCount; }
     // Why the history is not being saved (the store's error), or empty.
     const QString& historyError() const { return m_historyError; }
+    // False while another Talvenne holds the history: nothing is sent and the
+    // radio's waiting messages stay there, since none of it could be kept.
+    // When the other one has gone, the history it left is read (with this
+    // run's unsaved changes on top) and this turns true.
+    bool historyWritable() const { return m_historyWritable; }
+    // Tries once more to save what could not be saved; true when the history
+    // is saved now (for the question at quit).
+    Q_INVOKABLE bool saveHistoryAgain();
 
     void setSelectedConversation(std::optional<ConversationID> target);
     // Whether the application is the active one; the app wires this to the
@@ -429,6 +438,7 @@ Q_SIGNALS:
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
     void historyErrorChanged();
+    void historyWritableChanged();
     void autoReconnectChanged();
     void isReconnectingChanged();
     void rememberedDeviceChanged();
@@ -467,6 +477,10 @@ private:
 
     // Handshake pieces.
     void ensureContactConversations();
+    // The handshake under way has not read the waiting messages yet, and will.
+    bool handshakeReadsTheQueue() const {
+        return m_handshakeBeforeDrain != 0 && m_handshakeBeforeDrain == m_connection;
+    }
 
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
@@ -528,6 +542,7 @@ private:
 
     void loadPreferences();
     void loadConversations();
+    void reloadConversations();
     void setHistoryError(const QString& error);
 
     QPointer<MeshLink> m_link;
@@ -555,6 +570,9 @@ private:
     VerifiedKeyMap m_verifiedKeys;
     qint64 m_totalUnreadCount = 0;
     QString m_historyError;
+    bool m_historyWritable = true;
+    // Outgoing messages whose transmission is under way.
+    QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
 
     struct RememberedDevice {

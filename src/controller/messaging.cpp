@@ -7,6 +7,7 @@
 #include "protocol/mesh_protocol.h"
 #include "time/clock.h"
 
+#include <QScopeGuard>
 #include <algorithm>
 #include <limits>
 
@@ -27,7 +28,8 @@ QString acknowledgementKey(std::uint32_t ackCode) {
 
 void MeshController::sendMessage(const QString& text, const ConversationID& target) {
     const QString trimmed = text.trimmed();
-    if (trimmed.isEmpty())
+    // A message that could not be kept is not sent either.
+    if (trimmed.isEmpty() || !m_historyWritable)
         return;
 
     ChatMessage message;
@@ -49,7 +51,8 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
     const QList<ChatMessage>& messages = found->messages;
     const auto failed = std::find_if(messages.cbegin(), messages.cend(),
                                      [&id](const ChatMessage& m) { return m.id == id; });
-    if (failed == messages.cend() || failed->direction != ChatMessage::Direction::outgoing ||
+    if (!m_historyWritable || failed == messages.cend() ||
+        failed->direction != ChatMessage::Direction::outgoing ||
         failed->deliveryState != ChatMessage::DeliveryState::failed ||
         failed->text.trimmed().isEmpty())
         return false;
@@ -66,6 +69,11 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
 QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, ConversationID target,
                                                   QString text) {
     using State = ChatMessage::DeliveryState;
+    m_transmitting.insert(message.id);
+    const auto done = qScopeGuard([this, id = message.id] {
+        if (!m_closing)
+            m_transmitting.remove(id);
+    });
 
     if (target.isChannel()) {
         const int index = target.channelIndex();
@@ -194,8 +202,9 @@ void MeshController::resumeDeliveryTracking() {
     bool changed = false;
     for (Conversation& conversation : m_conversations) {
         for (ChatMessage& message : conversation.messages) {
-            // Its transmission ended with the run that stored it.
-            if (message.deliveryState == State::sending) {
+            // Its transmission ended with the run that stored it (or, read
+            // back from another run, with that one).
+            if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
                 message.deliveryState = State::failed;
                 changed = true;
             }

@@ -1,6 +1,7 @@
 #include "controller_rig.h"
 #include "test_support.h"
 
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -437,6 +438,43 @@ private Q_SLOTS:
 
     // The store's error is the controller's historyError: shown while saves
     // fail, cleared by the next that succeeds.
+    // A window whose history another Talvenne holds sends nothing and leaves
+    // the radio's waiting messages there (none of it could be kept), and
+    // says why. Once the other has gone it reads what that one left and
+    // works as usual, the waiting messages first.
+    void historyHeldByAnotherTalvenne() {
+        ControllerRig rig(false);
+        const QList<Conversation> good{
+            Conversation{ConversationID::channel(1), {}, distantPast(), 0}};
+        rig.store->save(good);
+        rig.store.reset();
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), rig.historyPath()});
+        QVERIFY(holder.waitForReadyRead(30'000));
+        rig.store = std::make_unique<ConversationStore>(rig.historyPath());
+        rig.buildController();
+        rig.connectQuietly();
+        QSignalSpy writable(rig.controller.get(), &MeshController::historyWritableChanged);
+        QVERIFY(!rig.controller->historyWritable());
+        QVERIFY(rig.controller->historyError().contains(QString::number(holder.processId())));
+
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
+        rig.deliver(Events::MessagesWaiting{});
+        QVERIFY(rig.link.written.isEmpty());
+        QVERIFY(rig.controller->conversations()["channel:1"].messages.isEmpty());
+
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(writable.wait(5000));
+        QVERIFY(rig.controller->historyWritable());
+        QTRY_VERIFY(rig.controller->historyError().isEmpty());
+        QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
+        rig.deliver(Events::NoMoreMessages{});
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
+        QCOMPARE(rig.link.written.size(), 2);
+        QCOMPARE(rig.savedHistory()->first().messages.size(), 1);
+    }
+
     void historyErrorFollowsTheStore() {
         QTemporaryDir dir;
         const QString folder = dir.filePath(QStringLiteral("history"));
