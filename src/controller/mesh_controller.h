@@ -1,5 +1,6 @@
 #pragma once
 
+#include "book/node_book.h"
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
 #include "controller/pending_request.h"
@@ -30,6 +31,7 @@
 class Clock;
 class ConversationStore;
 class MeshLink;
+class NodeBookStore;
 class Notifier;
 class QSettings;
 
@@ -80,6 +82,8 @@ class MeshController : public QObject {
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
     Q_PROPERTY(
         QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
+    Q_PROPERTY(bool radioAway READ radioAway NOTIFY radioAwayChanged)
+    Q_PROPERTY(QString nodeBookError READ nodeBookError NOTIFY nodeBookErrorChanged)
 
 public:
     using ConversationMap = QHash<QString, Conversation>;
@@ -94,6 +98,8 @@ public:
     static constexpr auto lastDeviceIdKey = "lastDeviceID";
     static constexpr auto lastDeviceNameKey = "lastDeviceName";
     static constexpr auto autoReconnectKey = "reconnectAutomatically";
+    // The remembered radio's own public key: the name of its node book.
+    static constexpr auto lastDeviceKeyKey = "lastDevicePublicKey";
 
     // Loads favourites and verified keys from `settings` and the history from
     // `store`, and listens to `link`. Any of the pointers may be null in tests
@@ -211,6 +217,38 @@ public:
     // off, or before enableAutomaticReconnection(); returns whether an
     // attempt was set off.
     Q_INVOKABLE bool reconnectNow();
+
+    // --- node books
+    //
+    // What each radio last reported (self and device info, contacts,
+    // channels) is kept in its node book, so that the window can open from
+    // it while the radio is away. While a radio is connected its book follows
+    // what it reports, written at most once per nodeBookWriteDelay and at
+    // once when the link ends; the link ending then leaves the radio's lists
+    // standing (`radioAway`) instead of clearing them. A handshake's answers
+    // replace the book's in place: the rows the radio still has are updated
+    // where they stand, the others go once its list is read to the end.
+    static constexpr std::chrono::milliseconds nodeBookWriteDelay{2'000};
+    // Without a store (the tools, most tests) nothing is kept. Call after
+    // setRememberedDeviceGroup().
+    void setNodeBookStore(NodeBookStore* store);
+    // Shows the remembered radio's book while it is away; false when there
+    // is none (a damaged one says why in nodeBookError) or a radio is connected.
+    bool openRememberedBook();
+    // A radio is remembered and its book is (or is about to be) shown in its
+    // place: no radio is connected.
+    bool radioAway() const { return m_radioAway; }
+    // Why the book could not be read or written, or empty.
+    const QString& nodeBookError() const { return m_nodeBookError; }
+    // The last name any book gives a contact key, for conversations whose
+    // contact the radio in use does not know; read with the book.
+    const QHash<QString, QString>& knownNames() const { return m_knownNames; }
+    // Disconnects, deletes the radio's book and forgets the radio: no
+    // reconnection to it, and the next start shows the connection screen.
+    // The history stays. False when the book could not be deleted.
+    Q_INVOKABLE bool forgetThisRadio();
+    // The public key of the radio whose book is in use; empty when none.
+    const QString& bookRadioKey() const { return m_bookRadioKey; }
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -442,6 +480,11 @@ Q_SIGNALS:
     void autoReconnectChanged();
     void isReconnectingChanged();
     void rememberedDeviceChanged();
+    void radioAwayChanged();
+    void nodeBookErrorChanged();
+    void knownNamesChanged();
+    // The contacts were put in another order (rows neither added nor removed).
+    void contactsReordered();
 
 private:
     // Link reports.
@@ -500,6 +543,22 @@ private:
     void cancelReconnectTimer();
     void onReconnectStateChanged(TransportState previous, TransportState state);
     void onReconnectDiscovered(const DiscoveredDevice& device);
+
+    // Node book pieces.
+    NodeBook currentBook() const;
+    void applyBook(const NodeBook& book);
+    // The connected radio said who it is: its book is the one in use.
+    void radioIdentified(const QString& publicKey);
+    void noteBookChange();
+    void writeBookNow();
+    void saveBook();
+    void radioWentAway();
+    void setRadioAway(bool away);
+    void setNodeBookError(const QString& error);
+    void readKnownNames();
+    // Removes the contacts a finished list read did not bring, then sorts.
+    void settleContactList();
+    void removeChannelsFrom(int index);
 
     // Messaging pieces.
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
@@ -609,6 +668,15 @@ private:
     // from the list that wait for them to end.
     int m_contactListReads = 0;
     QList<MeshEvent> m_messagesWaitingForContacts;
+    // The keys the contact list read under way has brought.
+    QSet<QString> m_contactKeysRead;
+
+    NodeBookStore* m_books = nullptr;
+    QString m_bookRadioKey;
+    bool m_radioAway = false;
+    QString m_nodeBookError;
+    QHash<QString, QString> m_knownNames;
+    std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
     QHash<QString, QUuid> m_lastSentMessageID;

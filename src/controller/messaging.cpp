@@ -318,6 +318,8 @@ QString MeshController::conversationTitle(const ConversationID& target) const {
         const auto contact = contactForKey(target.contactKey());
         if (contact && !contact->name.isEmpty())
             return contact->name;
+        if (const QString known = m_knownNames.value(target.contactKey()); !known.isEmpty())
+            return known;
         return target.contactKey().left(12);
     }
     if (const auto channel = channelForIndex(target.channelIndex()))

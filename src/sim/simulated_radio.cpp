@@ -544,6 +544,10 @@ BatteryInfo SimulatedRadio::battery() const {
     return info;
 }
 
+void SimulatedRadio::forgetContact(const QString& publicKey) {
+    m_contacts.removeIf([&](const Contact& c) { return c.publicKey == publicKey; });
+}
+
 void SimulatedRadio::addContact(const Contact& contact) {
     Contact stored = contact;
     stored.publicKey = hexOf(padded(RadioFrames::keyBytes(contact.publicKey), keyLength));

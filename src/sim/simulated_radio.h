@@ -102,6 +102,8 @@ public:
     // path padded to 64 bytes, name cut to its 32-byte field, times in whole
     // seconds, coordinates to six decimals.
     void addContact(const Contact& contact);
+    // The radio drops a contact by itself (its table overflowed), unasked.
+    void forgetContact(const QString& publicKey);
     // Queues a direct message from a sender (a contact key or a 12-digit
     // prefix) and, when connected, pushes messagesWaiting. `pathLength` is the
     // sender's path when it is a known contact with one, else 1 hop.

@@ -27,7 +27,8 @@ bool isConversationContact(const Contact& contact) {
 
 MessagesList messagesList(const QList<Channel>& channels, const QList<Contact>& contacts,
                           const ConversationMap& conversations, const QSet<QString>& favorites,
-                          const QString& search, const QLocale& locale) {
+                          const QString& search, const QLocale& locale,
+                          const QHash<QString, QString>& knownNames) {
     MessagesList list;
     for (const Channel& channel : channels) {
         if (isChannelListed(channel))
@@ -53,8 +54,32 @@ MessagesList messagesList(const QList<Channel>& channels, const QList<Contact>& 
             favorites.contains(contact.publicKey)));
     }
 
+    QSet<QString> listed;
+    for (const Contact& contact : contacts)
+        listed.insert(contact.publicKey);
+    QList<const Conversation*> unlisted;
+    for (const Conversation& conversation : conversations) {
+        if (conversation.target.isContact() && !conversation.messages.isEmpty() &&
+            !listed.contains(conversation.target.contactKey()))
+            unlisted.append(&conversation);
+    }
+    std::sort(unlisted.begin(), unlisted.end(), [](const Conversation* a, const Conversation* b) {
+        if (a->lastActivity != b->lastActivity)
+            return a->lastActivity > b->lastActivity;
+        return a->target.contactKey() < b->target.contactKey();
+    });
+    for (const Conversation* conversation : std::as_const(unlisted)) {
+        Contact known;
+        known.publicKey = conversation->target.contactKey();
+        known.name = knownNames.value(known.publicKey);
+        known.type = MeshProtocol::AdvertType::chat;
+        if (matchesSearch(known, search, locale))
+            list.contacts.append(
+                contactRow(known, conversation, favorites.contains(known.publicKey)));
+    }
+
     // The search never causes the empty state: it is about having nothing at all.
-    list.showEmptyState = contacts.isEmpty() && list.channels.isEmpty();
+    list.showEmptyState = contacts.isEmpty() && list.channels.isEmpty() && unlisted.isEmpty();
     return list;
 }
 

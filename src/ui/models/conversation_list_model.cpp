@@ -19,6 +19,7 @@ void ConversationListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::contactInserted, this, sync);
     connect(controller, &MeshController::contactChanged, this, sync);
     connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::contactsReordered, this, sync);
     connect(controller, &MeshController::channelInserted, this, sync);
     connect(controller, &MeshController::channelChanged, this, sync);
     connect(controller, &MeshController::channelRemoved, this, sync);
@@ -29,6 +30,7 @@ void ConversationListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::messageChanged, this, sync);
     connect(controller, &MeshController::messageRemoved, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
+    connect(controller, &MeshController::knownNamesChanged, this, sync);
     const auto reset = [this] { rebuild(); };
     connect(controller, &MeshController::contactsReset, this, reset);
     connect(controller, &MeshController::channelsReset, this, reset);
@@ -48,9 +50,9 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
         setShowEmptyState(false);
         return {};
     }
-    const ViewLogic::MessagesList list =
-        ViewLogic::messagesList(controller()->channels(), controller()->contacts(),
-                                controller()->conversations(), controller()->favorites(), search());
+    const ViewLogic::MessagesList list = ViewLogic::messagesList(
+        controller()->channels(), controller()->contacts(), controller()->conversations(),
+        controller()->favorites(), search(), QLocale(), controller()->knownNames());
     setShowEmptyState(list.showEmptyState);
     QList<ConversationEntry> entries;
     const QString channels = qtTrId("sidebar.section.channels");
