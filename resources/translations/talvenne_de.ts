@@ -247,6 +247,50 @@
         <source>Not connected to a radio.</source>
         <translation>Mit keinem Funkgerät verbunden.</translation>
     </message>
+    <message id="main.connection.away">
+        <source>Radio away</source>
+        <translation>Funkgerät abwesend</translation>
+    </message>
+    <message id="chat.composer.radio.away">
+        <source>Your radio is away. Messages can be sent once it is connected again.</source>
+        <translation>Dein Funkgerät ist nicht erreichbar. Nachrichten können gesendet werden, sobald es wieder verbunden ist.</translation>
+    </message>
+    <message id="main.radio.needed.reconnecting">
+        <source>Needs the radio: reconnecting to %1…</source>
+        <translation>Braucht das Funkgerät: Verbindung zu %1 wird wiederhergestellt…</translation>
+    </message>
+    <message id="main.radio.needed.away">
+        <source>Needs the radio, which is away.</source>
+        <translation>Braucht das Funkgerät, das nicht erreichbar ist.</translation>
+    </message>
+    <message id="menu.file.connect.another">
+        <source>Connect to Another Radio…</source>
+        <translation>Mit anderem Funkgerät verbinden…</translation>
+    </message>
+    <message id="menu.file.forget.radio">
+        <source>Forget This Radio…</source>
+        <translation>Dieses Funkgerät vergessen…</translation>
+    </message>
+    <message id="forget.radio.title">
+        <source>Forget %1?</source>
+        <translation>%1 vergessen?</translation>
+    </message>
+    <message id="forget.radio.text">
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</source>
+        <translation>Die Liste der Knoten und Kanäle, die dieser Computer für das Funkgerät aufbewahrt, wird gelöscht, und Talvenne verbindet sich nicht mehr von selbst damit. Deine Unterhaltungen bleiben.</translation>
+    </message>
+    <message id="forget.radio.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="forget.radio.confirm">
+        <source>Forget</source>
+        <translation>Vergessen</translation>
+    </message>
+    <message id="node.book.failed">
+        <source>The radio's list of nodes could not be kept: %1 The history is not affected.</source>
+        <translation>Die Knotenliste des Funkgeräts konnte nicht aufbewahrt werden: %1 Der Verlauf ist nicht betroffen.</translation>
+    </message>
     <message id="menu.file.reconnect.automatically">
         <source>Reconnect automatically</source>
         <translation>Automatisch neu verbinden</translation>

@@ -247,6 +247,50 @@
         <source>Not connected to a radio.</source>
         <translation>Not connected to a radio.</translation>
     </message>
+    <message id="main.connection.away">
+        <source>Radio away</source>
+        <translation>Radio away</translation>
+    </message>
+    <message id="chat.composer.radio.away">
+        <source>Your radio is away. Messages can be sent once it is connected again.</source>
+        <translation>Your radio is away. Messages can be sent once it is connected again.</translation>
+    </message>
+    <message id="main.radio.needed.reconnecting">
+        <source>Needs the radio: reconnecting to %1…</source>
+        <translation>Needs the radio: reconnecting to %1…</translation>
+    </message>
+    <message id="main.radio.needed.away">
+        <source>Needs the radio, which is away.</source>
+        <translation>Needs the radio, which is away.</translation>
+    </message>
+    <message id="menu.file.connect.another">
+        <source>Connect to Another Radio…</source>
+        <translation>Connect to Another Radio…</translation>
+    </message>
+    <message id="menu.file.forget.radio">
+        <source>Forget This Radio…</source>
+        <translation>Forget This Radio…</translation>
+    </message>
+    <message id="forget.radio.title">
+        <source>Forget %1?</source>
+        <translation>Forget %1?</translation>
+    </message>
+    <message id="forget.radio.text">
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</source>
+        <translation>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</translation>
+    </message>
+    <message id="forget.radio.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="forget.radio.confirm">
+        <source>Forget</source>
+        <translation>Forget</translation>
+    </message>
+    <message id="node.book.failed">
+        <source>The radio's list of nodes could not be kept: %1 The history is not affected.</source>
+        <translation>The radio's list of nodes could not be kept: %1 The history is not affected.</translation>
+    </message>
     <message id="menu.file.reconnect.automatically">
         <source>Reconnect automatically</source>
         <translation>Reconnect automatically</translation>

@@ -1,3 +1,4 @@
+#include "book/node_book_store.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "dark_palette.h"
@@ -14,12 +15,16 @@
 #include "window_activation.h"
 
 #include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
 #include <QIcon>
+#include <QLoggingCategory>
 #include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QSettings>
 #include <QUrl>
 #include <QWindow>
@@ -29,7 +34,11 @@
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
+Q_LOGGING_CATEGORY(lcStartup, "talvenne.startup", QtWarningMsg)
+
 int main(int argc, char* argv[]) {
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Talvenne"));
     QGuiApplication::setOrganizationName(QStringLiteral("Talvenne"));
@@ -88,8 +97,12 @@ int main(int argc, char* argv[]) {
     if (tour) {
         QFile::remove(historyPath);
         QFile::remove(options.value(screenshots) + QStringLiteral("/settings.ini"));
+        QDir folder(options.value(screenshots));
+        for (const QString& book : folder.entryList({QStringLiteral("nodes-*.json")}))
+            folder.remove(book);
     }
     ConversationStore store(historyPath);
+    NodeBookStore books(tour ? options.value(screenshots) : NodeBookStore::defaultFolder());
     if (!store.isWritable()) // the window says it too
         qWarning("History not saved: %s", qPrintable(store.error()));
     std::unique_ptr<QSettings> settings =
@@ -105,6 +118,7 @@ int main(int argc, char* argv[]) {
         controller.setRememberedDeviceGroup(QStringLiteral("demo"));
     else if (controller.rememberedDeviceId() == SimulatedRadio::deviceId)
         controller.forgetRememberedDevice();
+    controller.setNodeBookStore(&books);
 
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &controller,
                      [&controller](Qt::ApplicationState state) {
@@ -132,6 +146,27 @@ int main(int argc, char* argv[]) {
         }
     });
     openConversationsFromNotifications(notifications, engine);
+    // The remembered radio's book fills the lists right after the first
+    // frame, which it does not wait for. The times are logged under
+    // talvenne.startup (QT_LOGGING_RULES="talvenne.startup.info=true").
+    if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0))) {
+        QObject::connect(
+            window, &QQuickWindow::frameSwapped, &controller,
+            [&controller, window, &sinceStart] {
+                qCInfo(lcStartup, "first frame after %lld ms", sinceStart.elapsed());
+                const bool opened = controller.openRememberedBook();
+                qCInfo(lcStartup, "node book %s after %lld ms", opened ? "shown" : "not shown",
+                       sinceStart.elapsed());
+                QObject::connect(
+                    window, &QQuickWindow::frameSwapped, window,
+                    [&sinceStart] {
+                        qCInfo(lcStartup, "lists drawn after %lld ms", sinceStart.elapsed());
+                    },
+                    Qt::SingleShotConnection);
+                window->update();
+            },
+            Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    }
     // With the window up, the radio of last time is looked for at once; the
     // tour connects by itself.
     if (!tour)

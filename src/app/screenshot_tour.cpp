@@ -50,6 +50,7 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
     if (m_standInBluez)
         m_scenes = bluetoothScenes();
     m_scenes += scenes();
+    m_scenes += bookScenes();
 }
 
 // What the connection screen says when Bluetooth cannot be used, played on
@@ -342,7 +343,31 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                  m_radio->dropLink();
              }
          }},
+        // No longer looked for: the window stays on the radio's node book.
+        {QStringLiteral("book-away"), 1200, [this] { m_controller->setAutoReconnect(false); }},
+        {QStringLiteral("book-away-device"), 900,
+         [this] { setMain("inspector", QStringLiteral("device")); }},
     };
+}
+
+// The window on the node book while Bluetooth is off, then the radio back:
+// its answers take the book's place.
+QList<ScreenshotTour::Scene> ScreenshotTour::bookScenes() {
+    QList<Scene> scenes;
+    if (m_standInBluez) {
+        scenes.append(Scene{QStringLiteral("book-bluetooth-off"), 1800, [this] {
+                                setMain("inspector", QString());
+                                bluez("SetPowered", {false});
+                            }});
+        scenes.append(Scene{{}, 1500, [this] { bluez("SetPowered", {true}); }});
+    }
+    scenes.append(Scene{QStringLiteral("book-radio-back"), 5000, [this] {
+                            setMain("inspector", QString());
+                            if (m_radio)
+                                m_radio->setInRange(true);
+                            m_controller->setAutoReconnect(true);
+                        }});
+    return scenes;
 }
 
 ScreenshotTour::~ScreenshotTour() = default;

@@ -38,6 +38,7 @@ private:
 
     QList<Scene> scenes();
     QList<Scene> bluetoothScenes();
+    QList<Scene> bookScenes();
     // Calls one method of the stand-in BlueZ's control interface.
     void bluez(const char* method, const QVariantList& arguments = {});
     void runNext();

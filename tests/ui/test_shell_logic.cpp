@@ -159,6 +159,38 @@ private Q_SLOTS:
         QVERIFY(!list.showEmptyState);
     }
 
+    // Conversations whose contact the radio does not know stay listed, after
+    // its contacts, newest first, under a book's name or the key; empty ones
+    // (only made for a contact once listed) do not.
+    void messagesListTheConversationsTheRadioDoesNotKnow_data() {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<QStringList>("contacts");
+        QTest::newRow("all") << QString() << QStringList{"Known", "Harbour", keyD.left(12)};
+        QTest::newRow("by a book's name") << u"harb"_s << QStringList{"Harbour"};
+        QTest::newRow("by key") << u"dd333"_s << QStringList{keyD.left(12)};
+    }
+
+    void messagesListTheConversationsTheRadioDoesNotKnow() {
+        QFETCH(QString, search);
+        const auto conversation = [](const QString& key, qint64 lastActivity, bool withMessage) {
+            Conversation c;
+            c.target = ConversationID::contact(key);
+            c.lastActivity = QDateTime::fromSecsSinceEpoch(lastActivity, Qt::UTC);
+            if (withMessage)
+                c.messages.append(ChatMessage{});
+            return c;
+        };
+        ConversationMap conversations;
+        for (const Conversation& c : {conversation(keyA, 10, true), conversation(keyB, 30, true),
+                                      conversation(keyC, 40, false), conversation(keyD, 20, true)})
+            conversations.insert(c.target.conversationKey(), c);
+        const QList<Contact> known{contact(keyA, u"Known"_s, AdvertType::chat, 1)};
+        const MessagesList list =
+            messagesList({}, known, conversations, {}, search, QLocale(), {{keyB, u"Harbour"_s}});
+        QTEST(titles(list.contacts), "contacts");
+        QVERIFY(!messagesList({}, {}, conversations, {}, {}).showEmptyState);
+    }
+
     void messagesEmptyState() {
         QVERIFY(messagesList({}, {}, {}, {}, u"x"_s).showEmptyState);
         QVERIFY(messagesList({channel(1, {}, {})}, {}, {}, {}, {}).showEmptyState);

@@ -38,6 +38,7 @@ void ChatViewModel::attach(MeshController* controller) {
     m_headerKey.clear();
     if (controller) {
         connect(controller, &MeshController::contactsChanged, this, &ChatViewModel::refresh);
+        connect(controller, &MeshController::knownNamesChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::channelsChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::verifiedKeysChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::transportStateChanged, this,
@@ -47,6 +48,8 @@ void ChatViewModel::attach(MeshController* controller) {
         connect(controller, &MeshController::rememberedDeviceChanged, this,
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::historyWritableChanged, this,
+                &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::radioAwayChanged, this,
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::isSyncingChanged, this, &ChatViewModel::refresh);
     }
@@ -79,6 +82,8 @@ QString ChatViewModel::sendBlockedReason() const {
     if (controller()->isReconnecting())
         return qtTrId("chat.composer.reconnecting")
             .arg(ViewLogic::safeName(controller()->rememberedDeviceName()));
+    if (controller()->radioAway())
+        return qtTrId("chat.composer.radio.away");
     return qtTrId("chat.composer.not.connected");
 }
 
@@ -111,7 +116,10 @@ void ChatViewModel::refresh() {
                                   : std::nullopt;
         const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
         header.isChannel = m_target->isChannel();
-        header.title = ViewLogic::safeName(base.title);
+        // A contact the radio does not know keeps the name a book gave it.
+        header.title = ViewLogic::safeName(contact || !m_target->isContact()
+                                               ? base.title
+                                               : controller()->conversationTitle(*m_target));
         header.subtitle = base.subtitle.text();
         header.avatarSeed = base.avatarSeed;
         header.avatarInitials = ViewLogic::safeName(base.avatarInitials);

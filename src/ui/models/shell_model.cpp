@@ -58,8 +58,14 @@ void ShellModel::attach(MeshController* controller) {
             Q_EMIT pillChanged();
             Q_EMIT selectionChanged();
         });
-        connect(controller, &MeshController::rememberedDeviceChanged, this,
-                &ShellModel::pillChanged);
+        connect(controller, &MeshController::rememberedDeviceChanged, this, [this] {
+            Q_EMIT pillChanged();
+            Q_EMIT connectionChanged();
+        });
+        connect(controller, &MeshController::radioAwayChanged, this, [this] {
+            Q_EMIT connectionChanged();
+            Q_EMIT pillChanged();
+        });
         connect(controller, &MeshController::autoReconnectChanged, this,
                 &ShellModel::autoReconnectChanged);
         connect(controller, &MeshController::contactsChanged, this, &ShellModel::selectionChanged);
@@ -87,6 +93,29 @@ bool ShellModel::connected() const {
 
 bool ShellModel::reconnecting() const {
     return controller() && controller()->isReconnecting();
+}
+
+bool ShellModel::radioAway() const {
+    return controller() && controller()->radioAway() && !connected();
+}
+
+QString ShellModel::radioNeededReason() const {
+    if (!controller() || connected())
+        return {};
+    const QString name = ViewLogic::safeName(controller()->rememberedDeviceName());
+    if (reconnecting())
+        return qtTrId("main.radio.needed.reconnecting").arg(name);
+    return qtTrId("main.radio.needed.away");
+}
+
+bool ShellModel::canForgetRadio() const {
+    return controller() && (!controller()->bookRadioKey().isEmpty() ||
+                            controller()->rememberedDeviceId().has_value());
+}
+
+void ShellModel::forgetThisRadio() {
+    if (controller())
+        controller()->forgetThisRadio();
 }
 
 bool ShellModel::autoReconnect() const {
@@ -138,6 +167,8 @@ QString ShellModel::pillSecondLine() const {
         return {};
     if (reconnecting())
         return qtTrId("main.connection.reconnecting");
+    if (radioAway())
+        return qtTrId("main.connection.away");
     const auto line = ViewLogic::pillSecondLine(controller()->isSyncing(), controller()->battery());
     return line ? line->text() : QString();
 }

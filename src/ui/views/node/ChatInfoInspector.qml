@@ -15,6 +15,11 @@ ScrollView {
     contentWidth: availableWidth
     clip: true
 
+    ShellModel {
+        id: radio
+        controller: view.controller
+    }
+
     NodeDetailModel {
         id: node
         objectName: "nodeModel"
@@ -56,6 +61,12 @@ ScrollView {
             Layout.rightMargin: 12
             node: node
         }
+        RadioNeededNote {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            shell: radio
+        }
         // Side by side while both titles fit, else one above the other.
         GridLayout {
             Layout.fillWidth: true
@@ -69,6 +80,7 @@ ScrollView {
             PaneButton {
                 id: resetPath
                 objectName: "resetPathButton"
+                enabled: radio.connected
                 text: qsTrId("node.detail.button.reset.path")
                 symbol: "arrow.triangle.2.circlepath"
                 onClicked: node.resetPath()

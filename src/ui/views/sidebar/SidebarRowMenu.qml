@@ -13,6 +13,11 @@ Menu {
     property string contactKey
     property bool isFavorite: false
 
+    ShellModel {
+        id: radio
+        controller: menu.controller
+    }
+
     MenuItem {
         objectName: "favoriteMenuItem"
         visible: !menu.isChannel
@@ -24,11 +29,20 @@ Menu {
     MenuItem {
         objectName: "removeChannelMenuItem"
         visible: menu.isChannel
+        enabled: radio.connected
         height: visible ? implicitHeight : 0
         text: qsTrId("sidebar.channel.remove")
         icon.source: Look.iconSource("trash")
         icon.color: Theme.red
         palette.windowText: Theme.red
         onTriggered: menu.controller.removeChannelQml(menu.channelIndex)
+    }
+    // Why removing is off while the radio is away.
+    MenuItem {
+        objectName: "radioNeededMenuItem"
+        visible: menu.isChannel && !radio.connected
+        height: visible ? implicitHeight : 0
+        enabled: false
+        text: radio.radioNeededReason
     }
 }

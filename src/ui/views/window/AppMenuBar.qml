@@ -2,7 +2,8 @@ import QtQuick
 import QtQuick.Controls
 import Talvenne
 
-// The window's menus: File (Disconnect while connected, Quit), View (the two
+// The window's menus: File (Connect to Another Radio, Disconnect while
+// connected, Forget This Radio, Quit), View (the two
 // sidebar modes, Find, the inspector panes) and Help (About). Their
 // shortcuts work whether or not a menu is open.
 MenuBar {
@@ -13,6 +14,8 @@ MenuBar {
     property MainView mainView: null
 
     signal aboutRequested()
+    signal connectAnotherRequested()
+    signal forgetRadioRequested()
     signal historySearchRequested()
     // File > Quit: the window closes, which may ask first.
     signal quitRequested()
@@ -47,13 +50,31 @@ MenuBar {
     Menu {
         title: qsTrId("menu.file")
         BarItem {
-            objectName: "disconnectMenuItem"
+            objectName: "connectAnotherMenuItem"
             visible: bar.shell.showsMainView
+            action: Action {
+                text: qsTrId("menu.file.connect.another")
+                enabled: bar.shell.showsMainView
+                onTriggered: bar.connectAnotherRequested()
+            }
+        }
+        BarItem {
+            objectName: "disconnectMenuItem"
+            visible: bar.shell.connected || bar.shell.reconnecting
             action: Action {
                 text: qsTrId("Disconnect")
                 shortcut: "Ctrl+Shift+D"
-                enabled: bar.shell.showsMainView
+                enabled: bar.shell.connected || bar.shell.reconnecting
                 onTriggered: bar.shell.disconnectFromDevice()
+            }
+        }
+        BarItem {
+            objectName: "forgetRadioMenuItem"
+            visible: bar.shell.canForgetRadio
+            action: Action {
+                text: qsTrId("menu.file.forget.radio")
+                enabled: bar.shell.canForgetRadio
+                onTriggered: bar.forgetRadioRequested()
             }
         }
         BarItem {

@@ -43,6 +43,8 @@ ApplicationWindow {
         shell: shell
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
+        onConnectAnotherRequested: radioPicker.open()
+        onForgetRadioRequested: forgetRadio.open()
         onHistorySearchRequested: historySearch.open()
         onQuitRequested: window.close()
     }
@@ -64,6 +66,18 @@ ApplicationWindow {
 
     AboutDialog {
         id: aboutDialog
+    }
+
+    RadioPickerDialog {
+        id: radioPicker
+        controller: window.controller
+        shell: shell
+        bluetoothAdapter: window.bluetoothAdapter
+    }
+
+    ForgetRadioDialog {
+        id: forgetRadio
+        shell: shell
     }
 
     ContentView {

@@ -106,7 +106,8 @@ Item {
                 objectName: "addButton"
                 symbol: "plus"
                 text: qsTrId("main.toolbar.add")
-                help: qsTrId("main.toolbar.add.help")
+                enabled: main.shell.connected
+                help: enabled ? qsTrId("main.toolbar.add.help") : main.shell.radioNeededReason
                 onClicked: addMenu.popup(addButton, 0, addButton.height)
                 Menu {
                     id: addMenu
@@ -127,7 +128,8 @@ Item {
                 symbol: advert.sent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
                 tint: advert.sent ? Theme.green : Theme.primaryText
                 text: qsTrId(advert.sent ? "main.toolbar.advertise.sent" : "main.toolbar.advertise")
-                help: qsTrId("main.toolbar.advertise.help")
+                enabled: main.shell.connected
+                help: enabled ? qsTrId("main.toolbar.advertise.help") : main.shell.radioNeededReason
                 showText: true
                 onClicked: advert.send()
             }
