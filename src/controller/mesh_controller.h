@@ -154,6 +154,11 @@ public:
     // channels, selection) and fails every waiting request with notConnected.
     // Conversations and preferences stay.
     void resetAfterDisconnect();
+    // "Forget this radio in Bluetooth", for the radio chosen last: ends the
+    // connection to it as disconnectFromDevice does, has the system forget
+    // its bond and cached services (the next connection pairs afresh), and
+    // takes it off the scan results until it is heard again.
+    Q_INVOKABLE void forgetDevice();
 
     // --- reconnection
     //
@@ -416,6 +421,8 @@ private:
     void onTransportConnected();
     void onTransportFailed(const QString& text);
     void onTransportReceived(const QByteArray& frame);
+    void onTransportWriteFailed(const QByteArray& frame, const QString& text);
+    void onBluetoothReturned();
 
     // Request correlation.
     bool resolvePending(const MeshEvent& event);

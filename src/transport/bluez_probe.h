@@ -35,9 +35,6 @@ public:
     // Also asks again every second while an adapter is there: one that is
     // switched off can be removed without a word from QtBluetooth.
     void keepAsking(bool on);
-    // Asks BlueZ to end the connection to the device with this address, if it
-    // knows one, also while it is still being made. Nothing is reported.
-    void disconnectDevice(const QString& address);
 
 Q_SIGNALS:
     void finished(BluezProbe::Finding finding);
