@@ -47,6 +47,8 @@ public:
         pairingCancelled,
         pairingImpossible,
         staleBond,
+        // The characteristic is gone: the radio's services are changing.
+        characteristicGone,
         other,
     };
     Q_ENUM(ErrorKind)

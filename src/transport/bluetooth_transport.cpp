@@ -36,6 +36,8 @@ const QString BluetoothTransport::noPinAgentText =
     QStringLiteral("The radio asks for a PIN, but Bluetooth offered no way to ask you for it. "
                    "Pair the radio in your desktop's Bluetooth settings or with bluetoothctl, "
                    "then connect again.");
+const QString BluetoothTransport::servicesLostText =
+    QStringLiteral("The radio changed its services and they were not found again.");
 const QString BluetoothTransport::refusedWhilePairedText =
     QStringLiteral("The radio refuses the connection although it is paired. Use \u201cForget "
                    "this radio in Bluetooth\u201d and connect again to pair afresh.");
@@ -164,6 +166,10 @@ void BluetoothTransport::startConnectTimer() {
 
 void BluetoothTransport::onConnectTimeout() {
     m_connectTimer.reset();
+    if (m_rediscovering && m_state == TransportState::connected) {
+        giveUp(servicesLostText);
+        return;
+    }
     if (m_state != TransportState::connecting || !m_connectingDevice)
         return;
     qCDebug(lcLink) << "no usable link after" << connectTimeout.count() << "ms";
@@ -379,6 +385,11 @@ void BluetoothTransport::onPeripheralDisconnected(const std::optional<BleAdapter
         qCDebug(lcLink) << "drop of an abandoned attempt ignored";
         return;
     }
+    // Nor does it end a scan begun since the link was let go.
+    if (!m_peripheral && m_state == TransportState::scanning) {
+        qCDebug(lcLink) << "drop of a link let go ignored while scanning";
+        return;
+    }
     cancelConnectTimer();
     const bool wasConnecting = m_state == TransportState::connecting;
     // A radio that drops the link while it is being set up failed to
@@ -399,7 +410,8 @@ void BluetoothTransport::onPeripheralDisconnected(const std::optional<BleAdapter
 }
 
 void BluetoothTransport::onServicesDiscovered(const QList<QBluetoothUuid>& services) {
-    if (!m_peripheral)
+    // Reports of an attempt given up while its retry waits are stale.
+    if (!m_peripheral || m_reconnectTimer)
         return;
     if (!services.contains(serviceUUID)) {
         qCDebug(lcLink) << "serial service missing among" << services;
@@ -413,7 +425,7 @@ void BluetoothTransport::onServicesDiscovered(const QList<QBluetoothUuid>& servi
 void BluetoothTransport::onCharacteristicsDiscovered(
     const QBluetoothUuid& service, const QList<BleAdapter::Characteristic>& characteristics) {
     Q_UNUSED(service)
-    if (!m_peripheral)
+    if (!m_peripheral || m_reconnectTimer)
         return;
     // Only what this service holds now counts.
     clearCharacteristics();
@@ -437,7 +449,7 @@ void BluetoothTransport::onCharacteristicsDiscovered(
 void BluetoothTransport::onNotificationStateChanged(const QBluetoothUuid& characteristic,
                                                     bool isNotifying,
                                                     const std::optional<BleAdapter::Error>& error) {
-    if (characteristic != txUUID || !m_peripheral)
+    if (characteristic != txUUID || !m_peripheral || m_reconnectTimer)
         return;
     if (error) {
         qCDebug(lcLink) << "notifications could not be switched on:" << error->kind << error->text;
@@ -456,6 +468,7 @@ void BluetoothTransport::onNotificationStateChanged(const QBluetoothUuid& charac
         return;
     if (m_rediscovering) {
         qCDebug(lcLink) << "services found again";
+        cancelConnectTimer();
         m_rediscovering = false;
         sendHeldFrames();
         return;
@@ -527,6 +540,16 @@ void BluetoothTransport::onWriteFailed(const QBluetoothUuid& characteristic,
         m_heldFrames.prepend(value);
         if (!m_pairing)
             startPairing();
+        return;
+    }
+    if (error.kind == ErrorKind::characteristicGone && m_state == TransportState::connected) {
+        // Written while the radio's services were changing: it goes again
+        // once they are found (servicesChanged follows), or the link ends.
+        m_heldFrames.prepend(value);
+        if (!m_rediscovering) {
+            m_rediscovering = true;
+            startConnectTimer();
+        }
         return;
     }
     const QString text = error.kind == ErrorKind::pairingRequired

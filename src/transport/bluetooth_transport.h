@@ -70,6 +70,7 @@ public:
     static const QString pairingCancelledText;
     static const QString noPinAgentText;
     static const QString refusedWhilePairedText;
+    static const QString servicesLostText;
     // "A command of N bytes does not fit ..." for a frame and an MTU.
     static QString frameTooLongText(qsizetype frameSize, int mtu);
     // What the user reads when the radio refused a frame.

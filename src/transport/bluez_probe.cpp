@@ -40,6 +40,10 @@ BluezProbe::BluezProbe(QObject* parent)
                                         this);
     connect(m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &BluezProbe::changed);
     connect(m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, &BluezProbe::changed);
+    // An adapter that appears (plugged in, or back after a resume) is
+    // noticed at once rather than at the next poll.
+    m_bus.connect(Bluez::service, QStringLiteral("/"), Bluez::objectManagerInterface,
+                  QStringLiteral("InterfacesAdded"), this, SLOT(onObjectAdded()));
 }
 
 void BluezProbe::check() {
@@ -72,6 +76,12 @@ void BluezProbe::check() {
                     m_poll.start();
                 Q_EMIT finished(finding);
             });
+}
+
+// Only while the service offers no usable adapter: then few objects come.
+void BluezProbe::onObjectAdded() {
+    if (m_poll.isActive())
+        check();
 }
 
 void BluezProbe::keepAsking(bool on) {

@@ -41,6 +41,9 @@ Q_SIGNALS:
     // The service came or went.
     void changed();
 
+private Q_SLOTS:
+    void onObjectAdded();
+
 private:
     QDBusConnection m_bus;
     QDBusServiceWatcher* m_watcher = nullptr;

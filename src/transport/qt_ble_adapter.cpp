@@ -285,6 +285,8 @@ QUuid QtBleAdapter::stableId(const QBluetoothDeviceInfo& info) {
 //   GATT      NotPermitted, NotAuthorized,
 //             AuthenticationFailed, or
 //             a text saying "Not paired" pairingRequired: the radio wants a bond.
+//             UnknownObject, DoesNotExist characteristicGone: the object went
+//                                        with a Service Changed (or the link).
 //             anything else              other, with BlueZ's text.
 //   Pair      AuthenticationFailed       pairingRefused (a wrong PIN), or
 //                                        pairingImpossible when the application's
@@ -317,6 +319,9 @@ BleAdapter::Error QtBleAdapter::mapBluezError(Call call, const QString& name, co
             text.contains(QLatin1String("Not paired"), Qt::CaseInsensitive) ||
             text.contains(QLatin1String("Insufficient"), Qt::CaseInsensitive))
             return {ErrorKind::pairingRequired, text};
+        if (name == QLatin1String("org.freedesktop.DBus.Error.UnknownObject") ||
+            isBluezError(name, "DoesNotExist"))
+            return {ErrorKind::characteristicGone, text};
         return {ErrorKind::other, text};
     case Call::pair:
         if (isBluezError(name, "AuthenticationFailed"))
@@ -562,6 +567,8 @@ void QtBleAdapter::onControllerConnected() {
 
 void QtBleAdapter::failAttempt(const Error& error) {
     qCDebug(lcLink) << "attempt failed:" << error.kind << error.text;
+    // Answers still on their way belong to this attempt.
+    ++m_generation;
     m_attempting = false;
     m_awaitingResolve = false;
     m_pairingAgent->unregisterAgent();
@@ -571,6 +578,7 @@ void QtBleAdapter::failAttempt(const Error& error) {
 
 void QtBleAdapter::loseLink(const std::optional<Error>& error) {
     qCDebug(lcLink) << "link lost";
+    ++m_generation;
     m_pairingAgent->unregisterAgent();
     dropController();
     Q_EMIT peripheralDisconnected(error);

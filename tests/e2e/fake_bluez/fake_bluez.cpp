@@ -258,6 +258,10 @@ void FakeBluez::configure(const QString& address, const QVariantMap& fields) {
                                                                            : Security::none;
         else if (key == QLatin1String("name"))
             target.name = value.toString();
+        else if (key == QLatin1String("withoutNotify"))
+            target.withoutNotify = value.toBool();
+        else if (key == QLatin1String("dropsAtNotify"))
+            target.dropsAtNotify = value.toInt();
         else
             qWarning() << "stand-in radio has no field" << key;
     }
@@ -381,6 +385,8 @@ void FakeBluez::addGattObjects(Radio& radio) {
                  {u"Value"_s, QByteArray()},
                  {u"MTU"_s, mtu},
                  {u"Flags"_s, QStringList{u"write"_s, u"write-without-response"_s}}}}});
+    if (radio.withoutNotify)
+        return;
     addObject(txPath(radio), {{characteristicInterface,
                                {{u"UUID"_s, uuidText(BluetoothTransport::txUUID)},
                                 {u"Service"_s, service},
@@ -841,6 +847,12 @@ void FakeBluez::handleGatt(const QDBusMessage& message, Radio& radio) {
         reply(message);
         radio.sim->write(frame);
     } else if (member == QLatin1String("StartNotify") && path == txPath(radio)) {
+        if (radio.dropsAtNotify > 0) {
+            --radio.dropsAtNotify;
+            tearDown(radio);
+            replyError(message, u"org.bluez.Error.Failed"_s, u"Not connected"_s);
+            return;
+        }
         if (const auto refused = refusal(radio, false)) {
             replyError(message, refused->first, refused->second);
             return;

@@ -67,6 +67,10 @@ public:
         bool foreignConnect = false;
         // Numbers the GATT handles; Service Changed moves them.
         int gattGeneration = 0;
+        // The serial service lacks its notify characteristic.
+        bool withoutNotify = false;
+        // The radio drops the link at its next so many StartNotify calls.
+        int dropsAtNotify = 0;
         std::optional<QDBusMessage> pendingConnect;
         std::optional<QDBusMessage> pendingPair;
         int connectAttempts = 0;
