@@ -800,20 +800,49 @@ private Q_SLOTS:
     }
 
     // Service Changed while connected: the link stays, discovers the radio's
-    // services again, and the frames written meanwhile go out afterwards.
+    // services again, and the frames written meanwhile (also one that met
+    // the old characteristic, gone already) go out afterwards. Services not
+    // found again in time end the link.
+    void servicesChangedWhileConnected_data() {
+        QTest::addColumn<bool>("writtenFirst");
+        QTest::addColumn<bool>("foundAgain");
+        QTest::newRow("changed, then written") << false << true;
+        QTest::newRow("written to the gone characteristic") << true << true;
+        QTest::newRow("not found again") << false << false;
+    }
     void servicesChangedWhileConnected() {
+        QFETCH(bool, writtenFirst);
+        QFETCH(bool, foundAgain);
         Rig rig;
         rig.connected();
+        const QByteArray frame("\x14", 1);
+        if (writtenFirst) {
+            rig.link->write(frame);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, frame,
+                                           {ErrorKind::characteristicGone, u"No such object"_s});
+            rig.adapter.writes.clear();
+        }
         Q_EMIT rig.adapter.servicesChanged();
         QCOMPARE(rig.adapter.serviceDiscoveries.size(), 2);
-        const QByteArray frame("\x14", 1);
-        rig.link->write(frame);
+        if (!writtenFirst)
+            rig.link->write(frame);
         QVERIFY(rig.adapter.writes.isEmpty());
-        rig.discover();
+        if (!foundAgain) {
+            rig.clock.advance(BluetoothTransport::connectTimeout);
+            QCOMPARE(rig.states(), QList<T>{T::disconnected});
+            QCOMPARE(rig.failures(), QStringList{BluetoothTransport::servicesLostText});
+            return;
+        }
+        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
+        Q_EMIT rig.adapter.characteristicsDiscovered(
+            BluetoothTransport::serviceUUID, {writeCharacteristic(), notifyCharacteristic()});
         rig.notificationsOn();
         QCOMPARE(rig.adapter.writes.size(), 1);
         QCOMPARE(rig.adapter.writes.first().value, frame);
         QVERIFY(rig.stateSpy.isEmpty() && rig.connectedSpy.isEmpty());
+        QVERIFY(rig.writeFailedSpy.isEmpty());
+        rig.clock.advance(BluetoothTransport::connectTimeout);
+        QVERIFY(rig.stateSpy.isEmpty());
     }
 
     // Forgetting a radio ends its connection first; an unknown one is left alone.
