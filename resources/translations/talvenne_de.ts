@@ -894,5 +894,77 @@
         <source>You</source>
         <translation>Du</translation>
     </message>
+    <message id="connection.device.known">
+        <source>Known</source>
+        <translation>Bekannt</translation>
+    </message>
+    <message id="connection.device.known.spoken">
+        <source>Known to this computer</source>
+        <translation>Diesem Computer bekannt</translation>
+    </message>
+    <message id="connection.device.not.heard">
+        <source>No signal yet</source>
+        <translation>Noch kein Signal</translation>
+    </message>
+    <message id="connection.button.retry">
+        <source>Try again</source>
+        <translation>Erneut versuchen</translation>
+    </message>
+    <message id="connection.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Funkgerät in Bluetooth vergessen …</translation>
+    </message>
+    <message id="device.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Funkgerät in Bluetooth vergessen …</translation>
+    </message>
+    <message id="forget.title">
+        <source>Forget “%1” in Bluetooth?</source>
+        <translation>„%1“ in Bluetooth vergessen?</translation>
+    </message>
+    <message id="forget.message">
+        <source>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</source>
+        <translation>Dieser Computer vergisst die Kopplung mit dem Funkgerät und was er über dessen Dienste wusste. Die nächste Verbindung koppelt neu; das Funkgerät fragt dann womöglich nach seiner PIN.</translation>
+    </message>
+    <message id="forget.confirm">
+        <source>Forget</source>
+        <translation>Vergessen</translation>
+    </message>
+    <message id="forget.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="pairing.title">
+        <source>Pair with the radio</source>
+        <translation>Mit dem Funkgerät koppeln</translation>
+    </message>
+    <message id="pairing.enter.subtitle">
+        <source>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</source>
+        <translation>„%1“ fragt nach seiner PIN. Sie steht auf dem Display des Funkgeräts oder in seiner Anleitung.</translation>
+    </message>
+    <message id="pairing.confirm.subtitle">
+        <source>Pair only if “%1” shows this passkey:</source>
+        <translation>Nur koppeln, wenn „%1“ diesen Schlüssel zeigt:</translation>
+    </message>
+    <message id="pairing.show.subtitle">
+        <source>Type this passkey on “%1”:</source>
+        <translation>Gib diesen Schlüssel am Funkgerät „%1“ ein:</translation>
+    </message>
+    <message id="pairing.field.pin">
+        <source>PIN</source>
+        <translation>PIN</translation>
+    </message>
+    <message id="pairing.field.pin.placeholder">
+        <source>6 digits</source>
+        <translation>6 Ziffern</translation>
+    </message>
+    <message id="pairing.button.pair">
+        <source>Pair</source>
+        <translation>Koppeln</translation>
+    </message>
+    <message id="pairing.button.done">
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
 </context>
 </TS>

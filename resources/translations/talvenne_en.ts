@@ -894,5 +894,77 @@
         <source>You</source>
         <translation>You</translation>
     </message>
+    <message id="connection.device.known">
+        <source>Known</source>
+        <translation>Known</translation>
+    </message>
+    <message id="connection.device.known.spoken">
+        <source>Known to this computer</source>
+        <translation>Known to this computer</translation>
+    </message>
+    <message id="connection.device.not.heard">
+        <source>No signal yet</source>
+        <translation>No signal yet</translation>
+    </message>
+    <message id="connection.button.retry">
+        <source>Try again</source>
+        <translation>Try again</translation>
+    </message>
+    <message id="connection.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Forget this radio in Bluetooth…</translation>
+    </message>
+    <message id="device.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Forget this radio in Bluetooth…</translation>
+    </message>
+    <message id="forget.title">
+        <source>Forget “%1” in Bluetooth?</source>
+        <translation>Forget “%1” in Bluetooth?</translation>
+    </message>
+    <message id="forget.message">
+        <source>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</source>
+        <translation>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</translation>
+    </message>
+    <message id="forget.confirm">
+        <source>Forget</source>
+        <translation>Forget</translation>
+    </message>
+    <message id="forget.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="pairing.title">
+        <source>Pair with the radio</source>
+        <translation>Pair with the radio</translation>
+    </message>
+    <message id="pairing.enter.subtitle">
+        <source>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</source>
+        <translation>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</translation>
+    </message>
+    <message id="pairing.confirm.subtitle">
+        <source>Pair only if “%1” shows this passkey:</source>
+        <translation>Pair only if “%1” shows this passkey:</translation>
+    </message>
+    <message id="pairing.show.subtitle">
+        <source>Type this passkey on “%1”:</source>
+        <translation>Type this passkey on “%1”:</translation>
+    </message>
+    <message id="pairing.field.pin">
+        <source>PIN</source>
+        <translation>PIN</translation>
+    </message>
+    <message id="pairing.field.pin.placeholder">
+        <source>6 digits</source>
+        <translation>6 digits</translation>
+    </message>
+    <message id="pairing.button.pair">
+        <source>Pair</source>
+        <translation>Pair</translation>
+    </message>
+    <message id="pairing.button.done">
+        <source>Done</source>
+        <translation>Done</translation>
+    </message>
 </context>
 </TS>

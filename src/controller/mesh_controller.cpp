@@ -249,6 +249,8 @@ void MeshController::connectToDevice(const DiscoveredDevice& device) {
     // The user's choice ends any reconnection, and is the radio to come back to.
     stopReconnecting();
     rememberDevice(device);
+    // A new attempt, with nothing of the last one's failure.
+    setConnectionError({});
     if (m_link)
         m_link->connectToDevice(device);
 }

@@ -146,6 +146,7 @@ public:
     // Clears the scan results and the connection error, then scans.
     Q_INVOKABLE void startScan();
     Q_INVOKABLE void stopScan();
+    // Clears the connection error, remembers the radio and connects to it.
     void connectToDevice(const DiscoveredDevice& device);
     // Asks the link to disconnect and clears the radio-side state at once.
     // (Not named disconnect(): that would hide QObject::disconnect.)

@@ -9,6 +9,8 @@ ApplicationWindow {
     required property MeshController controller
     // The Bluetooth adapter, for the connection screen's explanations.
     property QtObject bluetoothAdapter: null
+    // What a radio asks while it pairs, for the PIN sheet.
+    property QtObject pairingPrompt: null
     readonly property MainView mainView: content.mainView
 
     objectName: "talvenneWindow"
@@ -45,6 +47,10 @@ ApplicationWindow {
 
     AboutDialog {
         id: aboutDialog
+    }
+
+    PinSheet {
+        prompt: window.pairingPrompt
     }
 
     ContentView {
