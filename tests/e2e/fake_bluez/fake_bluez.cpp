@@ -217,6 +217,17 @@ void FakeBluez::forgetDevices() {
 }
 
 void FakeBluez::addRadio(const QString& address, const QString& name, int rssi) {
+    // Added again: a fresh radio in place of the old one.
+    for (Radio* old : std::as_const(m_radios)) {
+        if (old->address != address)
+            continue;
+        if (old->connected)
+            tearDown(*old);
+        removeObject(devicePath(*old));
+        m_radios.removeOne(old);
+        delete old;
+        break;
+    }
     auto* radio = new Radio;
     radio->address = address;
     radio->name = name;
