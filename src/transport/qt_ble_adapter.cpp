@@ -283,8 +283,10 @@ QUuid QtBleAdapter::stableId(const QBluetoothDeviceInfo& info) {
 //             anything else              connectionFailed (page timeout,
 //                                        le-connection-abort-by-local, NotReady).
 //   GATT      NotPermitted, NotAuthorized,
-//             AuthenticationFailed, or
-//             a text saying "Not paired" pairingRequired: the radio wants a bond.
+//             AuthenticationFailed, or a
+//             text saying "Not paired" or
+//             "Insufficient Authentication"
+//             (or Encryption)            pairingRequired: the radio wants a bond.
 //             UnknownObject, DoesNotExist characteristicGone: the object went
 //                                        with a Service Changed (or the link).
 //             anything else              other, with BlueZ's text.
@@ -317,7 +319,8 @@ BleAdapter::Error QtBleAdapter::mapBluezError(Call call, const QString& name, co
         if (isBluezError(name, "NotPermitted") || isBluezError(name, "NotAuthorized") ||
             isBluezError(name, "AuthenticationFailed") ||
             text.contains(QLatin1String("Not paired"), Qt::CaseInsensitive) ||
-            text.contains(QLatin1String("Insufficient"), Qt::CaseInsensitive))
+            text.contains(QLatin1String("Insufficient Authentication"), Qt::CaseInsensitive) ||
+            text.contains(QLatin1String("Insufficient Encryption"), Qt::CaseInsensitive))
             return {ErrorKind::pairingRequired, text};
         if (name == QLatin1String("org.freedesktop.DBus.Error.UnknownObject") ||
             isBluezError(name, "DoesNotExist"))

@@ -588,8 +588,9 @@ private Q_SLOTS:
     }
 
     // A set-up that goes wrong: a radio that drops the link before
-    // notifications are on is tried again; one that lacks a characteristic is
-    // let go with a text that says so.
+    // notifications are on is tried again; one that lacks the service or a
+    // characteristic, or refuses notifications, is let go with a text that
+    // says so (BlueZ's reason for the refusal).
     void setUpTrouble_data() {
         QTest::addColumn<QVariantMap>("radio");
         QTest::addColumn<QString>("error"); // empty: connected on the retry
@@ -598,6 +599,12 @@ private Q_SLOTS:
         QTest::newRow("no notify characteristic")
             << QVariantMap{{QStringLiteral("withoutNotify"), true}}
             << BluetoothTransport::characteristicsNotFoundText;
+        QTest::newRow("no serial service") << QVariantMap{{QStringLiteral("withoutService"), true}}
+                                           << BluetoothTransport::serviceNotFoundText;
+        QTest::newRow("notifications refused")
+            << QVariantMap{{QStringLiteral("notifyRefusal"),
+                            QStringLiteral("Insufficient Resources")}}
+            << QStringLiteral("Insufficient Resources");
     }
     void setUpTrouble() {
         QFETCH(QVariantMap, radio);

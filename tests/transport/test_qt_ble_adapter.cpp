@@ -65,6 +65,11 @@ private Q_SLOTS:
             ErrorKind::pairingRequired);
         row("gatt stale bond", Call::gatt, "org.bluez.Error.AuthenticationFailed",
             "Authentication Failed", true, ErrorKind::pairingRequired);
+        row("gatt insufficient encryption", Call::gatt, "org.bluez.Error.Failed",
+            "Operation failed with ATT error: Insufficient Encryption", true,
+            ErrorKind::pairingRequired);
+        row("gatt insufficient resources", Call::gatt, "org.bluez.Error.Failed",
+            "Insufficient Resources", true, ErrorKind::other);
         row("gatt long write refused", Call::gatt, "org.bluez.Error.Failed",
             "Operation failed with ATT error: 0x06", true, ErrorKind::other);
         row("wrong PIN", Call::pair, "org.bluez.Error.AuthenticationFailed",

@@ -269,8 +269,12 @@ void FakeBluez::configure(const QString& address, const QVariantMap& fields) {
                                                                            : Security::none;
         else if (key == QLatin1String("name"))
             target.name = value.toString();
+        else if (key == QLatin1String("withoutService"))
+            target.withoutService = value.toBool();
         else if (key == QLatin1String("withoutNotify"))
             target.withoutNotify = value.toBool();
+        else if (key == QLatin1String("notifyRefusal"))
+            target.notifyRefusal = value.toString();
         else if (key == QLatin1String("dropsAtNotify"))
             target.dropsAtNotify = value.toInt();
         else
@@ -381,6 +385,8 @@ void FakeBluez::endDiscovery() {
 // --- Connections ---------------------------------------------------------------
 
 void FakeBluez::addGattObjects(Radio& radio) {
+    if (radio.withoutService)
+        return;
     const QVariant service = objectPath(servicePath(radio));
     const QVariant mtu = QVariant::fromValue(quint16(radio.mtu));
     addObject(servicePath(radio),
@@ -866,6 +872,10 @@ void FakeBluez::handleGatt(const QDBusMessage& message, Radio& radio) {
         }
         if (const auto refused = refusal(radio, false)) {
             replyError(message, refused->first, refused->second);
+            return;
+        }
+        if (!radio.notifyRefusal.isEmpty()) {
+            replyError(message, u"org.bluez.Error.Failed"_s, radio.notifyRefusal);
             return;
         }
         reply(message);

@@ -67,8 +67,11 @@ public:
         bool foreignConnect = false;
         // Numbers the GATT handles; Service Changed moves them.
         int gattGeneration = 0;
-        // The serial service lacks its notify characteristic.
+        // The radio offers no serial service, or lacks its notify characteristic.
+        bool withoutService = false;
         bool withoutNotify = false;
+        // StartNotify fails with org.bluez.Error.Failed and this text.
+        QString notifyRefusal;
         // The radio drops the link at its next so many StartNotify calls.
         int dropsAtNotify = 0;
         std::optional<QDBusMessage> pendingConnect;
