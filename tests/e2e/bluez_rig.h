@@ -159,6 +159,15 @@ struct LinkRig {
         return QTest::qWaitFor([this] { return radioA().has_value(); }, 5000);
     }
 
+    // Once Bluetooth is ready, scans for radio A and asks to connect to it.
+    bool chooseRadioA() {
+        if (!QTest::qWaitFor([this] { return state() == TransportState::ready; }, 5000) ||
+            !findRadioA())
+            return false;
+        controller->connectToDevice(*radioA());
+        return true;
+    }
+
     // Scans, connects to radio A and waits for the handshake to end.
     bool connectRadioA() {
         if (!findRadioA())

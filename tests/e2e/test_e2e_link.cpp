@@ -174,9 +174,7 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("fail"));
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         for (int attempt = 1; attempt <= BluetoothTransport::maxConnectRetries; ++attempt) {
             QTRY_COMPARE(connectAttempts(), attempt);
             QTest::qWait(30); // the error reply reaches the link
@@ -194,9 +192,7 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("hang"));
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         QTRY_COMPARE(connectAttempts(), 1);
 
         rig.clock.advance(BluetoothTransport::connectTimeout);
@@ -412,9 +408,7 @@ private Q_SLOTS:
         m_bluez->configure(StandInBluez::radioA, {{QStringLiteral("mtu"), mtu},
                                                   {QStringLiteral("longWrites"), longWrites}});
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         const QByteArray appStart =
             MeshProtocol::appStart(QString::fromLatin1(MeshProtocol::applicationName));
         if (!longWrites) {
@@ -508,9 +502,7 @@ private Q_SLOTS:
                                 QStringLiteral("staleBond"), true));
         LinkRig rig;
         rig.controller->enableAutomaticReconnection();
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         QTRY_COMPARE(rig.controller->connectionError(), BluetoothTransport::pairingRemovedText);
         QCOMPARE(count("PairCalls"), 1);
         QCOMPARE(rig.state(), T::disconnected);
@@ -612,9 +604,7 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->configure(StandInBluez::radioA, radio);
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         if (error.isEmpty()) {
             QTRY_COMPARE(count("DisconnectCalls") + int(!radioIs("IsConnected")), 1);
             QCOMPARE(rig.state(), T::connecting);
@@ -657,9 +647,7 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("fail"));
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         QTRY_COMPARE(connectAttempts(), 1);
         QTest::qWait(30); // the retry waits on the rig's clock
         m_bluez->call("SetPowered", false);
