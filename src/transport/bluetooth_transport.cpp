@@ -150,6 +150,7 @@ void BluetoothTransport::startAttempt(const QVariant& peripheral) {
     m_pairedThisAttempt = false;
     m_rediscovering = false;
     m_heldFrames.clear();
+    m_refusedHeld = 0;
     startConnectTimer();
     m_adapter->connectToPeripheral(peripheral);
 }
@@ -286,6 +287,10 @@ void BluetoothTransport::loseLinkWithPower() {
 void BluetoothTransport::endLink() {
     m_connectingDevice.reset();
     m_connectRetries = 0;
+    m_pairing = false;
+    m_rediscovering = false;
+    m_heldFrames.clear();
+    m_refusedHeld = 0;
     if (m_peripheral)
         m_adapter->cancelConnection();
     m_peripheral.reset();
@@ -497,6 +502,7 @@ void BluetoothTransport::onPairingFinished(const std::optional<BleAdapter::Error
     if (error) {
         qCDebug(lcLink) << "pairing failed:" << error->kind << error->text;
         m_heldFrames.clear();
+        m_refusedHeld = 0;
         switch (error->kind) {
         case ErrorKind::pairingRefused:
             giveUp(pinRefusedText);
@@ -524,7 +530,15 @@ void BluetoothTransport::onPairingFinished(const std::optional<BleAdapter::Error
     m_adapter->setNotify(txUUID, true);
 }
 
+// Refusals come in the order the frames went out, and all of them before
+// any frame written after the first refusal.
+void BluetoothTransport::holdRefused(const QByteArray& frame) {
+    m_heldFrames.insert(std::min(m_refusedHeld, m_heldFrames.size()), frame);
+    ++m_refusedHeld;
+}
+
 void BluetoothTransport::sendHeldFrames() {
+    m_refusedHeld = 0;
     const QList<QByteArray> frames = std::exchange(m_heldFrames, {});
     for (const QByteArray& frame : frames)
         write(frame);
@@ -536,8 +550,8 @@ void BluetoothTransport::onWriteFailed(const QBluetoothUuid& characteristic,
         return;
     qCDebug(lcLink) << "write of" << value.size() << "bytes refused:" << error.kind << error.text;
     if (error.kind == ErrorKind::pairingRequired && (m_pairing || !m_pairedThisAttempt)) {
-        // Goes again, first of all, once paired.
-        m_heldFrames.prepend(value);
+        // Goes again once paired, before what was written since.
+        holdRefused(value);
         if (!m_pairing)
             startPairing();
         return;
@@ -545,7 +559,7 @@ void BluetoothTransport::onWriteFailed(const QBluetoothUuid& characteristic,
     if (error.kind == ErrorKind::characteristicGone && m_state == TransportState::connected) {
         // Written while the radio's services were changing: it goes again
         // once they are found (servicesChanged follows), or the link ends.
-        m_heldFrames.prepend(value);
+        holdRefused(value);
         if (!m_rediscovering) {
             m_rediscovering = true;
             startConnectTimer();

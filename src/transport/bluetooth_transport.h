@@ -129,6 +129,7 @@ private:
     // let go and the user reads why.
     void giveUp(const QString& text);
     void startPairing();
+    void holdRefused(const QByteArray& frame);
     void sendHeldFrames();
     void flushPieces();
     void clearCharacteristics();
@@ -156,8 +157,10 @@ private:
     bool m_pairedThisAttempt = false;
     // The radio's services changed; they are being discovered again.
     bool m_rediscovering = false;
-    // Frames written while pairing or rediscovering, in order.
+    // Frames written while pairing or rediscovering, in order: first those
+    // the radio refused (m_refusedHeld of them), then those written since.
     QList<QByteArray> m_heldFrames;
+    qsizetype m_refusedHeld = 0;
     // Full-sized notifications of a frame still coming in.
     QByteArray m_pieces;
     std::optional<Clock::TimerId> m_piecesTimer;

@@ -596,6 +596,7 @@ private Q_SLOTS:
         const BleError wantsPairing{ErrorKind::pairingRequired, QStringLiteral("Not paired")};
         const QByteArray first("\x01first", 6);
         const QByteArray second("\x02second", 7);
+        const QByteArray third("\x03third", 6);
         const bool duringSetUp = refused == QLatin1String("notifications");
         Rig rig;
         if (duringSetUp) {
@@ -604,16 +605,19 @@ private Q_SLOTS:
             Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, false,
                                                         wantsPairing);
         } else {
+            // Two frames on their way when the first refusal comes.
             rig.connected();
             rig.link->write(first);
-            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, first, wantsPairing);
             rig.link->write(second);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, first, wantsPairing);
+            rig.link->write(third);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, second, wantsPairing);
         }
         QCOMPARE(rig.adapter.pairRequests, 1);
         // The PIN is the user's time, not the radio's.
         rig.clock.advance(BluetoothTransport::connectTimeout * 3);
         QCOMPARE(rig.adapter.cancels, 0);
-        QCOMPARE(rig.adapter.writes.size(), duringSetUp ? 0 : 1);
+        QCOMPARE(rig.adapter.writes.size(), duringSetUp ? 0 : 2);
         Q_EMIT rig.adapter.pairingFinished(outcome);
 
         const bool refusedAgain = failure == BluetoothTransport::refusedWhilePairedText;
@@ -631,9 +635,9 @@ private Q_SLOTS:
                     values.append(write.value);
                 return values;
             };
-            QCOMPARE(sent(), (QList<QByteArray>{first, first, second}));
+            QCOMPARE(sent(), (QList<QByteArray>{first, second, first, second, third}));
             if (refusedAgain)
-                Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, second, wantsPairing);
+                Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, third, wantsPairing);
         }
         QCOMPARE(rig.adapter.pairRequests, 1);
         if (failure.isEmpty()) {
