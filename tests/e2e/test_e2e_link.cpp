@@ -334,6 +334,8 @@ private Q_SLOTS:
             Kind::confirmPasskey, "accept", {});
         row("passkey not confirmed", with(pinRadio, QStringLiteral("confirmPin"), true), "",
             Kind::confirmPasskey, "refuse", refused);
+        row("passkey to type on the radio", with(pinRadio, QStringLiteral("showPin"), true), "",
+            Kind::showPasskey, "typed on the radio", {});
         row("without a PIN", with(pinRadio, QStringLiteral("pin"), QString()), "", Kind::none, "",
             {});
         row("writes refused until paired", with(pinRadio, QStringLiteral("security"), u"write"_s),
@@ -357,7 +359,7 @@ private Q_SLOTS:
         if (asked != Kind::none) {
             QTRY_COMPARE(rig.prompt()->kind(), asked);
             QCOMPARE(rig.prompt()->radioName(), StandInBluez::radioAName);
-            if (asked == Kind::confirmPasskey)
+            if (asked != Kind::enterPasskey)
                 QCOMPARE(rig.prompt()->passkey(), QStringLiteral("123456"));
             QCOMPARE(m_bluez->call("RegisteredAgents").toInt(), 1);
             // The person takes their time; the attempt waits for them.
@@ -369,6 +371,8 @@ private Q_SLOTS:
                 rig.prompt()->accept();
             else if (answer == QLatin1String("abandon"))
                 m_bluez->call("AbandonPairing", StandInBluez::radioA);
+            else if (answer == QLatin1String("typed on the radio"))
+                m_bluez->call("TypeOnRadio", StandInBluez::radioA, 123456u);
             else
                 rig.prompt()->enter(answer.toUInt());
         }
@@ -460,6 +464,7 @@ private Q_SLOTS:
         QCOMPARE(known.rssi, 0);
         QTRY_VERIFY(rig.radioA() && rig.radio(StandInBluez::radioB));
         QCOMPARE(rig.radioA()->name, rig.radio(StandInBluez::radioB)->name);
+        QCOMPARE(rig.radio(StandInBluez::radioB)->address, StandInBluez::radioB);
         QVERIFY(!rig.radioA()->known);
         QCOMPARE(rig.controller->discoveredDevices().size(), 3);
 
@@ -669,13 +674,14 @@ private Q_SLOTS:
 
     // The radio lost without a word from it: its device object vanished,
     // the computer slept (the link ends cleanly first, and lets logind go on),
-    // or the adapter was replaced. The controller finds it again: after its
-    // first pause, or at once when Bluetooth returns.
+    // the adapter was replaced or switched off. The controller finds it
+    // again: after its first pause, or at once when Bluetooth returns.
     void lostAndFoundAgain_data() {
         QTest::addColumn<QString>("how");
         QTest::newRow("device object removed") << "vanish";
         QTest::newRow("sleep") << "sleep";
         QTest::newRow("adapter removed and added") << "adapter";
+        QTest::newRow("adapter off and on") << "power";
     }
     void lostAndFoundAgain() {
         QFETCH(QString, how);
@@ -691,6 +697,8 @@ private Q_SLOTS:
             m_bluez->call("Sleep", true);
             QTRY_COMPARE(m_bluez->call("HeldInhibitors").toInt(), 0);
             QCOMPARE(count("DisconnectCalls"), 1);
+        } else if (how == QLatin1String("power")) {
+            m_bluez->call("SetPowered", false);
         } else {
             m_bluez->call("RemoveAdapter");
         }
@@ -703,6 +711,8 @@ private Q_SLOTS:
             rig.clock.advance(MeshController::reconnectPause(0));
         else if (how == QLatin1String("sleep"))
             m_bluez->call("Sleep", false);
+        else if (how == QLatin1String("power"))
+            m_bluez->call("SetPowered", true);
         else
             m_bluez->call("AddAdapter");
         QVERIFY(QTest::qWaitFor(

@@ -251,6 +251,8 @@ void FakeBluez::configure(const QString& address, const QVariantMap& fields) {
             target.pin = value.toString();
         else if (key == QLatin1String("confirmPin"))
             target.confirmPin = value.toBool();
+        else if (key == QLatin1String("showPin"))
+            target.showPin = value.toBool();
         else if (key == QLatin1String("paired"))
             target.paired = target.trusted = value.toBool();
         else if (key == QLatin1String("advertising"))
@@ -750,6 +752,16 @@ void FakeBluez::pair(const QDBusMessage& message, Radio& radio) {
         }
         return;
     }
+    if (radio.showPin) {
+        // Nothing to answer: the radio tells when the passkey was typed on it.
+        log(u"agent DisplayPasskey"_s);
+        QDBusMessage call = QDBusMessage::createMethodCall(message.service(), agentPath,
+                                                           agentInterface, u"DisplayPasskey"_s);
+        call << objectPath(devicePath(radio)) << QVariant::fromValue(radio.pin.toUInt())
+             << QVariant::fromValue(ushort(0));
+        m_bus.send(call);
+        return;
+    }
     const QString method = radio.confirmPin ? u"RequestConfirmation"_s : u"RequestPasskey"_s;
     log(u"agent "_s + method);
     QDBusMessage call =
@@ -810,6 +822,17 @@ void FakeBluez::abandonPairing(const QString& address) {
                                                   agentInterface, u"Cancel"_s));
     }
     finishPairing(address, u"org.bluez.Error.AuthenticationTimeout"_s, u"Authentication Timeout"_s);
+}
+
+void FakeBluez::typeOnRadio(const QString& address, uint passkey) {
+    const Radio& target = radio(address);
+    if (!target.pendingPair || !target.showPin)
+        return;
+    if (passkey == target.pin.toUInt())
+        finishPairing(address, {}, {});
+    else
+        finishPairing(address, u"org.bluez.Error.AuthenticationFailed"_s,
+                      u"Authentication Failed"_s);
 }
 
 std::optional<std::pair<QString, QString>> FakeBluez::refusal(const Radio& radio,
@@ -897,8 +920,10 @@ FakeLogind::FakeLogind(QDBusConnection bus, QObject* parent)
     , m_bus(bus) {}
 
 FakeLogind::~FakeLogind() {
-    for (QSocketNotifier* notifier : std::as_const(m_inhibitors))
+    for (QSocketNotifier* notifier : std::as_const(m_inhibitors)) {
+        notifier->setEnabled(false);
         ::close(int(notifier->socket()));
+    }
 }
 
 bool FakeLogind::start() {
@@ -924,6 +949,7 @@ QDBusUnixFileDescriptor FakeLogind::Inhibit(const QString&, const QString&, cons
             return;
         // Every copy of the write end is closed: released.
         m_inhibitors.removeOne(notifier);
+        notifier->setEnabled(false);
         ::close(int(notifier->socket()));
         notifier->deleteLater();
     });

@@ -55,6 +55,9 @@ public:
         QString pin;
         // The radio asks the agent to confirm `pin` instead of typing it.
         bool confirmPin = false;
+        // BlueZ shows `pin` through the agent, for the person to type on the
+        // radio (typeOnRadio).
+        bool showPin = false;
         // BlueZ holds a bond the radio has lost: GATT calls fail with
         // AuthenticationFailed and Pair with AlreadyExists, until forgotten.
         bool staleBond = false;
@@ -124,6 +127,8 @@ public:
     void vanish(const QString& address);
     // BlueZ gives up on a pairing that waits for the agent (a timeout).
     void abandonPairing(const QString& address);
+    // The person types a passkey on a radio that pairs with showPin.
+    void typeOnRadio(const QString& address, uint passkey);
     bool isDiscovering() const { return !m_discoverySessions.isEmpty(); }
     // Every call of the application on the adapter, the devices and their
     // GATT objects, and every call of the stand-in on an agent, in order:
@@ -245,6 +250,9 @@ public Q_SLOTS:
     void ChangeServices(const QString& address) { m_bluez->changeServices(address); }
     void Vanish(const QString& address) { m_bluez->vanish(address); }
     void AbandonPairing(const QString& address) { m_bluez->abandonPairing(address); }
+    void TypeOnRadio(const QString& address, uint passkey) {
+        m_bluez->typeOnRadio(address, passkey);
+    }
     // The radio acts on its next `count` commands but does not answer them.
     void DropAnswers(const QString& address, int count);
     void SetPowered(bool powered) { m_bluez->setPowered(powered); }
