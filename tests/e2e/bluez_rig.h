@@ -38,6 +38,7 @@ public:
     // Further radios some tests add.
     static inline const QString radioB = QStringLiteral("C0:FF:EE:00:00:0B");
     static inline const QString radioC = QStringLiteral("C0:FF:EE:00:00:0C");
+    static inline const QString radioD = QStringLiteral("C0:FF:EE:00:00:0D");
 
     ~StandInBluez() { stop(); }
 

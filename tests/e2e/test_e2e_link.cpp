@@ -445,31 +445,35 @@ private Q_SLOTS:
         QVERIFY(errorTextOf(renamed).contains(QLatin1String("MTU 23")));
     }
 
-    // Radios BlueZ knows are listed at once, marked, also when they do not
-    // advertise; two of the same name are told apart by their address. The
-    // remembered radio, known to BlueZ, is connected without any
-    // advertisement and at once.
+    // Radios BlueZ knows (paired, or connected by another program) are
+    // listed at once, marked, also when they do not advertise; two of the
+    // same name are told apart by their address. A radio another program
+    // holds is taken over as it is.
     void knownRadios() {
         QVERIFY(startBluez());
         m_bluez->call("AddRadio", StandInBluez::radioB, StandInBluez::radioAName, -70);
         m_bluez->call("AddRadio", StandInBluez::radioC, QStringLiteral("Known Radio"), -50);
+        m_bluez->call("AddRadio", StandInBluez::radioD, QStringLiteral("Busy Radio"), -50);
         m_bluez->configure(StandInBluez::radioC, {{QStringLiteral("paired"), true},
+                                                  {QStringLiteral("advertising"), false}});
+        m_bluez->configure(StandInBluez::radioD, {{QStringLiteral("connectedElsewhere"), true},
                                                   {QStringLiteral("advertising"), false}});
         LinkRig rig;
         QTRY_COMPARE(rig.state(), T::ready);
         rig.controller->startScan();
-        QTRY_VERIFY(rig.radio(StandInBluez::radioC).has_value());
-        const DiscoveredDevice known = *rig.radio(StandInBluez::radioC);
-        QVERIFY(known.known);
-        QCOMPARE(known.rssi, 0);
+        QTRY_VERIFY(rig.radio(StandInBluez::radioC) && rig.radio(StandInBluez::radioD));
+        for (const QString& address : {StandInBluez::radioC, StandInBluez::radioD}) {
+            QVERIFY(rig.radio(address)->known);
+            QCOMPARE(rig.radio(address)->rssi, 0);
+        }
         QTRY_VERIFY(rig.radioA() && rig.radio(StandInBluez::radioB));
         QCOMPARE(rig.radioA()->name, rig.radio(StandInBluez::radioB)->name);
-        QCOMPARE(rig.radio(StandInBluez::radioB)->address, StandInBluez::radioB);
         QVERIFY(!rig.radioA()->known);
-        QCOMPARE(rig.controller->discoveredDevices().size(), 3);
+        QCOMPARE(rig.controller->discoveredDevices().size(), 4);
 
-        rig.controller->connectToDevice(known);
+        rig.controller->connectToDevice(*rig.radio(StandInBluez::radioD));
         QTRY_VERIFY(rig.inSync());
+        QCOMPARE(count("ConnectAttempts", StandInBluez::radioD), 1);
     }
 
     // At start, the remembered radio that BlueZ knows is connected at once,

@@ -244,6 +244,7 @@ void FakeBluez::addRadio(const QString& address, const QString& name, int rssi) 
 
 void FakeBluez::configure(const QString& address, const QVariantMap& fields) {
     Radio& target = radio(address);
+    bool connectElsewhere = false;
     for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
         const QString& key = it.key();
         const QVariant& value = it.value();
@@ -279,11 +280,16 @@ void FakeBluez::configure(const QString& address, const QVariantMap& fields) {
             target.notifyRefusal = value.toString();
         else if (key == QLatin1String("dropsAtNotify"))
             target.dropsAtNotify = value.toInt();
+        else if (key == QLatin1String("connectedElsewhere"))
+            connectElsewhere = value.toBool();
         else
             qWarning() << "stand-in radio has no field" << key;
     }
-    if (target.paired && m_hasAdapter)
+    if ((target.paired || connectElsewhere) && m_hasAdapter)
         publishDevice(target, std::nullopt);
+    // Another program holds a link to the radio.
+    if (connectElsewhere && m_hasAdapter && m_powered && !target.connected)
+        establish(target);
 }
 
 void FakeBluez::dropRadio(const QString& address) {

@@ -116,6 +116,7 @@ public:
     Radio& radio(const QString& address);
     // Sets fields by name ("pin", "paired", "security", "mtu", ...); a
     // paired radio gets its device object at once, as BlueZ loads bonds.
+    // "connectedElsewhere" connects the radio as another program would.
     void configure(const QString& address, const QVariantMap& fields);
     // The radio ends an established link (or one being set up).
     void dropRadio(const QString& address);
