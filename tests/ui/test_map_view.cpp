@@ -518,6 +518,8 @@ private Q_SLOTS:
         QCOMPARE(main->property("mode").toString(), u"messages"_s);
         QCOMPARE(rig.controller->selectedConversation(), rig.chatWith(u"Aino Virtanen"_s));
 
+        rig.window()->requestActivate(); // shortcuts go to the active window
+        QVERIFY(QTest::qWaitForWindowActive(rig.window()));
         QTest::keySequence(rig.window(), QKeySequence(u"Ctrl+3"_s));
         QTRY_VERIFY(shownMap());
         open(shownMap(), u"Ridge Repeater"_s);

@@ -8,10 +8,12 @@
 #include "outline_tiles.h"
 #include "street_tiles.h"
 
+#include <QCollator>
 #include <QFutureWatcher>
 #include <QKeyEvent>
 #include <QLocale>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGRectangleNode>
@@ -19,6 +21,7 @@
 #include <QtConcurrent/QtConcurrentRun>
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 namespace {
 
@@ -44,20 +47,22 @@ public:
     QSGTransformNode* markerLayer = new QSGTransformNode;
     QHash<TileId, QSGImageNode*> outlineNodes;
     QHash<TileId, QSGImageNode*> streetNodes;
-    std::vector<QSGImageNode*> markerNodes;
+    // Every marker in one picture: one node however many markers there
+    // are (the software renderer's cost grows with the nodes it draws).
+    QSGImageNode* markers = nullptr;
+    QSGTexture* markerTexture = nullptr;
+    int markerVersion = -1;
     struct Texture {
         QSGTexture* texture = nullptr;
         quint64 used = 0;
     };
     QHash<qint64, Texture> tileTextures; // by QImage::cacheKey
-    QHash<int, QSGTexture*> spriteTextures;
-    qreal spriteRatio = 0;
     quint64 frame = 0;
 
     ~MapNode() override {
         for (const Texture& t : std::as_const(tileTextures))
             delete t.texture;
-        qDeleteAll(spriteTextures);
+        delete markerTexture;
     }
 
     QSGTexture* textureFor(QQuickWindow* window, const QImage& image) {
@@ -141,6 +146,21 @@ void MeshMap::markersUpdated() {
     m_markerWorld.reserve(m_markers.size());
     for (const MapMarker& marker : m_markers)
         m_markerWorld.push_back(Map::project(marker.position));
+    // Names in the user's language order, once: groups are made again at
+    // every zoom level, and comparing names there costs more than all else.
+    std::vector<int> byName(m_markers.size());
+    std::iota(byName.begin(), byName.end(), 0);
+    QCollator collator;
+    collator.setNumericMode(true);
+    std::vector<QCollatorSortKey> keys;
+    keys.reserve(m_markers.size());
+    for (const MapMarker& marker : m_markers)
+        keys.push_back(collator.sortKey(marker.name));
+    std::stable_sort(byName.begin(), byName.end(),
+                     [&keys](int a, int b) { return keys[a].compare(keys[b]) < 0; });
+    m_nameRank.assign(m_markers.size(), 0);
+    for (int rank = 0; rank < int(byName.size()); ++rank)
+        m_nameRank[byName[rank]] = rank;
     m_clusterZoom = -1;
     cluster();
     if (m_autoFit && !m_userMoved)
@@ -179,20 +199,15 @@ void MeshMap::cluster() {
             spot.members.push_back(others[member]);
         m_spots.push_back(std::move(spot));
     }
-    std::vector<std::pair<double, QString>> keys;
+    std::vector<std::pair<double, int>> keys;
     keys.reserve(m_spots.size());
     for (const Spot& spot : m_spots) {
         const std::optional<double> distance = distanceFromSelf(spot);
-        keys.emplace_back(spot.self ? -1 : distance.value_or(0), m_markers[spot.members[0]].name);
+        keys.emplace_back(spot.self ? -1 : distance.value_or(0), m_nameRank[spot.members[0]]);
     }
     std::vector<int> order(m_spots.size());
-    for (int i = 0; i < int(order.size()); ++i)
-        order[i] = i;
-    std::stable_sort(order.begin(), order.end(), [&keys](int a, int b) {
-        if (keys[a].first != keys[b].first)
-            return keys[a].first < keys[b].first;
-        return keys[a].second.localeAwareCompare(keys[b].second) < 0;
-    });
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [&keys](int a, int b) { return keys[a] < keys[b]; });
     std::vector<Spot> sorted;
     sorted.reserve(m_spots.size());
     for (int i : order)
@@ -396,6 +411,7 @@ void MeshMap::viewMoved(bool byUser) {
     cluster();
     refreshVisible();
     ++m_viewRevision;
+    m_markersMoved = true;
     // What lies under a resting pointer changes as the view moves.
     setHovered(m_hoverAt ? markerAt(m_hoverAt->x(), m_hoverAt->y()) : -1);
     Q_EMIT viewChanged();
@@ -472,8 +488,18 @@ void MeshMap::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometr
 void MeshMap::itemChange(ItemChange change, const ItemChangeData& value) {
     QQuickItem::itemChange(change, value);
     if (change == ItemSceneChange && value.window) {
-        // The first map shown reads the outline; later ones find it read.
-        BaseMap::instance()->load();
+        // The first map shown reads the outline, once its first frame is
+        // out, so that reading takes nothing from that frame; later maps
+        // find it read.
+        if (!BaseMap::instance()->isLoaded() && !m_loadAfterFrame) {
+            m_loadAfterFrame = connect(
+                value.window, &QQuickWindow::frameSwapped, this,
+                [this] {
+                    disconnect(m_loadAfterFrame);
+                    BaseMap::instance()->load();
+                },
+                Qt::QueuedConnection);
+        }
         polish();
     }
     if (change == ItemDevicePixelRatioHasChanged)
@@ -593,6 +619,7 @@ void MeshMap::updatePolish() {
     if (ratio != m_pixelRatio) {
         m_pixelRatio = ratio;
         m_sprites.clear();
+        m_markersMoved = true;
         clearTiles();
     }
     requestTiles();
@@ -611,7 +638,35 @@ void MeshMap::updatePolish() {
                                         m_pixelRatio);
         m_sprites.insert(kind, sprite);
     }
+    if (m_markersMoved)
+        drawMarkers();
     update();
+}
+
+// The markers in view into one picture of the item's size: the user's
+// radio (first in Tab order) under the others, which come farthest first,
+// so that the nearest are drawn on top.
+void MeshMap::drawMarkers() {
+    m_markersMoved = false;
+    const QSize pixels = (size() * m_pixelRatio).toSize().expandedTo(QSize(1, 1));
+    if (m_markerLayer.size() != pixels) {
+        m_markerLayer = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        m_markerLayer.setDevicePixelRatio(m_pixelRatio);
+    }
+    m_markerLayer.fill(Qt::transparent);
+    QPainter painter(&m_markerLayer);
+    const int count = markerCount();
+    const bool selfFirst = count > 0 && m_spots[m_visible[0]].self;
+    for (int n = 0; n < count; ++n) {
+        const int index = selfFirst ? (n == 0 ? 0 : count - n) : count - 1 - n;
+        const QRectF rect = markerRect(index);
+        // Whole device pixels: a plain copy, and crisp.
+        painter.drawImage(QPointF(std::round(rect.left() * m_pixelRatio) / m_pixelRatio,
+                                  std::round(rect.top() * m_pixelRatio) / m_pixelRatio),
+                          m_sprites.value(spriteKind(m_spots[m_visible[index]])));
+    }
+    painter.end();
+    ++m_markerLayerVersion;
 }
 
 void MeshMap::requestTiles() {
@@ -783,53 +838,21 @@ QSGNode* MeshMap::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     sync(node->streetLayer, node->streetNodes, m_streetWanted, m_streetImages);
     node->dropUnusedTextures();
 
-    // Markers: the user's radio (first in Tab order) under the others, which
-    // come farthest first, so that the nearest are drawn on top.
-    if (node->spriteRatio != m_pixelRatio) {
-        for (QSGImageNode* marker : node->markerNodes) {
-            node->markerLayer->removeChildNode(marker);
-            delete marker;
+    if (node->markerVersion != m_markerLayerVersion) {
+        node->markerVersion = m_markerLayerVersion;
+        QSGTexture* old = node->markerTexture;
+        node->markerTexture =
+            window()->createTextureFromImage(m_markerLayer, QQuickWindow::TextureHasAlphaChannel);
+        if (!node->markers) {
+            node->markers = window()->createImageNode();
+            node->markers->setOwnsTexture(false);
+            node->markers->setTexture(node->markerTexture);
+            node->markerLayer->appendChildNode(node->markers);
         }
-        node->markerNodes.clear();
-        qDeleteAll(node->spriteTextures);
-        node->spriteTextures.clear();
-        node->spriteRatio = m_pixelRatio;
-    }
-    const int count = markerCount();
-    while (int(node->markerNodes.size()) > count) {
-        QSGImageNode* extra = node->markerNodes.back();
-        node->markerNodes.pop_back();
-        node->markerLayer->removeChildNode(extra);
-        delete extra;
-    }
-    const bool selfFirst = count > 0 && m_spots[m_visible[0]].self;
-    for (int n = 0; n < count; ++n) {
-        const int index = selfFirst ? (n == 0 ? 0 : count - n) : count - 1 - n;
-        const int kind = spriteKind(m_spots[m_visible[index]]);
-        QSGTexture* texture = node->spriteTextures.value(kind);
-        if (!texture) {
-            // Drawn on the GUI thread in updatePolish, which runs first.
-            texture = window()->createTextureFromImage(m_sprites.value(kind),
-                                                       QQuickWindow::TextureHasAlphaChannel);
-            node->spriteTextures.insert(kind, texture);
-        }
-        const bool created = n >= int(node->markerNodes.size());
-        if (created) {
-            QSGImageNode* fresh = window()->createImageNode();
-            fresh->setOwnsTexture(false);
-            fresh->setFiltering(QSGTexture::Linear);
-            node->markerNodes.push_back(fresh);
-        }
-        QSGImageNode* image = node->markerNodes[n];
-        if (image->texture() != texture)
-            image->setTexture(texture);
-        QRectF rect = markerRect(index);
-        rect.moveTopLeft(QPointF(std::round(rect.left() * m_pixelRatio) / m_pixelRatio,
-                                 std::round(rect.top() * m_pixelRatio) / m_pixelRatio));
-        image->setRect(rect);
-        image->setSourceRect(QRectF(QPointF(0, 0), texture->textureSize()));
-        if (created)
-            node->markerLayer->appendChildNode(image);
+        node->markers->setTexture(node->markerTexture);
+        node->markers->setSourceRect(QRectF(QPointF(0, 0), m_markerLayer.size()));
+        node->markers->setRect(QRectF(QPointF(0, 0), m_markerLayer.deviceIndependentSize()));
+        delete old;
     }
     return node;
 }

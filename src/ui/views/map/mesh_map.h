@@ -170,6 +170,7 @@ private:
     };
 
     void markersUpdated();
+    void drawMarkers();
     void cluster();
     void viewMoved(bool byUser);
     void refreshVisible();
@@ -192,6 +193,7 @@ private:
     QPointer<MapMarkerSource> m_source;
     std::vector<MapMarker> m_markers;
     std::vector<QPointF> m_markerWorld;
+    std::vector<int> m_nameRank; // of each marker, by name
     std::optional<Map::GeoPoint> m_self;
     std::vector<Spot> m_spots; // in Tab order
     int m_clusterZoom = -1;
@@ -216,6 +218,7 @@ private:
     bool m_streetTiles = false;
     QString m_tileAddress;
     std::shared_ptr<const Map::Outline> m_outline;
+    QMetaObject::Connection m_loadAfterFrame;
     qreal m_pixelRatio = 1;
     int m_generation = 0; // tiles of an older style or pixel ratio are dropped
     quint64 m_frame = 0;
@@ -225,6 +228,9 @@ private:
     QList<Map::TileId> m_streetWanted;
     QHash<Map::TileId, QFutureWatcher<QImage>*> m_rendering;
     QHash<int, QImage> m_sprites;
+    QImage m_markerLayer;
+    int m_markerLayerVersion = 0;
+    bool m_markersMoved = true;
     int m_outlineShown = 0;
 
     QPointF m_pressAt;
