@@ -7,6 +7,7 @@
 #include "logic/map_texts.h"
 #include "map/projection.h"
 #include "map_markers.h"
+#include "map_sprites.h"
 #include "mesh_map.h"
 #include "outline_tiles.h"
 #include "ui_rig.h"
@@ -205,6 +206,42 @@ private Q_SLOTS:
         QVERIFY(image.pixelColor(250, 200) != QColor(Qt::magenta));
     }
 
+    // Markers are drawn where their nodes are, and go with the map as it
+    // pans and zooms (on the software renderer too).
+    void markersFollowTheView() {
+        FixedMarkers markers;
+        markers.set({node(u"Ridge"_s, 60.2055, 24.6559, AdvertType::repeaterNode)});
+        FrameWindow window(&markers);
+        QVERIFY(window.map);
+        window.map->showSpan(60.2055, 24.6559, 0.05);
+        QVERIFY(settled(window.map));
+        // Pixels of the repeater's colour (the base map has none) in a
+        // marker-sized square around a point of the window.
+        const QColor orange = MapSprites::typeColor(AdvertType::repeaterNode);
+        const auto orangeAt = [&](QPointF centre) {
+            const QImage image = window.view.grabWindow();
+            int count = 0;
+            for (int y = -13; y <= 13; ++y) {
+                for (int x = -13; x <= 13; ++x)
+                    count += image.pixelColor(centre.toPoint() + QPoint(x, y)) == orange;
+            }
+            return count;
+        };
+        const QPointF first = window.map->mapToScene(window.map->markerRect(0).center());
+        QTRY_VERIFY(orangeAt(first) > 50);
+
+        window.map->panBy(-70, 30);
+        const QPointF panned = window.map->mapToScene(window.map->markerRect(0).center());
+        QCOMPARE(panned, first + QPointF(-70, 30));
+        QTRY_VERIFY(orangeAt(panned) > 50);
+        QCOMPARE(orangeAt(first), 0);
+
+        window.map->zoomAround(-2, 280, 180);
+        const QPointF zoomed = window.map->mapToScene(window.map->markerRect(0).center());
+        QTRY_VERIFY(orangeAt(zoomed) > 50);
+        QCOMPARE(orangeAt(panned), 0);
+    }
+
     // --- hostile positions
 
     // A node's position from the radio never draws a marker or moves the
@@ -339,6 +376,24 @@ private Q_SLOTS:
                  QVariant(u"Ridge Repeater"_s));
         QTest::keyClick(window.get(), Qt::Key_Backtab);
         QCOMPARE(spokenName(window->activeFocusItem()), heard.at(4));
+        // The ring and the name go with the marker as the map moves.
+        const auto ringOnKettu = [&] {
+            int index = -1;
+            for (int i = 0; i < map->markerCount(); ++i)
+                index = map->markerName(i) == u"🦊 Kettu"_s ? i : index;
+            const QRectF rect = map->markerRect(index);
+            QQuickItem* ring = findItem(*window, "markerFocusRing");
+            QQuickItem* label = findItem(*window, "markerLabel");
+            return index >= 0 && ring->isVisible() &&
+                   ring->position() + QPointF(4, 4) ==
+                       map->mapToItem(ring->parentItem(), rect.topLeft()) &&
+                   std::abs(label->x() + label->width() / 2 - rect.center().x()) < 1;
+        };
+        QVERIFY(ringOnKettu());
+        map->panBy(-40, 25);
+        QVERIFY(ringOnKettu());
+        map->showSpan(60.1925, 24.9384, 0.02);
+        QVERIFY(ringOnKettu());
         QTest::keyClick(window.get(), Qt::Key_Return);
         QCOMPARE(chosen.size(), 1);
         QCOMPARE(chosen.first(),

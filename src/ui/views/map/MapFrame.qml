@@ -26,13 +26,19 @@ FocusScope {
     // The marker the keyboard is on, by its id (it keeps it while the view
     // moves); -1 as an index while none has the focus.
     property string focusedId: ""
-    readonly property int focusedIndex: {
-        meshMap.viewRevision
-        return focusedId.length > 0 ? meshMap.markerIndex(focusedId) : -1
-    }
+    readonly property int focusedIndex: focusedId.length > 0 ? indexOf(focusedId, meshMap.viewRevision)
+                                                           : -1
     // The marker whose name is shown: the one under the pointer, else the
     // keyboard's.
     readonly property int labelIndex: meshMap.hoveredMarker >= 0 ? meshMap.hoveredMarker : focusedIndex
+
+    // The markers' places and names change with every move of the view:
+    // bindings pass its revision in, and so follow it (a bare read of it in
+    // a binding's body is compiled away).
+    function indexOf(id, revision) { return meshMap.markerIndex(id) }
+    function rectOf(index, revision) { return meshMap.markerRect(index) }
+    function nameOf(index, revision) { return meshMap.markerName(index) }
+    function spokenOf(index, revision) { return meshMap.markerSpoken(index) }
 
     function focusMarker(index) {
         if (index < 0 || index >= meshMap.markerCount) {
@@ -127,10 +133,7 @@ FocusScope {
     component MarkerProxy: Item {
         id: proxy
         property int markerIndex: -1
-        readonly property rect area: {
-            meshMap.viewRevision
-            return meshMap.markerRect(markerIndex)
-        }
+        readonly property rect area: frame.rectOf(markerIndex, meshMap.viewRevision)
         x: area.x
         y: area.y
         width: area.width
@@ -138,10 +141,7 @@ FocusScope {
         Accessible.role: Accessible.Button
         // Only the stand-in that has the focus is there for screen readers.
         Accessible.ignored: !activeFocus
-        Accessible.name: {
-            meshMap.viewRevision
-            return meshMap.markerSpoken(markerIndex)
-        }
+        Accessible.name: frame.spokenOf(markerIndex, meshMap.viewRevision)
         Accessible.focusable: true
         Accessible.onPressAction: meshMap.activate(markerIndex)
         Keys.onTabPressed: frame.step(1)
@@ -158,10 +158,7 @@ FocusScope {
 
     Rectangle {
         objectName: "markerFocusRing"
-        readonly property rect area: {
-            meshMap.viewRevision
-            return meshMap.markerRect(frame.focusedIndex)
-        }
+        readonly property rect area: frame.rectOf(frame.focusedIndex, meshMap.viewRevision)
         visible: frame.focusedIndex >= 0 && (proxyA.activeFocus || proxyB.activeFocus)
         x: area.x - 4
         y: area.y - 4
@@ -177,10 +174,7 @@ FocusScope {
     Rectangle {
         id: nameLabel
         objectName: "markerLabel"
-        readonly property rect area: {
-            meshMap.viewRevision
-            return meshMap.markerRect(frame.labelIndex)
-        }
+        readonly property rect area: frame.rectOf(frame.labelIndex, meshMap.viewRevision)
         visible: frame.labelIndex >= 0 && name.text.length > 0
         x: Math.max(4, Math.min(frame.width - width - 4, area.x + area.width / 2 - width / 2))
         y: area.y - height - 4 < 4 ? area.y + area.height + 4 : area.y - height - 4
@@ -200,10 +194,7 @@ FocusScope {
             font.pixelSize: Theme.subheadlineSize
             font.weight: Font.DemiBold
             color: Theme.primaryText
-            text: {
-                meshMap.viewRevision
-                return meshMap.markerName(frame.labelIndex)
-            }
+            text: frame.nameOf(frame.labelIndex, meshMap.viewRevision)
         }
     }
 
