@@ -374,7 +374,7 @@ private Q_SLOTS:
         const QByteArray good = levelHeader(0, 1) + landSquare();
         QTest::newRow("empty") << QByteArray() << u"not a map outline"_s;
         QTest::newRow("another file")
-            << QByteArray("PNG\r\n\x1a\n......", 16) << u"not a map outline"_s;
+            << QByteArray("\x89PNG\r\n\x1a\n........") << u"not a map outline"_s;
         QTest::newRow("no level") << outlineFile({}, 0) << u"0 levels"_s;
         QTest::newRow("a huge level count") << outlineFile(good, 4000) << u"4000 levels"_s;
         QTest::newRow("cut in the header")
