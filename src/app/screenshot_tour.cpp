@@ -10,6 +10,7 @@
 #include <QDBusMessage>
 #include <QDir>
 #include <QImage>
+#include <QKeyEvent>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -212,6 +213,34 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                  field->setProperty("text", QString());
              setMain("mode", QStringLiteral("messages"));
              setMain("nodeSelection", QString());
+         }},
+        // The map of every node, a marker's name as the keyboard reaches
+        // it, the outline's limit when zoomed in, and the street map switch.
+        {QStringLiteral("mesh-map"), 1500, [this] { setMain("showsMap", true); }},
+        {QStringLiteral("mesh-map-marker"), 500,
+         [this] {
+             focusByTab("meshMap");
+             pressKey(Qt::Key_Tab);
+             pressKey(Qt::Key_Tab);
+         }},
+        {QStringLiteral("mesh-map-outline-limit"), 1500,
+         [this] {
+             // Around the user's radio, closer than the outline can tell.
+             if (QObject* map = find("meshMap"))
+                 QMetaObject::invokeMethod(map, "showSpan", Q_ARG(double, 60.1699),
+                                           Q_ARG(double, 24.9384), Q_ARG(double, 0.02));
+         }},
+        {QStringLiteral("mesh-map-settings"), 600,
+         [this] {
+             if (QObject* button = find("mapSettingsButton"))
+                 QMetaObject::invokeMethod(button, "clicked");
+         }},
+        {{},
+         300,
+         [this] {
+             if (QObject* popup = find("mapSettingsPopup"))
+                 QMetaObject::invokeMethod(popup, "close");
+             setMain("showsMap", false);
          }},
         {QStringLiteral("messages-no-selection"), 600,
          [this] { m_controller->setSelectedConversation(std::nullopt); }},
@@ -584,6 +613,18 @@ void ScreenshotTour::focusByTab(const char* objectName) {
     };
     if (QQuickItem* item = search(window->contentItem()))
         item->forceActiveFocus(Qt::TabFocusReason);
+}
+
+void ScreenshotTour::pressKey(int key) {
+    auto* window = m_engine->rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
+    if (!window)
+        return;
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &press);
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &release);
 }
 
 void ScreenshotTour::resizeWindow(int width, int height) {

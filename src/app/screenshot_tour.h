@@ -51,6 +51,8 @@ private:
     // as Tab would, so that it shows its focus ring.
     void focusByTab(const char* objectName);
     void resizeWindow(int width, int height);
+    // A key pressed and released on the window, as a keyboard would.
+    void pressKey(int key);
     // Sets properties of named objects inside a sheet, then calls `method`
     // (if any) on the object named "form".
     void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,

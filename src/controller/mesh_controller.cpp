@@ -26,7 +26,8 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     , m_clock(clock)
     , m_notifier(notifier)
     , m_store(store)
-    , m_settings(settings) {
+    , m_settings(settings)
+    , m_mapSettings(new MapSettings(settings, this)) {
     Q_ASSERT(link && clock);
     connect(link, &MeshLink::transportStateChanged, this, &MeshController::onTransportStateChanged);
     connect(link, &MeshLink::transportDiscovered, this, &MeshController::onTransportDiscovered);

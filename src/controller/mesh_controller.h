@@ -3,6 +3,7 @@
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
 #include "controller/pending_request.h"
+#include "map/map_settings.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
 #include "model/mesh_enums.h"
@@ -79,6 +80,8 @@ class MeshController : public QObject {
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
     Q_PROPERTY(
         QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
+    // What the user chose for the maps (street tiles), kept in the settings.
+    Q_PROPERTY(MapSettings* mapSettings READ mapSettings CONSTANT)
 
 public:
     using ConversationMap = QHash<QString, Conversation>;
@@ -181,6 +184,7 @@ public:
     bool isReconnecting() const { return m_isReconnecting; }
     // The remembered radio's name; empty when none is remembered.
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
+    MapSettings* mapSettings() const { return m_mapSettings; }
     std::optional<QUuid> rememberedDeviceId() const;
     // Failed attempts since the reconnection began (or the computer woke).
     int reconnectFailures() const { return m_reconnectFailures; }
@@ -506,6 +510,7 @@ private:
     QPointer<Notifier> m_notifier;
     ConversationStore* m_store = nullptr;
     QPointer<QSettings> m_settings;
+    MapSettings* m_mapSettings;
 
     TransportState m_transportState = TransportState::disconnected;
     QList<DiscoveredDevice> m_discoveredDevices;

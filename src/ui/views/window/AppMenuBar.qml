@@ -3,7 +3,7 @@ import QtQuick.Controls
 import Talvenne
 
 // The window's menus: File (Disconnect while connected, Quit), View (the two
-// sidebar modes, Find, the inspector panes) and Help (About). Their
+// sidebar modes, the map, Find, the inspector panes) and Help (About). Their
 // shortcuts work whether or not a menu is open.
 MenuBar {
     id: bar
@@ -94,6 +94,17 @@ MenuBar {
                 checkable: true
                 checked: bar.mainView !== null && bar.mainView.mode === "nodes"
                 onTriggered: bar.mainView.mode = "nodes"
+            }
+        }
+        BarItem {
+            objectName: "mapMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.map")
+                shortcut: "Ctrl+3"
+                enabled: bar.mainView !== null
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.showsMap
+                onTriggered: bar.mainView.toggleMap()
             }
         }
         MenuSeparator {}
