@@ -940,6 +940,30 @@
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne läuft bereits (Prozess %1) und verwaltet ihn</translation>
     </message>
+    <message id="chat.composer.history.held">
+        <source>Another Talvenne keeps your history. Messages can be sent once it has quit.</source>
+        <translation>Ein anderes Talvenne verwaltet deinen Verlauf. Nachrichten können gesendet werden, sobald es beendet ist.</translation>
+    </message>
+    <message id="history.quit.title">
+        <source>Quit without saving?</source>
+        <translation>Beenden, ohne zu speichern?</translation>
+    </message>
+    <message id="history.quit.message">
+        <source>History could not be saved: %1. Changes since the last save may be lost if you quit now.</source>
+        <translation>Verlauf konnte nicht gespeichert werden: %1. Änderungen seit dem letzten Speichern gehen möglicherweise verloren, wenn du jetzt beendest.</translation>
+    </message>
+    <message id="history.quit.save">
+        <source>Save Again</source>
+        <translation>Erneut speichern</translation>
+    </message>
+    <message id="history.quit.anyway">
+        <source>Quit Anyway</source>
+        <translation>Trotzdem beenden</translation>
+    </message>
+    <message id="history.quit.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
     <message id="notification.body.count" numerus="yes">
         <source>%n new messages</source>
         <translation>

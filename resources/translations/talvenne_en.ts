@@ -940,6 +940,30 @@
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne is already running (process %1) and keeps it</translation>
     </message>
+    <message id="chat.composer.history.held">
+        <source>Another Talvenne keeps your history. Messages can be sent once it has quit.</source>
+        <translation>Another Talvenne keeps your history. Messages can be sent once it has quit.</translation>
+    </message>
+    <message id="history.quit.title">
+        <source>Quit without saving?</source>
+        <translation>Quit without saving?</translation>
+    </message>
+    <message id="history.quit.message">
+        <source>History could not be saved: %1. Changes since the last save may be lost if you quit now.</source>
+        <translation>History could not be saved: %1. Changes since the last save may be lost if you quit now.</translation>
+    </message>
+    <message id="history.quit.save">
+        <source>Save Again</source>
+        <translation>Save Again</translation>
+    </message>
+    <message id="history.quit.anyway">
+        <source>Quit Anyway</source>
+        <translation>Quit Anyway</translation>
+    </message>
+    <message id="history.quit.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
     <message id="notification.body.count" numerus="yes">
         <source>%n new messages</source>
         <translation>

@@ -98,6 +98,13 @@ int main(int argc, char* argv[]) {
                                            QSettings::IniFormat)
              : std::make_unique<QSettings>(QStringLiteral("Talvenne"), QStringLiteral("Talvenne"));
     MeshController controller(link, &clock, &notifications, &store, settings.get());
+    // The simulated radio is remembered only by demo runs, apart from the
+    // radio of normal runs; one that an earlier version remembered in a
+    // normal run's place is no radio to look for.
+    if (simulated)
+        controller.setRememberedDeviceGroup(QStringLiteral("demo"));
+    else if (controller.rememberedDeviceId() == SimulatedRadio::deviceId)
+        controller.forgetRememberedDevice();
 
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &controller,
                      [&controller](Qt::ApplicationState state) {

@@ -3,12 +3,14 @@
 #include "controller/mesh_controller.h"
 #include "sim/radio_frames.h"
 #include "sim/simulated_radio.h"
+#include "storage/owned_lock.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QKeyEvent>
 #include <QQmlApplicationEngine>
@@ -403,6 +405,29 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                      root ? root->findChild<QObject*>(QStringLiteral("historySearch")) : nullptr)
                  QMetaObject::invokeMethod(search, "choose", Q_ARG(QVariant, 1));
          }},
+        // Another Talvenne keeps the history: nothing can be sent, and
+        // quitting asks first.
+        {QStringLiteral("history-held"), 1200,
+         [this] {
+             m_controller->setSelectedConversation(ConversationID::contact(contactKeyNamed(aino)));
+             holdHistoryElsewhere(true);
+             m_controller->appendMessage(message(ChatMessage::Direction::incoming,
+                                                 QStringLiteral("Anyone on the ridge?"),
+                                                 QDateTime::currentDateTimeUtc()),
+                                         ConversationID::channel(0));
+         }},
+        {QStringLiteral("quit-unsaved"), 700,
+         [this] {
+             if (QObject* dialog = find("unsavedHistoryDialog"))
+                 QMetaObject::invokeMethod(dialog, "open");
+         }},
+        {{},
+         2500,
+         [this] {
+             if (QObject* dialog = find("unsavedHistoryDialog"))
+                 QMetaObject::invokeMethod(dialog, "close");
+             holdHistoryElsewhere(false);
+         }},
         // The radio drops and stays away: the window waits for it.
         {QStringLiteral("reconnecting"), 1200,
          [this] {
@@ -414,6 +439,22 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              }
          }},
     };
+}
+
+ScreenshotTour::~ScreenshotTour() = default;
+
+void ScreenshotTour::holdHistoryElsewhere(bool hold) {
+    const QString lock = QDir(m_directory).filePath(QStringLiteral("history.json.lock"));
+    const QString moved = lock + QStringLiteral(".moved");
+    if (hold) {
+        QFile::remove(moved);
+        QFile::rename(lock, moved);
+        m_otherTalvenne = std::make_unique<OwnedLock>(lock);
+        m_otherTalvenne->acquire();
+    } else {
+        m_otherTalvenne.reset();
+        QFile::remove(moved);
+    }
 }
 
 // Neighbours whose names and messages try every trick; returns the key of

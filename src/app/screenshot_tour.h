@@ -5,8 +5,10 @@
 #include <QString>
 #include <QVariantList>
 #include <functional>
+#include <memory>
 
 class MeshController;
+class OwnedLock;
 class SimulatedRadio;
 class QQmlApplicationEngine;
 class QQuickItem;
@@ -23,6 +25,7 @@ public:
     // make an operation fail on purpose.
     ScreenshotTour(QQmlApplicationEngine* engine, MeshController* controller, SimulatedRadio* radio,
                    QString directory, QString suffix, QObject* parent = nullptr);
+    ~ScreenshotTour() override;
 
     void start();
 
@@ -53,6 +56,9 @@ private:
     void resizeWindow(int width, int height);
     // A key pressed and released on the window, as a keyboard would.
     void pressKey(int key);
+    // Plays another Talvenne that took the history's folder (as if it had
+    // been moved away): the history's lock, taken in its place. False ends it.
+    void holdHistoryElsewhere(bool hold);
     // Sets properties of named objects inside a sheet, then calls `method`
     // (if any) on the object named "form".
     void fillSheet(const char* sheet, const QList<std::pair<const char*, QVariant>>& fields,
@@ -66,4 +72,5 @@ private:
     QList<Scene> m_scenes;
     bool m_standInBluez = false;
     int m_next = 0;
+    std::unique_ptr<OwnedLock> m_otherTalvenne;
 };

@@ -783,7 +783,12 @@ private:
                     Number n;
                     if (!number(n))
                         return false;
-                    m.snr = n.value;
+                    // Past the range of a double is no reading (the writer
+                    // has no number for it either).
+                    if (std::isfinite(n.value))
+                        m.snr = n.value;
+                    else
+                        m.snr.reset();
                     return true;
                 }
                 break;

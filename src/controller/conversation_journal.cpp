@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QHash>
 #include <QSet>
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -47,24 +48,11 @@ QByteArray frame(const JournalRecord& record) {
     return QByteArray::number(payload.size()) + ' ' + digest(payload) + ' ' + payload + '\n';
 }
 
-Replay read(QByteArrayView journal, QByteArrayView base) {
+namespace {
+
+// The records from `p` on, after the header.
+Replay readRecords(const char* p, const char* const end) {
     Replay replay;
-    const char* p = journal.data();
-    const char* const end = p + journal.size();
-
-    // The header: a cut-short header is a torn tail like any other.
-    const char* lineEnd = std::find(p, end, '\n');
-    if (lineEnd == end) {
-        replay.end = Replay::End::tornTail;
-        return replay;
-    }
-    if (QByteArrayView(p, lineEnd + 1) != header(base)) {
-        replay.end = QByteArrayView(p, lineEnd).startsWith(magic) ? Replay::End::otherBase
-                                                                  : Replay::End::damaged;
-        return replay;
-    }
-    p = lineEnd + 1;
-
     while (p != end) {
         // A record cut short anywhere (its size, digest, payload or line
         // end missing) is the last one the writer began.
@@ -76,8 +64,14 @@ Replay read(QByteArrayView journal, QByteArrayView base) {
             replay.end = torn ? Replay::End::tornTail : Replay::End::damaged;
             return replay;
         }
-        if (end - cursor < digestHexLength + 1 + size + 1) {
-            replay.end = Replay::End::tornTail;
+        // The size is compared with what is left before any sum is made of
+        // it: a damaged size field can hold any number up to 2^63 - 1. A
+        // record that runs past the end is the writer's last, cut short,
+        // unless a line follows it: then the size itself is wrong.
+        const qint64 left = end - cursor - (digestHexLength + 2); // digest, space, line end
+        if (left < 0 || size > left) {
+            const bool torn = std::find(cursor, end, '\n') == end;
+            replay.end = torn ? Replay::End::tornTail : Replay::End::damaged;
             return replay;
         }
         const QByteArrayView expected(cursor, digestHexLength);
@@ -94,6 +88,54 @@ Replay read(QByteArrayView journal, QByteArrayView base) {
         p = next + 1;
     }
     return replay;
+}
+
+// The header line, or none when it is cut short.
+std::optional<QByteArrayView> headerLine(QByteArrayView journal) {
+    const qsizetype lineEnd = journal.indexOf('\n');
+    if (lineEnd < 0)
+        return std::nullopt;
+    return journal.first(lineEnd + 1);
+}
+
+} // namespace
+
+Replay read(QByteArrayView journal, QByteArrayView base) {
+    // A cut-short header is a torn tail like any other.
+    const auto line = headerLine(journal);
+    if (!line)
+        return {{}, Replay::End::tornTail};
+    if (*line != header(base))
+        return {{}, line->startsWith(magic) ? Replay::End::otherBase : Replay::End::damaged};
+    return readRecords(journal.data() + line->size(), journal.data() + journal.size());
+}
+
+Replay readWithoutBase(QByteArrayView journal) {
+    const auto line = headerLine(journal);
+    if (!line)
+        return {{}, Replay::End::tornTail};
+    if (!line->startsWith(magic))
+        return {{}, Replay::End::damaged};
+    return readRecords(journal.data() + line->size(), journal.data() + journal.size());
+}
+
+bool messagesHeldIn(const QList<JournalRecord>& records, const QList<Conversation>& history) {
+    QHash<QString, QSet<QUuid>> held;
+    for (const Conversation& conversation : history) {
+        QSet<QUuid>& ids = held[conversation.target.conversationKey()];
+        for (const ChatMessage& message : conversation.messages)
+            ids.insert(message.id);
+    }
+    for (const JournalRecord& record : records) {
+        if (record.kind == JournalRecord::Kind::remove)
+            continue;
+        const QSet<QUuid> ids = held.value(record.conversation.target.conversationKey());
+        for (const ChatMessage& message : record.conversation.messages) {
+            if (!ids.contains(message.id))
+                return false;
+        }
+    }
+    return true;
 }
 
 QList<JournalRecord> diff(const QList<Conversation>& before, const QList<Conversation>& after) {

@@ -61,6 +61,12 @@ struct Replay {
 // The records of `journal` that continue `base`, up to the first torn or
 // damaged one.
 Replay read(QByteArrayView journal, QByteArrayView base);
+// The same whatever file the journal continues (one left by a fold cut
+// short, say).
+Replay readWithoutBase(QByteArrayView journal);
+// Whether every message of the records is in `history` already, in the
+// conversation the record was for: nothing of them would be missed.
+bool messagesHeldIn(const QList<JournalRecord>& records, const QList<Conversation>& history);
 
 // Records that turn `before` into `after` (matched by conversation key). A
 // conversation whose message list is the same shared list is not compared.

@@ -1,13 +1,14 @@
 #include "controller/conversation_store.h"
 
 #include "controller/conversation_journal.h"
+#include "storage/durable_file.h"
+#include "storage/owned_lock.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QSaveFile>
 #include <QStandardPaths>
 #include <cerrno>
 #include <condition_variable>
@@ -31,6 +32,11 @@ constexpr qint64 defaultMinimumFoldBytes = 64 * 1024;
 // 3,500 changes, and replaying the longest journal at start costs less than
 // the file's own load varies.
 constexpr qint64 foldDivisor = 16;
+
+// The most of a history file or journal that is read: past it a size is
+// taken for damage (or a history far beyond what memory holds), never
+// allocated.
+constexpr qint64 maximumReadBytes = qint64(2) << 30;
 
 // Moves an unusable file out of the way under a name of its own, so that
 // nothing the user had is lost when the next save writes a fresh one.
@@ -91,18 +97,6 @@ FileId fileId(const QFile& file) {
 #endif
 }
 
-// Waits until the bytes written to `file` are on the disk.
-bool syncToDisk(const QFileDevice& file) {
-#if defined(Q_OS_LINUX)
-    return ::fdatasync(file.handle()) == 0;
-#elif defined(Q_OS_UNIX)
-    return ::fsync(file.handle()) == 0;
-#else
-    Q_UNUSED(file);
-    return true;
-#endif
-}
-
 // The device's own message, else the last system error's.
 QString failureText(const QFileDevice& file, int error) {
     if (file.error() != QFileDevice::NoError && !file.errorString().isEmpty())
@@ -110,11 +104,7 @@ QString failureText(const QFileDevice& file, int error) {
     return qt_error_string(error);
 }
 
-QString lockedText(const QLockFile& lock) {
-    qint64 pid = 0;
-    QString host;
-    QString application;
-    lock.getLockInfo(&pid, &host, &application);
+QString lockedText(qint64 pid) {
     //: Why the history is not saved; %1 is the process id of the other Talvenne.
     QString text = qtTrId("history.error.locked");
     if (!text.contains(QLatin1String("%1"))) // no string table loaded
@@ -122,22 +112,28 @@ QString lockedText(const QLockFile& lock) {
     return text.arg(pid);
 }
 
-// Takes the lock unless a running process holds it. A lock file without a
-// readable owner was left by a process killed while it was creating it;
-// once that moment is clearly over, the file is stale.
-bool takeLock(QLockFile& lock, const QString& lockPath) {
-    if (lock.tryLock(0))
-        return true;
-    qint64 pid = 0;
-    QString host;
-    QString application;
-    if (lock.error() != QLockFile::LockFailedError || lock.getLockInfo(&pid, &host, &application))
-        return false;
-    const QDateTime created = QFileInfo(lockPath).lastModified();
-    if (!created.isValid() || qAbs(created.secsTo(QDateTime::currentDateTime())) < 5)
-        return false;
-    lock.removeStaleLockFile();
-    return lock.tryLock(0);
+// How often a store kept out by another process looks whether it has gone.
+constexpr auto lockPollInterval = std::chrono::seconds(1);
+
+// What writers of this history left behind when they were stopped: temporary
+// copies of the file, and old journals whose messages are all in `history`.
+// Only for the process that owns the folder.
+void removeLeftovers(const QString& path, const QString& journalPath,
+                     const QList<Conversation>& history) {
+    Durable::removeTemporaryCopies(path);
+    const QFileInfo journal(journalPath);
+    QDir folder = journal.absoluteDir();
+    const QStringList old =
+        folder.entryList({journal.fileName() + QStringLiteral(".old-*")}, QDir::Files);
+    for (const QString& name : old) {
+        QFile file(folder.filePath(name));
+        if (file.size() > maximumReadBytes || !file.open(QIODevice::ReadOnly))
+            continue;
+        const Journal::Replay replay = Journal::readWithoutBase(file.readAll());
+        if (replay.end != Journal::Replay::End::damaged &&
+            Journal::messagesHeldIn(replay.records, history))
+            folder.remove(name);
+    }
 }
 
 // What is on the disk: the file with the journal replayed on top.
@@ -166,6 +162,11 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
                 history.safeToReplace = mayMove && moveAside(path);
                 return history;
             }
+        } else if (file.size() > maximumReadBytes) {
+            // Kept as it is, and never written over.
+            qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
+            history.problem = qt_error_string(EFBIG);
+            return history;
         } else {
             bytes = file.readAll();
             const bool readFailed = file.error() != QFileDevice::NoError;
@@ -197,6 +198,12 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
         }
         return history;
     }
+    if (journal.size() > maximumReadBytes) {
+        qCWarning(lcStore) << "not reading" << journalPath << "of" << journal.size() << "bytes";
+        journal.close();
+        history.foldWanted = !mayMove || moveAside(journalPath);
+        return history;
+    }
     const QByteArray records = journal.readAll();
     const Journal::Replay replay = Journal::read(records, bytes);
     Journal::apply(history.conversations, replay.records);
@@ -204,34 +211,57 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
     history.journalAppendable = replay.end == End::complete;
     history.journalBytes = records.size();
     history.foldWanted = !replay.records.isEmpty() || replay.end != End::complete;
-    if (replay.end == End::damaged || replay.end == End::otherBase) {
-        qCWarning(lcStore) << "journal" << journalPath
-                           << (replay.end == End::damaged ? "damaged after" : "for another file,")
-                           << replay.records.size() << "records";
-        // A journal for another file is, almost always, one whose fold was
-        // cut short after the new file was in place: all it holds is in the
-        // file. It is kept all the same, as "old".
+    if (replay.end == End::damaged) {
+        qCWarning(lcStore) << "journal" << journalPath << "damaged after" << replay.records.size()
+                           << "records";
         if (mayMove)
-            moveAside(journalPath,
-                      QLatin1StringView(replay.end == End::damaged ? "damaged" : "old"));
+            moveAside(journalPath);
+    } else if (replay.end == End::otherBase) {
+        // Almost always one whose fold was cut short after the new file was
+        // in place: all it holds is in the file, and the next fold starts
+        // it afresh. Otherwise it is kept, as "old".
+        const bool held = Journal::messagesHeldIn(Journal::readWithoutBase(records).records,
+                                                  history.conversations);
+        qCWarning(lcStore) << "journal" << journalPath << "for another file,"
+                           << (held ? "all in the file" : "kept");
+        if (mayMove && !held)
+            moveAside(journalPath, QLatin1StringView("old"));
     }
+    if (mayMove)
+        removeLeftovers(path, journalPath, history.conversations);
     return history;
 }
 
 } // namespace
 
 // The one background thread that encodes and writes snapshots. The mutex
-// guards the slot of the newest snapshot, the counters and the error text;
-// the encoding and the file work happen outside it. Everything else is
-// touched by this thread only, or by load() while the thread is idle.
+// guards the slot of the newest snapshot, the counters, the error text and
+// whether another process holds the history; the encoding and the file work
+// happen outside it. Everything else is touched by this thread only, or by
+// load() while the thread writes nothing.
+//
+// The lock is taken again before each write. When another process turns out
+// to hold it (at start, or after the folder was moved and another Talvenne
+// made its own), nothing is written: snapshots are kept, and the thread looks
+// every second whether the other process has gone. Once it has, the lock is
+// ours again, but the disk holds what the other process left: nothing is
+// written until load() has read that, with this process's unsaved changes
+// applied on top.
 class ConversationStore::Writer {
 public:
-    Writer(ConversationStore* owner, bool lockHeld)
+    explicit Writer(ConversationStore* owner)
         : m_owner(owner)
         , m_path(owner->m_filePath)
         , m_journalPath(owner->journalPath())
-        , m_lockHeld(lockHeld)
-        , m_thread([this] { run(); }) {}
+        , m_lock(m_path + QStringLiteral(".lock")) {
+        QDir().mkpath(QFileInfo(m_path).absolutePath());
+        if (m_lock.acquire() == OwnedLock::State::heldElsewhere) {
+            m_heldElsewhere = true;
+            m_owner->m_writable = false;
+            m_error = lockedText(m_lock.holder());
+        }
+        m_thread = std::thread([this] { run(); });
+    }
 
     ~Writer() {
         {
@@ -254,23 +284,54 @@ public:
         m_wake.notify_one();
     }
 
+    // The snapshot that could not be written goes again.
+    void retry() {
+        {
+            std::lock_guard lock(m_mutex);
+            m_retryWanted = true;
+            ++m_submitted;
+        }
+        m_wake.notify_one();
+    }
+
     void flush() {
         std::unique_lock lock(m_mutex);
         const quint64 target = m_submitted;
         m_done.wait(lock, [&] { return m_finished >= target; });
     }
 
-    // What load() found becomes what the disk holds. Only while idle.
-    void adopt(History history) {
-        std::lock_guard lock(m_mutex);
-        m_checked = history.safeToReplace;
-        if (history.safeToReplace)
-            m_written = std::move(history.conversations);
-        m_base = history.base;
-        m_journal.close();
-        m_journalAppendable = history.journalAppendable;
-        m_journalBytes = history.journalBytes;
-        m_foldWanted = history.foldWanted;
+    // Reads what is on the disk, with what this process could not write
+    // applied on top. Only while the thread writes nothing (after flush()).
+    QList<Conversation> load() {
+        bool held = false;
+        {
+            std::lock_guard lock(m_mutex);
+            held = m_heldElsewhere;
+        }
+        History history = readHistory(m_path, m_journalPath, !held);
+        QList<Conversation> conversations = history.conversations;
+        const bool merged = m_written && m_unsaved && history.safeToReplace;
+        if (merged)
+            Journal::apply(conversations, Journal::diff(*m_written, *m_unsaved));
+        if (!held && !history.safeToReplace)
+            setError(history.problem);
+        adopt(std::move(history));
+        if (held)
+            return conversations;
+
+        bool reloaded = false;
+        {
+            std::lock_guard lock(m_mutex);
+            reloaded = std::exchange(m_awaitingReload, false);
+        }
+        if (reloaded) {
+            m_owner->m_writable = true;
+            setError({});
+            Q_EMIT m_owner->writableChanged();
+        }
+        if (merged)
+            submit(conversations);
+        return conversations;
     }
 
     QString error() const {
@@ -297,32 +358,73 @@ private:
     void run() {
         std::unique_lock lock(m_mutex);
         for (;;) {
-            m_wake.wait(lock, [&] { return m_latest.has_value() || m_stopping; });
-            if (!m_latest)
+            const auto due = [&] { return m_latest || m_retryWanted || m_stopping; };
+            if (m_heldElsewhere) {
+                m_wake.wait_for(lock, lockPollInterval, due);
+                lock.unlock();
+                lookForRelease();
+                lock.lock();
+            } else {
+                m_wake.wait(lock, due);
+            }
+            if (m_stopping && !m_latest)
                 break;
-            QList<Conversation> snapshot = std::move(*m_latest);
-            m_latest.reset();
+            if (!m_latest && !m_retryWanted)
+                continue;
+            std::optional<QList<Conversation>> snapshot = std::exchange(m_latest, std::nullopt);
+            m_retryWanted = false;
             const quint64 generation = m_submitted;
             lock.unlock();
 
-            write(std::move(snapshot));
+            if (snapshot)
+                write(std::move(*snapshot));
+            else if (m_unsaved)
+                write(*m_unsaved);
 
             lock.lock();
             m_finished = generation;
             m_done.notify_all();
         }
+        m_finished = m_submitted;
+        m_done.notify_all();
         lock.unlock();
         close();
     }
 
-    void write(QList<Conversation> snapshot) {
-        if (!m_owner->m_writable || !ensureLock())
+    // Another process held the history: has it let go?
+    void lookForRelease() {
+        const OwnedLock::State state = m_lock.acquire();
+        if (state == OwnedLock::State::heldElsewhere) {
+            setError(lockedText(m_lock.holder()));
             return;
+        }
+        if (state != OwnedLock::State::owned)
+            return;
+        {
+            std::lock_guard lock(m_mutex);
+            m_heldElsewhere = false;
+            m_awaitingReload = true;
+        }
+        qCInfo(lcStore) << "the history is free again";
+        Q_EMIT m_owner->historyReleased();
+    }
+
+    bool writingHeld() const {
+        std::lock_guard lock(m_mutex);
+        return m_heldElsewhere || m_awaitingReload;
+    }
+
+    void write(QList<Conversation> snapshot) {
+        if (writingHeld() || !ensureLock()) {
+            m_unsaved = std::move(snapshot);
+            return;
+        }
         // A save before any load: whatever is there is looked at first (and
         // moved aside when damaged), so that the journal continues the file.
         if (!m_checked) {
             History history = readHistory(m_path, m_journalPath, true);
             if (!history.safeToReplace) {
+                m_unsaved = std::move(snapshot);
                 setError(history.problem);
                 return;
             }
@@ -367,14 +469,55 @@ private:
         setError({});
     }
 
+    // What load() found becomes what the disk holds.
+    void adopt(History history) {
+        m_checked = history.safeToReplace;
+        if (history.safeToReplace)
+            m_written = std::move(history.conversations);
+        m_unsaved.reset();
+        m_base = history.base;
+        m_journal.close();
+        m_journalAppendable = history.journalAppendable;
+        m_journalBytes = history.journalBytes;
+        m_foldWanted = history.foldWanted;
+    }
+
     // At quit: the journal goes into a fresh file, and a snapshot that could
-    // not be saved gets one more try.
+    // not be saved gets one more try; when a whole file does not fit, its
+    // changes go to the journal. Nothing is written while another process
+    // holds the history; when it let go after the last read, what is on the
+    // disk is read first and the unsaved changes go on top of it.
     void close() {
-        if (!m_owner->m_writable || !m_lockHeld)
+        bool held = false;
+        bool reread = false;
+        {
+            std::lock_guard lock(m_mutex);
+            held = m_heldElsewhere;
+            reread = m_awaitingReload;
+        }
+        if (held) {
+            if (m_unsaved)
+                qCWarning(lcStore) << "history not saved at quit: another Talvenne keeps it";
             return;
+        }
+        if (!ensureLock())
+            return;
+        if (reread) {
+            if (!m_unsaved)
+                return;
+            const std::optional<QList<Conversation>> base = m_written;
+            const QList<Conversation> unsaved = *m_unsaved;
+            History history = readHistory(m_path, m_journalPath, true);
+            if (!history.safeToReplace || !base)
+                return;
+            QList<Conversation> merged = history.conversations;
+            Journal::apply(merged, Journal::diff(*base, unsaved));
+            adopt(std::move(history));
+            m_unsaved = std::move(merged);
+        }
         QString reason;
         if (m_unsaved) {
-            if (!fold(*m_unsaved, reason))
+            if (!fold(*m_unsaved, reason) && !appendUnsaved(reason))
                 qCWarning(lcStore) << "history not saved at quit:" << reason;
         } else if (m_written && m_foldWanted && !fold(*m_written, reason)) {
             qCWarning(lcStore) << "journal not folded at quit:" << reason;
@@ -382,26 +525,41 @@ private:
         m_journal.close();
     }
 
+    // The unsaved snapshot's changes as journal records: they take far less
+    // room than the whole file.
+    bool appendUnsaved(QString& reason) {
+        if (!m_written || !m_unsaved || !baseIntact() || !journalIntact())
+            return false;
+        QByteArray records;
+        for (const JournalRecord& record : Journal::diff(*m_written, *m_unsaved))
+            records += Journal::frame(record);
+        if (!append(records, reason))
+            return false;
+        qCWarning(lcStore) << "history kept in the journal at quit";
+        return true;
+    }
+
+    // Whether this process may write: it holds the lock, taking it again
+    // when its lock file is gone with a moved or removed folder.
     bool ensureLock() {
         QDir().mkpath(QFileInfo(m_path).absolutePath());
-        QLockFile& lock = m_owner->m_lock;
-        // A folder removed while we run takes the lock file with it.
-        if (m_lockHeld && !QFileInfo::exists(m_path + QStringLiteral(".lock"))) {
-            lock.unlock();
-            m_lockHeld = false;
-        }
-        if (m_lockHeld)
+        switch (m_lock.acquire()) {
+        case OwnedLock::State::owned:
             return true;
-        if (takeLock(lock, m_path + QStringLiteral(".lock"))) {
-            m_lockHeld = true;
-            return true;
-        }
-        if (lock.error() == QLockFile::LockFailedError) {
-            // Another Talvenne took the history meanwhile: this one stays out.
+        case OwnedLock::State::heldElsewhere:
+            // Another Talvenne took the history meanwhile: this one stays
+            // out until it has gone.
+            {
+                std::lock_guard lock(m_mutex);
+                m_heldElsewhere = true;
+            }
             m_owner->m_writable = false;
-            setError(lockedText(lock));
-        } else {
-            setError(qt_error_string(lock.error() == QLockFile::PermissionError ? EACCES : errno));
+            setError(lockedText(m_lock.holder()));
+            Q_EMIT m_owner->writableChanged();
+            return false;
+        case OwnedLock::State::failed:
+            setError(qt_error_string(m_lock.error()));
+            return false;
         }
         return false;
     }
@@ -421,16 +579,21 @@ private:
     // is cut back to where it was.
     bool append(const QByteArray& records, QString& reason) {
         if (!m_journal.isOpen()) {
+            const bool existed = QFileInfo::exists(m_journalPath);
             m_journal.setFileName(m_journalPath);
             if (!m_journal.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
                 reason = m_journal.errorString();
                 m_journalAppendable = false;
                 return false;
             }
+            // A journal made just now is only found again once the folder
+            // says it is there.
+            if (!existed)
+                Durable::syncFolderOf(m_journalPath);
         }
         const qint64 written = m_journal.write(records);
         const int writeError = errno;
-        if (written == records.size() && syncToDisk(m_journal)) {
+        if (written == records.size() && Durable::sync(m_journal)) {
             m_journalBytes += written;
             bytesWritten += written;
             m_foldWanted = true;
@@ -449,24 +612,8 @@ private:
     // once every byte is on the disk, then starts an empty journal for it.
     bool fold(const QList<Conversation>& snapshot, QString& reason) {
         const QByteArray bytes = encodeConversations(snapshot);
-        QSaveFile file(m_path);
-        // Unbuffered: a write that fails says so here, not silently in commit().
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-            reason = file.errorString();
+        if (!Durable::replace(m_path, bytes, reason))
             return false;
-        }
-        file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-        const qint64 written = file.write(bytes);
-        const int writeError = errno;
-        if (written != bytes.size() || !file.flush() || !syncToDisk(file)) {
-            reason = failureText(file, written == bytes.size() ? errno : writeError);
-            file.cancelWriting();
-            return false;
-        }
-        if (!file.commit()) {
-            reason = file.errorString();
-            return false;
-        }
         bytesWritten += bytes.size();
         m_base = fileId(m_path);
         m_base.size = bytes.size();
@@ -481,7 +628,8 @@ private:
         m_journalAppendable =
             m_journal.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
             m_journal.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner) &&
-            m_journal.write(header) == header.size() && syncToDisk(m_journal);
+            m_journal.write(header) == header.size() && Durable::sync(m_journal) &&
+            Durable::syncFolderOf(m_journalPath);
         m_journal.close();
         m_journalBytes = header.size();
         if (m_journalAppendable)
@@ -495,10 +643,10 @@ private:
     const QString m_path;
     const QString m_journalPath;
 
-    bool m_lockHeld;
+    OwnedLock m_lock;
     bool m_checked = false; // the existing file was looked at (by load or a first save)
     std::optional<QList<Conversation>> m_written; // what the disk holds
-    std::optional<QList<Conversation>> m_unsaved; // the newest snapshot whose write failed
+    std::optional<QList<Conversation>> m_unsaved; // the newest snapshot not written
     FileId m_base;                                // conversations.json as last read or written
     QFile m_journal;
     bool m_journalAppendable = false;
@@ -509,28 +657,21 @@ private:
     std::condition_variable m_wake;
     std::condition_variable m_done;
     std::optional<QList<Conversation>> m_latest;
-    quint64 m_submitted = 0; // snapshots handed in so far
+    bool m_retryWanted = false;
+    quint64 m_submitted = 0; // snapshots (and retries) handed in so far
     quint64 m_finished = 0;  // the newest of them written (or failed)
     bool m_stopping = false;
+    bool m_heldElsewhere = false;  // another running process holds the lock
+    bool m_awaitingReload = false; // the lock is ours again; load() must read the disk
     QString m_error;
 
-    std::thread m_thread; // last: starts once everything above exists
+    std::thread m_thread; // started last, once everything above exists
 };
 
 ConversationStore::ConversationStore(QString filePath, QObject* parent)
     : QObject(parent)
     , m_filePath(std::move(filePath))
-    , m_lock(m_filePath + QStringLiteral(".lock")) {
-    // Only a lock whose process is gone is stale, however old it is.
-    m_lock.setStaleLockTime(0);
-    QDir().mkpath(QFileInfo(m_filePath).absolutePath());
-    const bool held = takeLock(m_lock, m_filePath + QStringLiteral(".lock"));
-    if (!held && m_lock.error() == QLockFile::LockFailedError)
-        m_writable = false;
-    m_writer = std::make_unique<Writer>(this, held);
-    if (!m_writable)
-        m_writer->setError(lockedText(m_lock));
-}
+    , m_writer(std::make_unique<Writer>(this)) {}
 
 ConversationStore::~ConversationStore() {
     m_writer.reset();
@@ -546,9 +687,10 @@ QString ConversationStore::defaultFilePath() {
     // application folder); such a history moves up when it is the only one.
     const QString doubled = folder + QStringLiteral("/Talvenne/conversations.json");
     if (!QFileInfo::exists(path) && QFileInfo::exists(doubled)) {
-        if (QFile::rename(doubled, path) || QFile::copy(doubled, path))
+        if (QFile::rename(doubled, path) || QFile::copy(doubled, path)) {
+            Durable::syncFolderOf(path);
             QDir(folder).rmdir(QStringLiteral("Talvenne"));
-        else
+        } else
             qCWarning(lcStore) << "could not move" << doubled << "to" << path;
     }
     return path;
@@ -566,17 +708,17 @@ QList<Conversation> ConversationStore::load() {
     // With no write in flight the writer does not touch the files while
     // they are read (saves come from this same thread).
     m_writer->flush();
-    History history = readHistory(m_filePath, journalPath(), m_writable);
-    QList<Conversation> conversations = history.conversations;
-    if (m_writable && !history.safeToReplace)
-        m_writer->setError(history.problem);
-    m_writer->adopt(std::move(history));
-    return conversations;
+    return m_writer->load();
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {
-    if (m_writable)
-        m_writer->submit(std::move(snapshot));
+    m_writer->submit(std::move(snapshot));
+}
+
+bool ConversationStore::saveAgain() {
+    m_writer->retry();
+    m_writer->flush();
+    return isWritable() && error().isEmpty();
 }
 
 void ConversationStore::flush() {

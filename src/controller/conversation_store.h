@@ -5,7 +5,6 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
-#include <QLockFile>
 #include <QObject>
 #include <QString>
 #include <atomic>
@@ -20,10 +19,18 @@
 // 64 KiB) and when the store closes. Encoding and writing run on one
 // background thread; the caller only hands over snapshots.
 //
-// One process writes at a time: the store holds conversations.json.lock
-// (QLockFile; the lock of a process that is gone is taken over). A store
-// that finds the lock held by a running process reads but never writes in
-// its whole life, and says so in error().
+// One process writes at a time: the store owns conversations.json.lock
+// (OwnedLock) for as long as it writes, and takes it again when it has gone
+// with a moved or removed folder. While another running process holds it, the
+// store writes nothing, keeps the newest snapshot, says why in error() and
+// isWritable() is false. Once the other process has let go, the store takes
+// the lock and emits historyReleased(): load() then reads what the other
+// process left, with this store's unsaved changes applied on top, and the
+// store writes again.
+//
+// When it owns the folder, loading also removes what writers that were
+// stopped left behind: temporary copies, and old journals whose messages are
+// all in the history.
 //
 // A write that fails leaves the files as they were (a half-written journal
 // record is cut off again, a new file replaces the old one only once all of
@@ -48,23 +55,28 @@ public:
     QString journalPath() const;
 
     // Reads the file and replays the journal. Missing or unreadable: no
-    // conversations. An undecodable file, or a journal with a damaged record
-    // or written for another file, is moved aside (<name>.damaged-<time>)
-    // and never deleted; the journal's records before the damage are used.
+    // conversations. An undecodable file, or a journal with a damaged record,
+    // is moved aside (<name>.damaged-<time>) and never deleted; the journal's
+    // records before the damage are used. Changes this store could not write
+    // are applied on top.
     QList<Conversation> load();
 
     // Returns at once. The disk always ends with the newest snapshot handed
     // in; an older snapshot that has not started writing may be skipped.
     void save(QList<Conversation> snapshot);
+    // Writes the snapshot whose save failed once more and waits for it; true
+    // when the history is saved now.
+    bool saveAgain();
 
     // Blocks until every snapshot handed in so far is on disk (or failed).
     void flush();
 
     // Why the history is not being saved, or empty. Set by a failed write and
-    // cleared by the next that succeeds; set for good when another running
-    // process holds the history.
+    // cleared by the next that succeeds; set while another running process
+    // holds the history.
     QString error() const;
-    // False when another running process holds the history.
+    // False while another running process holds the history (until load()
+    // after it has let go).
     bool isWritable() const { return m_writable.load(); }
 
     // Bytes written to the disk so far (file, journal), for measurements.
@@ -75,11 +87,15 @@ public:
 Q_SIGNALS:
     // Emitted on the writing thread when error() changes.
     void errorChanged(const QString& error);
+    // isWritable() changed (on the writing thread when it turns false).
+    void writableChanged();
+    // The process that kept the history has let it go (emitted on the
+    // writing thread): load() now, to read what it left and write again.
+    void historyReleased();
 
 private:
     class Writer;
     QString m_filePath;
-    QLockFile m_lock; // after construction used by the writing thread only
     std::atomic<bool> m_writable = true;
     std::unique_ptr<Writer> m_writer;
 };

@@ -31,10 +31,15 @@ QCoro::Task<void> MeshController::performHandshake() {
     const std::uint64_t connection = m_connection;
     const auto gone = [this, connection] { return m_closing || m_connection != connection; };
     const auto finish = [this, connection] {
+        if (m_handshakeBeforeDrain == connection)
+            m_handshakeBeforeDrain = 0;
         if (!m_closing && m_syncingConnection == connection)
             setIsSyncing(false);
     };
     m_syncingConnection = connection;
+    // Waiting messages are read once the contacts are in, so that each finds
+    // its sender: until then a push that announces them starts no drain.
+    m_handshakeBeforeDrain = connection;
     setIsSyncing(true);
 
     const QByteArray appStart =
@@ -116,27 +121,51 @@ QCoro::Task<void> MeshController::performHandshake() {
     }
     if (!gone())
         co_await syncChannels();
-    if (!gone())
+    if (!gone()) {
+        m_handshakeBeforeDrain = 0;
         co_await syncMessages();
+    }
+    // Only a radio that said who it is and stayed to the end is a good
+    // connection: the reconnection's pauses start over from it.
+    if (!gone() && m_selfInfo) {
+        m_provenConnection = connection;
+        m_reconnectFailures = 0;
+    }
     finish();
 }
 
 QCoro::Task<void> MeshController::syncContacts() {
     const std::uint64_t connection = m_connection;
     setContacts({});
-    // The radio streams one contact event per stored contact before its
-    // end-of-contacts answer; the event dispatch upserts them as they come.
-    co_await request(MeshProtocol::getContacts(), ExpectedResponse::endOfContacts,
-                     contactListTimeout);
-    if (m_closing || m_connection != connection)
+    // Until the list is in again, a message from a sender missing from it
+    // waits (handleIncomingMessage).
+    ++m_contactListReads;
+    std::optional<MeshError> failure;
+    try {
+        // The radio streams one contact event per stored contact before its
+        // end-of-contacts answer; the event dispatch upserts them as they come.
+        co_await request(MeshProtocol::getContacts(), ExpectedResponse::endOfContacts,
+                         contactListTimeout);
+    } catch (const MeshError& error) {
+        failure = error;
+    }
+    if (m_closing)
         co_return;
-
-    QList<Contact> sorted = m_contacts;
-    std::stable_sort(sorted.begin(), sorted.end(), [](const Contact& a, const Contact& b) {
-        return a.lastAdvert > b.lastAdvert;
-    });
-    setContacts(std::move(sorted));
-    ensureContactConversations();
+    // A disconnect has filed the waiting messages and ended the count.
+    if (m_connection == connection)
+        --m_contactListReads;
+    if (!failure && m_connection == connection) {
+        QList<Contact> sorted = m_contacts;
+        std::stable_sort(sorted.begin(), sorted.end(), [](const Contact& a, const Contact& b) {
+            return a.lastAdvert > b.lastAdvert;
+        });
+        setContacts(std::move(sorted));
+        ensureContactConversations();
+    }
+    if (m_contactListReads == 0)
+        fileWaitingMessages();
+    if (failure)
+        throw *failure;
 }
 
 void MeshController::ensureContactConversations() {
@@ -165,6 +194,10 @@ QCoro::Task<void> MeshController::syncChannels() {
 }
 
 QCoro::Task<void> MeshController::syncMessages() {
+    // A message taken off the radio must be kept: while another Talvenne
+    // holds the history, they wait on the radio.
+    if (!m_historyWritable)
+        co_return;
     const std::uint64_t connection = m_connection;
     for (int fetched = 0; fetched < maxMessagesPerDrain; ++fetched) {
         if (m_closing || m_connection != connection ||

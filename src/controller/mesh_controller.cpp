@@ -40,7 +40,14 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     loadPreferences();
     if (m_store) {
         connect(m_store, &ConversationStore::errorChanged, this, &MeshController::setHistoryError);
+        connect(m_store, &ConversationStore::writableChanged, this, [this] {
+            assign(m_historyWritable, m_store->isWritable(),
+                   &MeshController::historyWritableChanged);
+        });
+        connect(m_store, &ConversationStore::historyReleased, this,
+                &MeshController::reloadConversations);
         setHistoryError(m_store->error());
+        m_historyWritable = m_store->isWritable();
     }
     loadConversations();
 }
@@ -49,9 +56,11 @@ MeshController::~MeshController() {
     // Coroutines of this controller are suspended only on requests and in
     // `m_pauses`. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
+    m_contactListReads = 0;
+    fileWaitingMessages();
     m_closing = true;
     cancelReconnectTimer();
-    while (pendingRequestCount() > 0 || !m_pauses.isEmpty() || !m_overdue.isEmpty()) {
+    while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
         failAllPending(MeshError::notConnected());
         endAllPauses();
     }
@@ -63,10 +72,7 @@ void MeshController::loadPreferences() {
     if (!m_settings)
         return;
     m_autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
-    m_rememberedDevice = {QUuid(m_settings->value(QLatin1String(lastDeviceIdKey)).toString()),
-                          m_settings->value(QLatin1String(lastDeviceNameKey)).toString()};
-    if (m_rememberedDevice.id.isNull())
-        m_rememberedDevice.name.clear();
+    loadRememberedDevice();
     const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
     m_favorites = QSet<QString>(favorites.begin(), favorites.end());
 
@@ -85,6 +91,15 @@ void MeshController::loadPreferences() {
     m_verifiedKeys = std::move(keys);
 }
 
+void MeshController::loadRememberedDevice() {
+    if (!m_settings)
+        return;
+    m_rememberedDevice = {QUuid(m_settings->value(rememberedDeviceKey(lastDeviceIdKey)).toString()),
+                          m_settings->value(rememberedDeviceKey(lastDeviceNameKey)).toString()};
+    if (m_rememberedDevice.id.isNull())
+        m_rememberedDevice.name.clear();
+}
+
 void MeshController::loadConversations() {
     if (!m_store)
         return;
@@ -94,6 +109,33 @@ void MeshController::loadConversations() {
     m_conversations = std::move(loaded);
     refreshTotalUnreadCount();
     resumeDeliveryTracking();
+}
+
+// Another Talvenne kept the history and has let it go: what it left is read,
+// with this run's unsaved changes on top, and the window goes on from it.
+void MeshController::reloadConversations() {
+    if (!m_store)
+        return;
+    ConversationMap loaded;
+    for (const Conversation& conversation : m_store->load())
+        loaded.insert(conversation.target.conversationKey(), conversation);
+    assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);
+    if (loaded != m_conversations) {
+        m_conversations = std::move(loaded);
+        Q_EMIT conversationsReset();
+        Q_EMIT conversationsChanged();
+    }
+    refreshTotalUnreadCount();
+    resumeDeliveryTracking();
+    updateBadge();
+    // The radio's waiting messages were left there meanwhile.
+    if (m_historyWritable && m_transportState == TransportState::connected &&
+        !handshakeReadsTheQueue())
+        syncMessages();
+}
+
+bool MeshController::saveHistoryAgain() {
+    return !m_store || m_store->saveAgain();
 }
 
 void MeshController::setHistoryError(const QString& error) {
@@ -215,9 +257,10 @@ void MeshController::onTransportConnected() {
     ++m_connection;
     performHandshake(); // runs on by itself; the task handle is not needed
     // After the handshake began, so that isSyncing already tells views that
-    // the radio's lists are on their way.
+    // the radio's lists are on their way. The failed attempts stay counted
+    // until the handshake is through.
     if (m_isReconnecting)
-        stopReconnecting();
+        endReconnectAttempt();
 }
 
 void MeshController::onTransportFailed(const QString& text) {
@@ -278,6 +321,10 @@ void MeshController::forgetDevice() {
 }
 
 void MeshController::resetAfterDisconnect() {
+    // Messages that waited for the contact list find their senders in what
+    // has come of it.
+    m_contactListReads = 0;
+    fileWaitingMessages();
     setSelfInfo(std::nullopt);
     setDeviceInfo(std::nullopt);
     setBattery(std::nullopt);
@@ -316,7 +363,9 @@ void MeshController::applyEvent(const MeshEvent& event) {
                        confirmDelivery(e.ackCode, e.roundTripMillis);
                    },
                    [this](const Events::MessagesWaiting&) {
-                       syncMessages(); // its own task; ends by itself
+                       // The handshake reads them itself once the contacts are in.
+                       if (!handshakeReadsTheQueue())
+                           syncMessages(); // its own task; ends by itself
                    },
                    [](const auto&) {},
                },

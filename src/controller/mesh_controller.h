@@ -75,6 +75,7 @@ class MeshController : public QObject {
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
+    Q_PROPERTY(bool historyWritable READ historyWritable NOTIFY historyWritableChanged)
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
@@ -137,6 +138,14 @@ public:
     qint64 totalUnreadCount() const { return m_totalUnreadCount; }
     // Why the history is not being saved (the store's error), or empty.
     const QString& historyError() const { return m_historyError; }
+    // False while another Talvenne holds the history: nothing is sent and the
+    // radio's waiting messages stay there, since none of it could be kept.
+    // When the other one has gone, the history it left is read (with this
+    // run's unsaved changes on top) and this turns true.
+    bool historyWritable() const { return m_historyWritable; }
+    // Tries once more to save what could not be saved; true when the history
+    // is saved now (for the question at quit).
+    Q_INVOKABLE bool saveHistoryAgain();
 
     void setSelectedConversation(std::optional<ConversationID> target);
     // Whether the application is the active one; the app wires this to the
@@ -171,10 +180,12 @@ public:
     // while `autoReconnect` is on: an attempt scans (up to reconnectScanWindow)
     // until the radio is seen, then connects. Attempts are 1 s after the drop,
     // then further apart (2, 4, 8, ... s, at most reconnectPauseCap), for as
-    // long as it takes. A pause that ends far later than it should (the
-    // computer slept) starts the pauses over, and Bluetooth coming back on
-    // starts an attempt at once. Disconnecting, choosing a radio or turning
-    // `autoReconnect` off ends it.
+    // long as it takes. Only a connection whose handshake went through ends
+    // the count: a radio that drops the link during every handshake is tried
+    // less and less often. A pause or scan that ends far later than it should
+    // (the computer slept), Bluetooth coming back on and the preference
+    // turned on again start the pauses over (reconnectNow). Disconnecting,
+    // choosing a radio or turning `autoReconnect` off ends it.
     static constexpr std::chrono::milliseconds reconnectScanWindow{10'000};
     static constexpr std::chrono::milliseconds reconnectPauseCap{60'000};
     // The pause before the attempt that follows `failures` failed ones.
@@ -186,6 +197,13 @@ public:
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
     MapSettings* mapSettings() const { return m_mapSettings; }
     std::optional<QUuid> rememberedDeviceId() const;
+    // The settings group the remembered radio is kept in (empty: the top
+    // level). Demo runs keep theirs apart, so that a normal run never looks
+    // for the simulated radio and keeps the radio it had. Reads the
+    // remembered radio of that group; call before enableAutomaticReconnection().
+    void setRememberedDeviceGroup(const QString& group);
+    // No radio to come back to, now or at the next start.
+    void forgetRememberedDevice();
     // Failed attempts since the reconnection began (or the computer woke).
     int reconnectFailures() const { return m_reconnectFailures; }
     // The application calls this once its window is up: from then on the
@@ -195,6 +213,14 @@ public:
     // the plain link want it.
     bool enableAutomaticReconnection();
     bool isAutomaticReconnectionEnabled() const { return m_reconnectionEnabled; }
+    // Starts the reconnection's pauses over and looks for the remembered
+    // radio at once (ending a scan or pause under way): for the computer
+    // waking from sleep, Bluetooth or its adapter coming back, and the
+    // preference turned on again. Nothing happens while a radio is connected
+    // or being connected, without a remembered radio, with `autoReconnect`
+    // off, or before enableAutomaticReconnection(); returns whether an
+    // attempt was set off.
+    Q_INVOKABLE bool reconnectNow();
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -203,8 +229,15 @@ public:
     // in order, and each one's timeout starts when it is written. Throws
     // MeshError: notConnected (at once when there is no link, or when the link
     // drops), timeout, or device when the radio answers it with an error.
+    //
+    // An answer is taken when it comes. After a timeout the late answer of
+    // the timed-out command may still come, and an ok, an error or a sent
+    // report cannot tell whose it is: when a second one follows, the first
+    // was the late one (dropped) and `correct`, if given, is called with the
+    // request's own.
     QCoro::Task<MeshEvent> request(QByteArray frame, ExpectedResponse expect,
-                                   std::chrono::milliseconds timeout);
+                                   std::chrono::milliseconds timeout,
+                                   AnswerCorrection correct = {});
     // Offers the event to the waiting requests, then applies it to the state.
     void handleEvent(const MeshEvent& event);
 
@@ -415,6 +448,7 @@ Q_SIGNALS:
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
     void historyErrorChanged();
+    void historyWritableChanged();
     void autoReconnectChanged();
     void isReconnectingChanged();
     void rememberedDeviceChanged();
@@ -442,6 +476,9 @@ private:
     // Forgets the overdue requests up to and including `index`: that one got
     // its late answer, the ones before it will not get theirs any more.
     void dropOverdueThrough(qsizetype index);
+    // The provisional answers were each one request early: hands each
+    // request the answer after its own, the last one `own`.
+    void correctProvisionalAnswers(const MeshEvent& own);
     // Ends every pause at once (false): the link they waited on is gone.
     void endAllPauses();
     // Waits `delay` on the clock; comes back early (false) when the controller
@@ -452,13 +489,24 @@ private:
 
     // Handshake pieces.
     void ensureContactConversations();
+    // The handshake under way has not read the waiting messages yet, and will.
+    bool handshakeReadsTheQueue() const {
+        return m_handshakeBeforeDrain != 0 && m_handshakeBeforeDrain == m_connection;
+    }
 
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
     void rememberDevice(const DiscoveredDevice& device);
+    void loadRememberedDevice();
+    QString rememberedDeviceKey(const char* key) const;
     void beginReconnecting(std::chrono::milliseconds firstPause);
     void stopReconnecting();
+    // The link is up: the attempt is over, its failures stay counted.
+    void endReconnectAttempt();
+    // The step under way ends far later than it was due: the computer slept.
+    bool reconnectStepOverslept() const;
     void scheduleReconnectAttempt(std::chrono::milliseconds delay);
+    void waitForReconnectAttempt(std::chrono::milliseconds left);
     void attemptReconnect();
     void reconnectAttemptFailed();
     void cancelReconnectTimer();
@@ -467,7 +515,10 @@ private:
 
     // Messaging pieces.
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
+    void correctTransmission(const QUuid& id, const ConversationID& target, const MeshEvent& own);
     void handleIncomingMessage(const MeshEvent& event);
+    // Files the messages that waited for a contact list read to end.
+    void fileWaitingMessages();
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
     // After loading: a message left `sending` is failed, and each `sent` one
     // with its expected acknowledgement waits for its confirmation again.
@@ -503,6 +554,7 @@ private:
 
     void loadPreferences();
     void loadConversations();
+    void reloadConversations();
     void setHistoryError(const QString& error);
 
     QPointer<MeshLink> m_link;
@@ -531,6 +583,9 @@ private:
     VerifiedKeyMap m_verifiedKeys;
     qint64 m_totalUnreadCount = 0;
     QString m_historyError;
+    bool m_historyWritable = true;
+    // Outgoing messages whose transmission is under way.
+    QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
 
     struct RememberedDevice {
@@ -538,26 +593,35 @@ private:
         QString name;
     };
     RememberedDevice m_rememberedDevice;
+    QString m_rememberedDeviceGroup;
     bool m_autoReconnect = true;
     bool m_reconnectionEnabled = false;
     bool m_isReconnecting = false;
     ReconnectStep m_reconnectStep = ReconnectStep::idle;
     int m_reconnectFailures = 0;
     std::uint64_t m_reconnectTimer = 0; // a Clock timer id, 0 when none
-    QDateTime m_reconnectDue;
+    QDateTime m_reconnectDue;           // when the step under way ends at the latest
+    // The connection whose handshake went through.
+    std::uint64_t m_provenConnection = 0;
 
     QList<PendingRequest> m_queued; // not written yet, oldest first
     std::optional<PendingRequest> m_inFlight;
     QList<OverdueRequest> m_overdue; // oldest first
-    // An answer that fits both the request in flight and an overdue one:
-    // whose it is shows when a second one comes, or none does.
-    std::optional<MeshEvent> m_heldAnswer;
+    // Oldest first; they stand until the last one's own answer is overdue.
+    QList<ProvisionalAnswer> m_provisional;
+    QDateTime m_provisionalUntil;
     QList<Pause> m_pauses;
     // Changes with every connection and every disconnect: a handshake or a
     // sync that finds it changed after a wait belongs to a link that is gone.
     std::uint64_t m_connection = 0;
     // The connection whose handshake set isSyncing.
     std::uint64_t m_syncingConnection = 0;
+    // The connection whose handshake has not come to its message drain yet.
+    std::uint64_t m_handshakeBeforeDrain = 0;
+    // Contact list reads under way, and the messages from senders missing
+    // from the list that wait for them to end.
+    int m_contactListReads = 0;
+    QList<MeshEvent> m_messagesWaitingForContacts;
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
     QHash<QString, QUuid> m_lastSentMessageID;

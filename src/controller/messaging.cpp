@@ -7,7 +7,9 @@
 #include "protocol/mesh_protocol.h"
 #include "time/clock.h"
 
+#include <QScopeGuard>
 #include <algorithm>
+#include <limits>
 
 using namespace std::chrono_literals;
 
@@ -26,7 +28,8 @@ QString acknowledgementKey(std::uint32_t ackCode) {
 
 void MeshController::sendMessage(const QString& text, const ConversationID& target) {
     const QString trimmed = text.trimmed();
-    if (trimmed.isEmpty())
+    // A message that could not be kept is not sent either.
+    if (trimmed.isEmpty() || !m_historyWritable)
         return;
 
     ChatMessage message;
@@ -48,7 +51,8 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
     const QList<ChatMessage>& messages = found->messages;
     const auto failed = std::find_if(messages.cbegin(), messages.cend(),
                                      [&id](const ChatMessage& m) { return m.id == id; });
-    if (failed == messages.cend() || failed->direction != ChatMessage::Direction::outgoing ||
+    if (!m_historyWritable || failed == messages.cend() ||
+        failed->direction != ChatMessage::Direction::outgoing ||
         failed->deliveryState != ChatMessage::DeliveryState::failed ||
         failed->text.trimmed().isEmpty())
         return false;
@@ -65,6 +69,11 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
 QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, ConversationID target,
                                                   QString text) {
     using State = ChatMessage::DeliveryState;
+    m_transmitting.insert(message.id);
+    const auto done = qScopeGuard([this, id = message.id] {
+        if (!m_closing)
+            m_transmitting.remove(id);
+    });
 
     if (target.isChannel()) {
         const int index = target.channelIndex();
@@ -74,10 +83,15 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
             co_return;
         }
         bool accepted = false;
+        // Named, not a temporary inside co_await: g++ 12 destroys such a
+        // temporary twice.
+        AnswerCorrection correct = [this, id = message.id, target](const MeshEvent& own) {
+            correctTransmission(id, target, own);
+        };
         try {
             co_await request(MeshProtocol::sendChannelText(std::uint8_t(index),
                                                            m_clock->secondsSince1970(), text),
-                             ExpectedResponse::ok, sendTimeout);
+                             ExpectedResponse::ok, sendTimeout, std::move(correct));
             accepted = true;
         } catch (const MeshError&) {
         }
@@ -99,10 +113,13 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
     }
 
     std::optional<Events::MessageSent> sent;
+    AnswerCorrection correct = [this, id = message.id, target](const MeshEvent& own) {
+        correctTransmission(id, target, own);
+    };
     try {
         const MeshEvent event = co_await request(
             MeshProtocol::sendDirectText(*keyBytes, m_clock->secondsSince1970(), text),
-            ExpectedResponse::sent, sendTimeout);
+            ExpectedResponse::sent, sendTimeout, std::move(correct));
         if (const auto* answer = std::get_if<Events::MessageSent>(&event))
             sent = *answer;
     } catch (const MeshError&) {
@@ -116,6 +133,32 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
     forgetStaleAcknowledgements();
     m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), message.id);
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
+}
+
+// The answer a message was settled with was the late answer of the message
+// before it; `own` is its own. A sent message's acknowledgement key is the
+// one the radio issued for it, never another message's.
+void MeshController::correctTransmission(const QUuid& id, const ConversationID& target,
+                                         const MeshEvent& own) {
+    using State = ChatMessage::DeliveryState;
+    m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value() == id; });
+    if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
+        m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), id);
+        // A delivery shown meanwhile came for the other message's code.
+        updateMessage(id, target, [sent](ChatMessage& m) {
+            m.deliveryState = State::sent;
+            m.expectedAck = sent->expectedAck;
+            m.estimatedTimeoutMillis = sent->estimatedTimeoutMillis;
+            m.roundTripMillis.reset();
+        });
+        return;
+    }
+    const bool accepted = std::holds_alternative<Events::Ok>(own) && target.isChannel();
+    updateMessage(id, target, [accepted](ChatMessage& m) {
+        m.deliveryState = accepted ? State::delivered : State::failed;
+        m.expectedAck.reset();
+        m.estimatedTimeoutMillis.reset();
+    });
 }
 
 // A confirmation more than a day after sending will not come: the look-up
@@ -165,8 +208,9 @@ void MeshController::resumeDeliveryTracking() {
     bool changed = false;
     for (Conversation& conversation : m_conversations) {
         for (ChatMessage& message : conversation.messages) {
-            // Its transmission ended with the run that stored it.
-            if (message.deliveryState == State::sending) {
+            // Its transmission ended with the run that stored it (or, read
+            // back from another run, with that one).
+            if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
                 message.deliveryState = State::failed;
                 changed = true;
             }
@@ -201,10 +245,22 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
         // contact that merely starts with the bytes that came.
         if (e->prefix.size() < keyPrefixHexDigits)
             return;
-        // A sender missing from the contact list gets a conversation under its key prefix.
+        // A sender missing from the contact list gets a conversation under
+        // its key prefix; while the list is being read again, the message
+        // waits for it first.
         const auto contact = contactForPrefix(e->prefix);
+        if (!contact && m_contactListReads > 0) {
+            m_messagesWaitingForContacts.append(event);
+            return;
+        }
         appendMessage(message, ConversationID::contact(contact ? contact->publicKey : e->prefix));
     }
+}
+
+void MeshController::fileWaitingMessages() {
+    const QList<MeshEvent> waiting = std::exchange(m_messagesWaitingForContacts, {});
+    for (const MeshEvent& event : waiting)
+        handleIncomingMessage(event);
 }
 
 Conversation MeshController::ensureConversation(const ConversationID& target) {
@@ -228,7 +284,8 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
 
     const bool viewing = m_applicationActive && m_selectedConversation == target;
     const bool incoming = message.direction == ChatMessage::Direction::incoming;
-    if (incoming && !viewing)
+    // A count read from the file may be anything; it stops at the largest.
+    if (incoming && !viewing && conversation.unreadCount < std::numeric_limits<qint64>::max())
         ++conversation.unreadCount;
 
     const Conversation& before = m_conversations[key];
@@ -352,8 +409,13 @@ void MeshController::saveConversations() {
 
 void MeshController::refreshTotalUnreadCount() {
     qint64 total = 0;
-    for (const Conversation& conversation : std::as_const(m_conversations))
-        total += conversation.unreadCount;
+    for (const Conversation& conversation : std::as_const(m_conversations)) {
+        if (conversation.unreadCount > 0 &&
+            qAddOverflow(total, qint64(conversation.unreadCount), &total)) {
+            total = std::numeric_limits<qint64>::max();
+            break;
+        }
+    }
     assign(m_totalUnreadCount, total, &MeshController::totalUnreadCountChanged);
 }
 

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <coroutine>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -67,6 +68,10 @@ private:
     std::coroutine_handle<> m_waiting;
 };
 
+// Called with a request's own answer when the one it was settled with turns
+// out to have been an earlier command's, come late.
+using AnswerCorrection = std::function<void(const MeshEvent&)>;
+
 // One command that awaits its answer. It waits its turn in the controller's
 // queue, is written when no other command is in flight, and is settled by
 // its answer, an error reply, its timer (started when written) or a
@@ -78,16 +83,24 @@ struct PendingRequest {
     std::chrono::milliseconds timeout{0};
     std::shared_ptr<OneShot<MeshEvent>> continuation;
     Clock::TimerId timeoutTimer = 0;
+    AnswerCorrection correct; // may be empty
 };
 
 // A written command whose timer ran out. The radio answers in order, so its
 // late answer may still come, before the answer of anything written after it.
 struct OverdueRequest {
-    std::uint64_t id = 0;
     ExpectedResponse matcher = ExpectedResponse::ok;
     QByteArray frame;
-    // Past this an answer is not late but lost.
-    QDateTime forgetAt;
+};
+
+// A request settled at once with an answer that could also have been an
+// overdue command's late one. If it was, this request's own answer is the
+// next of its kind to come, and shows it.
+struct ProvisionalAnswer {
+    ExpectedResponse matcher = ExpectedResponse::ok;
+    QByteArray frame;
+    MeshEvent answer;
+    AnswerCorrection correct;
 };
 
 // The outcome of a pause that can be cut short (true when it ran its full length).

@@ -11,9 +11,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A pause that ends this much later than it was due spanned a sleep of the
+// A step that ends this much later than it was due spanned a sleep of the
 // computer: the radio may well be back, so the pauses start over.
 constexpr auto wakeSlack = 30s;
+// Timers stand still while the computer sleeps; a pause waits in slices of
+// this much, so that waking is noticed by the wall clock soon after.
+constexpr auto wakeCheck = 5s;
 // The link gives up on a connection by itself; this only guards against a
 // link that never says how its attempt ended.
 constexpr auto connectWatchdog = 60s;
@@ -42,10 +45,31 @@ void MeshController::setAutoReconnect(bool on) {
     m_autoReconnect = on;
     if (m_settings)
         m_settings->setValue(QLatin1String(autoReconnectKey), on);
-    // A connection attempt already under way runs to its end.
+    // A connection attempt already under way runs to its end. Turned on
+    // again, the remembered radio is looked for at once.
     if (!on)
         stopReconnecting();
+    else
+        reconnectNow();
     Q_EMIT autoReconnectChanged();
+}
+
+bool MeshController::reconnectNow() {
+    if (!m_reconnectionEnabled || !m_autoReconnect || m_rememberedDevice.id.isNull() ||
+        m_transportState == TransportState::connected ||
+        m_transportState == TransportState::connecting ||
+        m_reconnectStep == ReconnectStep::connecting)
+        return false;
+    const bool scanning = m_reconnectStep == ReconnectStep::scanning;
+    cancelReconnectTimer();
+    // Idle first, so that the scan's end is not taken for a failed attempt.
+    m_reconnectStep = ReconnectStep::idle;
+    if (scanning && m_link)
+        m_link->stopScan();
+    m_reconnectFailures = 0;
+    assign(m_isReconnecting, true, &MeshController::isReconnectingChanged);
+    scheduleReconnectAttempt(0ms);
+    return true;
 }
 
 bool MeshController::enableAutomaticReconnection() {
@@ -64,21 +88,52 @@ void MeshController::rememberDevice(const DiscoveredDevice& device) {
     m_rememberedDevice = {device.id, device.name};
     if (m_settings) {
         if (device.id.isNull()) {
-            m_settings->remove(QLatin1String(lastDeviceIdKey));
-            m_settings->remove(QLatin1String(lastDeviceNameKey));
+            m_settings->remove(rememberedDeviceKey(lastDeviceIdKey));
+            m_settings->remove(rememberedDeviceKey(lastDeviceNameKey));
         } else {
-            m_settings->setValue(QLatin1String(lastDeviceIdKey),
+            m_settings->setValue(rememberedDeviceKey(lastDeviceIdKey),
                                  device.id.toString(QUuid::WithoutBraces));
-            m_settings->setValue(QLatin1String(lastDeviceNameKey), device.name);
+            m_settings->setValue(rememberedDeviceKey(lastDeviceNameKey), device.name);
         }
     }
     Q_EMIT rememberedDeviceChanged();
 }
 
+QString MeshController::rememberedDeviceKey(const char* key) const {
+    return m_rememberedDeviceGroup.isEmpty()
+               ? QLatin1String(key)
+               : m_rememberedDeviceGroup + QLatin1Char('/') + QLatin1String(key);
+}
+
+void MeshController::setRememberedDeviceGroup(const QString& group) {
+    if (m_rememberedDeviceGroup == group)
+        return;
+    m_rememberedDeviceGroup = group;
+    const RememberedDevice before = m_rememberedDevice;
+    loadRememberedDevice();
+    if (before.id != m_rememberedDevice.id || before.name != m_rememberedDevice.name)
+        Q_EMIT rememberedDeviceChanged();
+}
+
+void MeshController::forgetRememberedDevice() {
+    stopReconnecting();
+    rememberDevice({});
+}
+
 void MeshController::beginReconnecting(std::chrono::milliseconds firstPause) {
-    m_reconnectFailures = 0;
     assign(m_isReconnecting, true, &MeshController::isReconnectingChanged);
     scheduleReconnectAttempt(firstPause);
+}
+
+void MeshController::endReconnectAttempt() {
+    cancelReconnectTimer();
+    m_reconnectStep = ReconnectStep::idle;
+    assign(m_isReconnecting, false, &MeshController::isReconnectingChanged);
+}
+
+bool MeshController::reconnectStepOverslept() const {
+    return m_reconnectDue.isValid() &&
+           m_reconnectDue.msecsTo(m_clock->now()) > std::chrono::milliseconds(wakeSlack).count();
 }
 
 void MeshController::stopReconnecting() {
@@ -101,12 +156,23 @@ void MeshController::scheduleReconnectAttempt(std::chrono::milliseconds delay) {
     cancelReconnectTimer();
     m_reconnectStep = ReconnectStep::pausing;
     m_reconnectDue = m_clock->now().addMSecs(delay.count());
-    m_reconnectTimer = m_clock->schedule(delay, [this] {
-        m_reconnectTimer = 0;
-        if (m_reconnectDue.msecsTo(m_clock->now()) > std::chrono::milliseconds(wakeSlack).count())
-            m_reconnectFailures = 0;
-        attemptReconnect();
-    });
+    waitForReconnectAttempt(delay);
+}
+
+void MeshController::waitForReconnectAttempt(std::chrono::milliseconds left) {
+    m_reconnectTimer =
+        m_clock->schedule(std::min(left, std::chrono::milliseconds(wakeCheck)), [this] {
+            m_reconnectTimer = 0;
+            if (reconnectStepOverslept()) {
+                reconnectNow();
+                return;
+            }
+            const qint64 remaining = m_clock->now().msecsTo(m_reconnectDue);
+            if (remaining > 0)
+                waitForReconnectAttempt(std::chrono::milliseconds(remaining));
+            else
+                attemptReconnect();
+        });
 }
 
 void MeshController::attemptReconnect() {
@@ -119,15 +185,31 @@ void MeshController::attemptReconnect() {
     // The step and the scan's end are set first: a link may report the radio
     // from inside startScan.
     m_reconnectStep = ReconnectStep::scanning;
+    m_reconnectDue = m_clock->now().addMSecs(reconnectScanWindow.count());
     m_reconnectTimer = m_clock->schedule(reconnectScanWindow, [this] {
         m_reconnectTimer = 0;
         if (m_reconnectStep != ReconnectStep::scanning)
             return;
+        if (reconnectStepOverslept()) {
+            reconnectNow();
+            return;
+        }
         m_reconnectStep = ReconnectStep::idle;
         if (m_link)
             m_link->stopScan();
         reconnectAttemptFailed();
     });
+    if (m_transportState == TransportState::scanning) {
+        // The link scans already (it went on with a scan when Bluetooth came
+        // back): that scan is this attempt's, and what it found counts.
+        for (const DiscoveredDevice& device : std::as_const(m_discoveredDevices)) {
+            if (device.id == m_rememberedDevice.id) {
+                onReconnectDiscovered(device);
+                break;
+            }
+        }
+        return;
+    }
     startScan();
     if (m_reconnectStep == ReconnectStep::scanning &&
         m_transportState != TransportState::scanning) {
@@ -140,6 +222,11 @@ void MeshController::attemptReconnect() {
 void MeshController::reconnectAttemptFailed() {
     if (!m_isReconnecting)
         return;
+    // An attempt that ends long after it was due spanned a sleep.
+    if (reconnectStepOverslept()) {
+        reconnectNow();
+        return;
+    }
     ++m_reconnectFailures;
     scheduleReconnectAttempt(reconnectPause(m_reconnectFailures));
 }
@@ -148,7 +235,7 @@ void MeshController::reconnectAttemptFailed() {
 // when it is switched back on, a waiting attempt goes ahead at once.
 void MeshController::onBluetoothReturned() {
     if (m_isReconnecting && m_reconnectStep == ReconnectStep::pausing)
-        scheduleReconnectAttempt(0ms);
+        reconnectNow();
 }
 
 void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
@@ -156,6 +243,7 @@ void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
         return;
     cancelReconnectTimer();
     m_reconnectStep = ReconnectStep::connecting;
+    m_reconnectDue = m_clock->now().addMSecs(std::chrono::milliseconds(connectWatchdog).count());
     m_reconnectTimer = m_clock->schedule(connectWatchdog, [this] {
         m_reconnectTimer = 0;
         if (m_reconnectStep == ReconnectStep::connecting && m_link)
@@ -170,8 +258,14 @@ void MeshController::onReconnectStateChanged(TransportState previous, TransportS
         // the radio first.
         const bool dropped = previous == TransportState::connected &&
                              (state == TransportState::disconnected || bluetoothUnusable(state));
-        if (dropped && m_reconnectionEnabled && m_autoReconnect && !m_rememberedDevice.id.isNull())
-            beginReconnecting(reconnectPause(0));
+        if (dropped && m_reconnectionEnabled && m_autoReconnect &&
+            !m_rememberedDevice.id.isNull()) {
+            // A link that went before its handshake was through is a failed
+            // attempt: the pauses go on growing.
+            if (m_provenConnection != m_connection)
+                ++m_reconnectFailures;
+            beginReconnecting(reconnectPause(m_reconnectFailures));
+        }
         return;
     }
     switch (m_reconnectStep) {
@@ -180,11 +274,11 @@ void MeshController::onReconnectStateChanged(TransportState previous, TransportS
     case ReconnectStep::pausing:
         // Bluetooth came back on: no reason to wait any longer.
         if (bluetoothUnusable(previous) && !bluetoothUnusable(state))
-            scheduleReconnectAttempt(0ms);
+            reconnectNow();
         break;
     case ReconnectStep::waitingForBluetooth:
         if (state == TransportState::ready)
-            scheduleReconnectAttempt(0ms);
+            reconnectNow();
         break;
     case ReconnectStep::scanning:
         if (bluetoothUnusable(state)) {

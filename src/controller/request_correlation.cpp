@@ -33,7 +33,8 @@ bool matches(ExpectedResponse expect, const MeshEvent& event) {
 }
 
 QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedResponse expect,
-                                               std::chrono::milliseconds timeout) {
+                                               std::chrono::milliseconds timeout,
+                                               AnswerCorrection correct) {
     if (m_closing || m_transportState != TransportState::connected || !m_link)
         throw MeshError::notConnected();
 
@@ -43,6 +44,7 @@ QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedRespons
     record.frame = std::move(frame);
     record.timeout = timeout;
     record.continuation = std::make_shared<OneShot<MeshEvent>>();
+    record.correct = std::move(correct);
     auto continuation = record.continuation;
 
     // Message drains read in the background, and a burst of pushes starts
@@ -83,12 +85,6 @@ bool answersFrame(const QByteArray& frame, const MeshEvent& event) {
     return true;
 }
 
-// Past its time an overdue request's answer is not late but lost.
-void forgetLostAnswers(QList<OverdueRequest>& overdue, const QDateTime& now) {
-    while (!overdue.isEmpty() && overdue.constFirst().forgetAt <= now)
-        overdue.removeFirst();
-}
-
 template <typename Record>
 bool fits(const Record& record, const MeshEvent& event) {
     // An error reply names no command: it answers whichever is first in line.
@@ -106,56 +102,68 @@ bool tiedToItsCommand(const MeshEvent& event) {
            std::holds_alternative<Events::MessageSent>(event);
 }
 
+// Timed-out commands whose late answers are still looked out for; more in a
+// row than this means a radio that has stopped answering.
+constexpr qsizetype maxOverdue = 8;
+
 } // namespace
 
-// The radio answers in the order it got the commands, so an answer belongs
-// to the oldest written command it fits: an overdue one before the one in
-// flight. An answer tied to its command that fits both is held until a
-// second such answer comes (the first was the overdue one's) or the request
-// in flight runs out of time (the overdue one's answer was lost; the held one
-// is its own). Any other answer goes to the request in flight.
+// The radio answers in the order it got the commands, so the late answer of
+// a timed-out command comes before the answer of the one written after it.
+// An answer is the request in flight's when it fits it: a report of the
+// radio's state is as true for either, and one tied to its command (ok,
+// error, sent) that could also be an overdue command's late answer is taken
+// at once all the same, provisionally. Only when a second such answer follows
+// is the first known to have been the late one: each provisional request
+// then gets the answer after its own. Any other answer that fits the request
+// in flight shows that the overdue answers were lost.
 bool MeshController::resolvePending(const MeshEvent& event) {
-    if (m_clock)
-        forgetLostAnswers(m_overdue, m_clock->now());
-
-    qsizetype overdue = -1;
-    for (qsizetype i = 0; i < m_overdue.size(); ++i) {
-        if (fits(m_overdue[i], event)) {
-            overdue = i;
-            break;
+    if (!m_provisional.isEmpty() && m_clock && m_clock->now() >= m_provisionalUntil)
+        m_provisional.clear();
+    const bool tied = tiedToItsCommand(event);
+    const auto overdueFitting = [this, &event] {
+        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
+            if (fits(m_overdue[i], event))
+                return i;
         }
-    }
-    const bool inFlightFits = m_inFlight && fits(*m_inFlight, event);
+        return qsizetype(-1);
+    };
 
-    if (overdue < 0 || (inFlightFits && !tiedToItsCommand(event))) {
-        if (!inFlightFits)
-            return overdue < 0 && settleQueued(event);
-        // The radio has answered the newest command: the held answer was an
-        // overdue one's, and no other overdue answer will come any more.
-        if (auto held = std::exchange(m_heldAnswer, std::nullopt))
-            applyEvent(*held);
-        dropOverdueThrough(m_overdue.size() - 1);
+    if (m_inFlight && fits(*m_inFlight, event)) {
+        const bool couldBeLate =
+            tied && (m_provisional.isEmpty() ? overdueFitting() >= 0
+                                             : fits(m_provisional.constLast(), event));
+        m_overdue.clear();
+        if (couldBeLate) {
+            m_provisional.append(
+                {m_inFlight->matcher, m_inFlight->frame, event, m_inFlight->correct});
+            if (m_clock)
+                m_provisionalUntil = m_clock->now().addMSecs(m_inFlight->timeout.count());
+        } else {
+            m_provisional.clear();
+        }
         settleInFlight(event);
         return true;
     }
-    if (!inFlightFits) {
+    if (tied && !m_provisional.isEmpty() && fits(m_provisional.constLast(), event)) {
+        correctProvisionalAnswers(event);
+        return true;
+    }
+    if (const qsizetype overdue = overdueFitting(); overdue >= 0) {
         // A late answer: applied as any unclaimed event is.
         dropOverdueThrough(overdue);
         return false;
     }
-    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
-        // The second of two fitting answers: the first was the overdue one's.
-        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
-            if (fits(m_overdue[i], *held)) {
-                dropOverdueThrough(i);
-                break;
-            }
-        }
-        applyEvent(*held);
-        return resolvePending(event);
+    return settleQueued(event);
+}
+
+void MeshController::correctProvisionalAnswers(const MeshEvent& own) {
+    const QList<ProvisionalAnswer> provisional = std::exchange(m_provisional, {});
+    for (qsizetype i = 0; i < provisional.size(); ++i) {
+        const MeshEvent& answer = i + 1 < provisional.size() ? provisional[i + 1].answer : own;
+        if (provisional[i].correct && !(answer == provisional[i].answer))
+            provisional[i].correct(answer);
     }
-    m_heldAnswer = event;
-    return true;
 }
 
 // A report of the radio's state tells a request still waiting its turn what
@@ -191,27 +199,14 @@ void MeshController::settleInFlight(const MeshEvent& answer) {
 void MeshController::expireRequest(std::uint64_t id) {
     if (!m_inFlight || m_inFlight->id != id)
         return;
-    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
-        // No second answer came: the overdue request's answer was lost and
-        // the held one is this request's.
-        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
-            if (fits(m_overdue[i], *held)) {
-                dropOverdueThrough(i);
-                break;
-            }
-        }
-        settleInFlight(*held);
-        return;
-    }
     PendingRequest record = std::move(*m_inFlight);
     m_inFlight.reset();
-    forgetLostAnswers(m_overdue, m_clock->now());
-    OverdueRequest overdue;
-    overdue.id = record.id;
-    overdue.matcher = record.matcher;
-    overdue.frame = record.frame;
-    overdue.forgetAt = m_clock->now().addMSecs(record.timeout.count());
-    m_overdue.append(std::move(overdue));
+    // Nothing came in all that time: a provisional request's own answer
+    // is not on its way.
+    m_provisional.clear();
+    if (m_overdue.size() >= maxOverdue)
+        m_overdue.removeFirst();
+    m_overdue.append({record.matcher, record.frame});
     writeNextRequest();
     record.continuation->fail(MeshError::timeout());
 }
@@ -234,14 +229,8 @@ void MeshController::dropOverdueThrough(qsizetype index) {
 }
 
 void MeshController::failAllPending(const MeshError& error) {
-    // A held answer may carry a received message; it is kept as any
-    // unclaimed one is.
-    if (auto held = std::exchange(m_heldAnswer, std::nullopt)) {
-        if (std::holds_alternative<Events::ContactMessage>(*held) ||
-            std::holds_alternative<Events::ChannelMessage>(*held))
-            handleIncomingMessage(*held);
-    }
-    dropOverdueThrough(m_overdue.size() - 1);
+    m_overdue.clear();
+    m_provisional.clear();
     QList<PendingRequest> taken = std::exchange(m_queued, {});
     if (auto inFlight = std::exchange(m_inFlight, std::nullopt))
         taken.prepend(std::move(*inFlight));

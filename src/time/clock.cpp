@@ -46,6 +46,12 @@ void ManualClock::cancel(TimerId id) {
     std::erase_if(m_timers, [id](const Timer& t) { return t.id == id; });
 }
 
+void ManualClock::suspend(std::chrono::milliseconds duration) {
+    m_now = m_now.addMSecs(duration.count());
+    for (Timer& timer : m_timers)
+        timer.due = timer.due.addMSecs(duration.count());
+}
+
 void ManualClock::advance(std::chrono::milliseconds duration) {
     const QDateTime end = m_now.addMSecs(duration.count());
     for (;;) {

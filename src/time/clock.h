@@ -76,6 +76,10 @@ public:
     // Fires the timers due now (zero-delay work) until none is left.
     void settle() { advance(std::chrono::milliseconds(0)); }
     void setNow(const QDateTime& now) { m_now = now; }
+    // The computer sleeps for `duration`: the wall clock moves on, and the
+    // timers, which run on a clock that stands still meanwhile, are each due
+    // that much later. Nothing fires.
+    void suspend(std::chrono::milliseconds duration);
     int pendingTimers() const { return int(m_timers.size()); }
 
 private:

@@ -404,6 +404,10 @@ void BluetoothTransport::onPeripheralDisconnected(const std::optional<BleAdapter
         reason = BleAdapter::Error{ErrorKind::connectionFailed, droppedDuringSetUpText};
     if (wasConnecting && attemptReconnection(reason))
         return;
+    // Nothing of the radio outlasts its link: a later power loss has no
+    // link to end.
+    m_connectingDevice.reset();
+    m_connectRetries = 0;
     clearCharacteristics();
     m_peripheral.reset();
     setState(TransportState::disconnected);

@@ -1,7 +1,8 @@
 // A second process for the store's tests:
-//   store_probe limit <file> <max file bytes> <conversations> <messages>
+//   store_probe limit <file> <max file bytes> <conversations> <messages> [<at quit>]
 //       loads, saves that history under a file-size limit (SIGXFSZ ignored)
-//       and prints "saved" or "error: <why>"
+//       and prints "saved" or "error: <why>"; the limit is raised to <at
+//       quit> bytes before the store closes (as when room was made)
 //   store_probe twice <file> <conversations> <messages>
 //       loads, saves that history and prints the outcome as above; after a
 //       line on its standard input saves one message more and prints again
@@ -12,6 +13,7 @@
 #include "history_samples.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -21,10 +23,11 @@
 int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments();
-    if (args.size() == 6 && args[1] == QLatin1String("limit")) {
+    if ((args.size() == 6 || args.size() == 7) && args[1] == QLatin1String("limit")) {
         std::signal(SIGXFSZ, SIG_IGN);
         const rlim_t bytes = args[3].toULongLong();
-        const rlimit limit{bytes, bytes};
+        const rlim_t atQuit = args.size() == 7 ? args[6].toULongLong() : bytes;
+        const rlimit limit{bytes, std::max(bytes, atQuit)};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
             return 3;
         ConversationStore store(args[2]);
@@ -34,7 +37,9 @@ int main(int argc, char* argv[]) {
         const QString error = store.error();
         std::printf("%s\n",
                     error.isEmpty() ? "saved" : qPrintable(QStringLiteral("error: ") + error));
-        return 0;
+        std::fflush(stdout);
+        const rlimit raised{atQuit, atQuit};
+        return setrlimit(RLIMIT_FSIZE, &raised) == 0 ? 0 : 3;
     }
     if (args.size() == 5 && args[1] == QLatin1String("twice")) {
         ConversationStore store(args[2]);

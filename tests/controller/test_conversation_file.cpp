@@ -306,6 +306,11 @@ private slots:
             R"("text":"x","timestamp":1,"snr":null,"deliveryState":{"delivered":{}},)"
             R"("expectedAck":null,"pathLength":null,"roundTripMillis":null,"hopCount":null,)"
             R"("estimatedTimeoutMillis":null})");
+        // Written without a value, as the writer leaves out what JSON has no
+        // number for, so that what loads is what a save writes back.
+        QTest::newRow("snr beyond double range") << withMessage(
+            R"({"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","direction":{"incoming":{}},)"
+            R"("text":"x","timestamp":1,"snr":-1e999,"deliveryState":{"delivered":{}}})");
         QTest::newRow("lower-case UUID") << withMessage(
             R"({"id":"6f9619ff-8b86-d011-b42d-00c04fc964ff","direction":{"incoming":{}},)"
             R"("text":"x","timestamp":1,"deliveryState":{"delivered":{}}})");

@@ -136,6 +136,13 @@ private slots:
                                             << 1 << Journal::Replay::End::damaged;
         QTest::newRow("a size one too long")
             << QByteArray("size") << QByteArray() << 0 << Journal::Replay::End::damaged;
+        // A bad sector can turn a size into any number: no sum may overflow.
+        QTest::newRow("a size of 2^63 - 1")
+            << QByteArray("size") << QByteArray("9223372036854775807") << 0
+            << Journal::Replay::End::damaged;
+        QTest::newRow("a size past 64 bits")
+            << QByteArray("size") << QByteArray("000018446744073709551616") << 0
+            << Journal::Replay::End::damaged;
         QTest::newRow("another file") << QByteArray("journal 1 ") << QByteArray("journal 1 1") << 0
                                       << Journal::Replay::End::otherBase;
         QTest::newRow("not a journal") << QByteArray("talvenne-journal") << QByteArray("{") << 0
@@ -156,11 +163,11 @@ private slots:
         }
         const QByteArray base = encodeConversations(start);
         QByteArray journal = journalOf(base, start, states);
-        if (from == "size") { // the first record's size, one more
+        if (from == "size") { // the first record's size: `to`, or one more
             const qsizetype line = journal.indexOf('\n') + 1;
             const qsizetype space = journal.indexOf(' ', line);
             from = journal.mid(line, space - line + 1);
-            to = QByteArray::number(from.trimmed().toInt() + 1) + ' ';
+            to = (to.isEmpty() ? QByteArray::number(from.trimmed().toInt() + 1) : to) + ' ';
         }
         const qsizetype at = journal.indexOf(from);
         QVERIFY(at >= 0);
@@ -168,6 +175,25 @@ private slots:
         const Journal::Replay replay = Journal::read(journal, base);
         QCOMPARE(replay.end, end);
         QCOMPARE(replay.records.size(), records);
+    }
+
+    // Inputs the fuzzer found, replayed on the empty history they continue.
+    void fuzzFindingsStopCleanly_data() {
+        QTest::addColumn<QByteArray>("journal");
+        QTest::addColumn<Journal::Replay::End>("end");
+        QTest::newRow("size 2^63 - 1, then another line")
+            << QByteArray::fromBase64(
+                   "dGFsdmVubmUtam91cm5hbCAxIDIgZDc1MTcxMzk4ODk4N2U5MwowMDAwMDAwMDAwMDAwMDA5MjIzMz"
+                   "cyMDM2ODU0Nzc1ODA3IGExbm5lLWpvdXJuYWwgMSAyIGQ3NTE3MTM5ODg5ODdlOTMKMDAwMDAwMDAw"
+                   "MDAwMDAxODQ0Njc0dmNlMA==")
+            << Journal::Replay::End::damaged;
+    }
+    void fuzzFindingsStopCleanly() {
+        QFETCH(QByteArray, journal);
+        QFETCH(Journal::Replay::End, end);
+        const Journal::Replay replay = Journal::read(journal, "[]");
+        QCOMPARE(replay.end, end);
+        QVERIFY(replay.records.isEmpty());
     }
 };
 

@@ -61,6 +61,13 @@ void cutShort(const QString& path, qint64 bytes) {
     QVERIFY(file.resize(file.size() - bytes));
 }
 
+// The history with message n appended to its second conversation.
+QList<Conversation> withExtra(QList<Conversation> list, int n) {
+    list[1].messages.append(message(n));
+    list[1].lastActivity = list[1].messages.last().timestamp;
+    return list;
+}
+
 // Runs the store probe; returns its first line of output.
 QString probe(const QStringList& arguments) {
     QProcess process;
@@ -366,6 +373,36 @@ private slots:
         QCOMPARE(contents(dir.filePath(aside[0])), bytes);
     }
 
+    // Sizes a damaged disk can show (sparse files here) are never read into
+    // memory: a file that large stays as it is and is never written over; a
+    // journal that large is moved aside and the file's history loads.
+    void oversizedFilesAreNotRead_data() {
+        QTest::addColumn<bool>("journal");
+        QTest::newRow("history file") << false;
+        QTest::newRow("journal") << true;
+    }
+    void oversizedFilesAreNotRead() {
+        QFETCH(bool, journal);
+        QTemporaryDir dir;
+        const QList<Conversation> good = history(2, 5);
+        ConversationStore(pathIn(dir)).save(good);
+        const QString huge = journal ? pathIn(dir) + QStringLiteral(".journal") : pathIn(dir);
+        QVERIFY(QFile(huge).resize(qint64(3) << 30));
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.load() == (journal ? good : QList<Conversation>()));
+        QCOMPARE(store.error().isEmpty(), journal);
+        store.save(history(2, 6));
+        store.flush();
+        if (journal) {
+            QCOMPARE(damagedCopies(QDir(dir.path())).size(), 1);
+            QVERIFY(onDisk(pathIn(dir)) == history(2, 6));
+        } else {
+            QCOMPARE(QFileInfo(huge).size(), qint64(3) << 30);
+            QVERIFY(damagedCopies(QDir(dir.path())).isEmpty());
+        }
+    }
+
     void saveBeforeLoadKeepsADamagedFile() {
         QTemporaryDir dir;
         const QByteArray damaged("[{\"target\":");
@@ -403,11 +440,16 @@ private slots:
         QTest::addColumn<int>("wanted");
         QTest::addColumn<int>("limit");
         QTest::addColumn<bool>("saved");
-        QTest::newRow("small history, 4 KiB") << 5 << 4 << 50 << 4096 << false;
-        QTest::newRow("small history, first save") << 5 << 0 << 50 << 4096 << false;
-        QTest::newRow("small history, room") << 5 << 4 << 50 << 1 << true;
-        QTest::newRow("large history, 64 KiB") << 20 << 2000 << 2600 << 65536 << false;
-        QTest::newRow("large history, journal fits") << 20 << 2000 << 2100 << 65536 << true;
+        QTest::addColumn<int>("quitLimit"); // raised to before the store closes; 0: not
+        QTest::newRow("small history, 4 KiB") << 5 << 4 << 50 << 4096 << false << 0;
+        QTest::newRow("small history, first save") << 5 << 0 << 50 << 4096 << false << 0;
+        QTest::newRow("small history, room") << 5 << 4 << 50 << 1 << true << 0;
+        QTest::newRow("large history, 64 KiB") << 20 << 2000 << 2600 << 65536 << false << 0;
+        QTest::newRow("large history, journal fits") << 20 << 2000 << 2100 << 65536 << true << 0;
+        // Room for the changes but not the whole file by the time it quits:
+        // they are kept in the journal.
+        QTest::newRow("large history, journal fits at quit")
+            << 20 << 2000 << 2600 << 4096 << false << 262144;
     }
 
     void fileSizeLimit() {
@@ -416,14 +458,25 @@ private slots:
         QFETCH(int, wanted);
         QFETCH(int, limit);
         QFETCH(bool, saved);
+        QFETCH(int, quitLimit);
         QTemporaryDir dir;
         const QList<Conversation> good = history(conversations, existing);
         if (existing > 0)
             ConversationStore(pathIn(dir)).save(good);
         const QByteArray before = contents(pathIn(dir));
-        const QString output = probe({QStringLiteral("limit"), pathIn(dir),
-                                      QString::number(limit == 1 ? 1 << 30 : limit),
-                                      QString::number(conversations), QString::number(wanted)});
+        QStringList arguments{QStringLiteral("limit"), pathIn(dir),
+                              QString::number(limit == 1 ? 1 << 30 : limit),
+                              QString::number(conversations), QString::number(wanted)};
+        if (quitLimit > 0)
+            arguments << QString::number(quitLimit);
+        const QString output = probe(arguments);
+        if (quitLimit > 0) {
+            QVERIFY2(output.startsWith(QStringLiteral("error: File too large")),
+                     qPrintable(output));
+            QCOMPARE(contents(pathIn(dir)), before);
+            QVERIFY(onDisk(pathIn(dir)) == history(conversations, wanted));
+            return;
+        }
         if (saved) {
             QCOMPARE(output, QStringLiteral("saved"));
             QVERIFY(onDisk(pathIn(dir)) == history(conversations, wanted));
@@ -511,9 +564,12 @@ private slots:
         QVERIFY(onDisk(path) == history(3, 23));
     }
 
-    // A second store of the same history, in another process, never writes
-    // and says why; once the first process is gone its lock is taken over.
-    void secondProcessNeverWrites() {
+    // A second store of the same history, in another process, writes
+    // nothing while the first runs and says why, keeping what it was given;
+    // once the first has gone (here killed: its lock file stays behind), it
+    // takes the lock, reads what the first left with its own change on top,
+    // and writes.
+    void secondProcessWaitsForTheFirst() {
         QTemporaryDir dir;
         const QList<Conversation> good = history(2, 10);
         ConversationStore(pathIn(dir)).save(good);
@@ -522,29 +578,101 @@ private slots:
         holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
         QVERIFY(holder.waitForReadyRead(30'000));
         QCOMPARE(holder.readLine().trimmed(), QByteArray("writable"));
-        {
-            ConversationStore second(pathIn(dir));
-            QVERIFY(!second.isWritable());
-            QVERIFY2(second.error().contains(QString::number(holder.processId())),
-                     qPrintable(second.error()));
-            QVERIFY(second.load() == good);
-            second.save(history(2, 11));
-            second.flush();
-        }
+        ConversationStore second(pathIn(dir));
+        QSignalSpy released(&second, &ConversationStore::historyReleased);
+        QVERIFY(!second.isWritable());
+        QVERIFY2(second.error().contains(QString::number(holder.processId())),
+                 qPrintable(second.error()));
+        QVERIFY(second.load() == good);
+        second.save(withExtra(good, 1000));
+        second.flush();
         QCOMPARE(contents(pathIn(dir)), encodeConversations(good));
-        QVERIFY(onDisk(pathIn(dir)) == good);
+        QVERIFY(released.isEmpty());
 
         holder.kill();
         QVERIFY(holder.waitForFinished());
+        QVERIFY(QFileInfo::exists(pathIn(dir) + QStringLiteral(".lock")));
+        QVERIFY(released.wait(5000));
+        QVERIFY(!second.isWritable()); // not before it has read what is there
+        QVERIFY(second.load() == withExtra(good, 1000));
+        QVERIFY(second.isWritable());
+        QVERIFY(second.error().isEmpty());
+        second.flush();
+        QVERIFY(onDisk(pathIn(dir)) == withExtra(good, 1000));
     }
 
-    void staleLockIsTakenOver() {
+    // The folder is moved while a store runs, and another Talvenne makes a
+    // history of its own at the old place: the running store stops writing
+    // there and says why. Quitting meanwhile leaves the other's lock alone;
+    // staying, it takes the history over once the other has gone, with its
+    // own unsaved change on top of what the other left.
+    void folderMovedAndTakenByAnother_data() {
+        QTest::addColumn<bool>("quitsFirst");
+        QTest::newRow("the other one quits first") << false;
+        QTest::newRow("this one quits first") << true;
+    }
+    void folderMovedAndTakenByAnother() {
+        QFETCH(bool, quitsFirst);
         QTemporaryDir dir;
-        QProcess holder;
-        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
-        QVERIFY(holder.waitForReadyRead(30'000));
-        holder.kill();
-        QVERIFY(holder.waitForFinished());
+        const QString folder = dir.filePath(QStringLiteral("history"));
+        QVERIFY(QDir().mkpath(folder));
+        const QString path = folder + QStringLiteral("/conversations.json");
+        auto store = std::make_unique<ConversationStore>(path);
+        QSignalSpy released(store.get(), &ConversationStore::historyReleased);
+        store->load();
+        store->save(history(2, 10));
+        store->flush();
+        QVERIFY(QDir().rename(folder, dir.filePath(QStringLiteral("moved"))));
+
+        QProcess other;
+        other.start(QStringLiteral(STORE_PROBE),
+                    {QStringLiteral("twice"), path, QStringLiteral("2"), QStringLiteral("20")});
+        QVERIFY(other.waitForReadyRead(30'000));
+        QCOMPARE(other.readLine().trimmed(), QByteArray("saved"));
+        store->save(withExtra(history(2, 10), 1000));
+        store->flush();
+        QVERIFY(!store->isWritable());
+        QVERIFY2(store->error().contains(QString::number(other.processId())),
+                 qPrintable(store->error()));
+        QVERIFY(onDisk(path) == history(2, 20));
+
+        if (quitsFirst) {
+            store.reset();
+            QVERIFY(QFileInfo::exists(path + QStringLiteral(".lock")));
+        }
+        other.write("again\n");
+        QVERIFY(other.waitForFinished(30'000));
+        QCOMPARE(other.readAllStandardOutput().trimmed(), QByteArray("saved"));
+        if (quitsFirst) {
+            QVERIFY(onDisk(path) == history(2, 21));
+            return;
+        }
+        QVERIFY(released.wait(5000));
+        QVERIFY(store->load() == withExtra(history(2, 21), 1000));
+        QVERIFY(store->error().isEmpty());
+        store->flush();
+        QVERIFY(onDisk(path) == withExtra(history(2, 21), 1000));
+    }
+
+    // A lock whose process is gone is free: left by a killed process, or
+    // empty (the process died between making it and writing to it).
+    void staleLockIsTakenOver_data() {
+        QTest::addColumn<bool>("empty");
+        QTest::newRow("left by a killed process") << false;
+        QTest::newRow("empty, just made") << true;
+    }
+    void staleLockIsTakenOver() {
+        QFETCH(bool, empty);
+        QTemporaryDir dir;
+        if (empty) {
+            writeFile(pathIn(dir) + QStringLiteral(".lock"), {});
+        } else {
+            QProcess holder;
+            holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
+            QVERIFY(holder.waitForReadyRead(30'000));
+            holder.kill();
+            QVERIFY(holder.waitForFinished());
+        }
         QVERIFY(QFileInfo::exists(pathIn(dir) + QStringLiteral(".lock")));
 
         ConversationStore store(pathIn(dir));
@@ -554,6 +682,46 @@ private slots:
         store.flush();
         QVERIFY(store.error().isEmpty());
         QVERIFY(onDisk(pathIn(dir)) == history(2, 3));
+    }
+
+    // What writers stopped before they were done left behind (temporary
+    // copies, old journals whose messages are all in the file) goes when the
+    // next store that owns the folder loads; anything else stays, and a store
+    // kept out by another process removes nothing.
+    void leftoversOfStoppedWritersGo() {
+        QTemporaryDir dir;
+        const QList<Conversation> good = history(2, 10);
+        ConversationStore(pathIn(dir)).save(good);
+        const QByteArray heldJournal =
+            Journal::header("[]") + Journal::frame({JournalRecord::Kind::put, good[0]});
+        const QByteArray newerJournal =
+            Journal::header("[]") +
+            Journal::frame({JournalRecord::Kind::put, withExtra(good, 1000)[1]});
+        const QStringList left{"conversations.json.saving-Ab12Cd",
+                               "conversations.json.journal.old-20250101-000000"};
+        const QStringList kept{"conversations.json.backup",
+                               "conversations.json.damaged-20250101-000000",
+                               "conversations.json.journal.old-20250101-000001"};
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), pathIn(dir)});
+        QVERIFY(holder.waitForReadyRead(30'000));
+        writeFile(dir.filePath(left[0]), encodeConversations(good).chopped(9));
+        writeFile(dir.filePath(left[1]), heldJournal);
+        writeFile(dir.filePath(kept[0]), encodeConversations(good));
+        writeFile(dir.filePath(kept[1]), "garbage");
+        writeFile(dir.filePath(kept[2]), newerJournal);
+        const QStringList before = historyFiles(dir.path());
+        QVERIFY(ConversationStore(pathIn(dir)).load() == good);
+        QCOMPARE(historyFiles(dir.path()), before);
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+
+        ConversationStore store(pathIn(dir));
+        QVERIFY(store.load() == good);
+        for (const QString& name : left)
+            QVERIFY2(!QFileInfo::exists(dir.filePath(name)), qPrintable(name));
+        for (const QString& name : kept)
+            QVERIFY2(QFileInfo::exists(dir.filePath(name)), qPrintable(name));
     }
 
     void largeHistory() {

@@ -21,6 +21,7 @@ struct ScriptedRadio {
     int errorSlot = -1;
     std::deque<MeshEvent> queue;
     bool onlyAppStart = false; // leaves every later command unanswered
+    int pushWaitingWith = -1;  // the command whose answer a "messages waiting" push precedes
 
     int appStarts = 0;
 
@@ -71,7 +72,9 @@ struct ScriptedRadio {
 
     void attach(ControllerRig& rig) {
         rig.link.onWrite = [this, &rig](const QByteArray& frame) {
-            const QList<MeshEvent> events = answer(frame);
+            QList<MeshEvent> events = answer(frame);
+            if (quint8(frame.at(0)) == pushWaitingWith)
+                events.prepend(Events::MessagesWaiting{});
             rig.clock.schedule(0ms, [&rig, events] {
                 for (const MeshEvent& event : events)
                     rig.deliver(event);
@@ -390,6 +393,66 @@ private Q_SLOTS:
         QCOMPARE(rig.link.written, (QList<QByteArray>{hex("0a"), hex("0a")}));
         QCOMPARE(rig.controller->conversations().value("contact:aaaaaaaaaaaa").messages.size(), 1);
         QCOMPARE(rig.clock.pendingTimers(), 0); // ended on "no more messages"
+    }
+
+    // A waiting message is read once the contacts are in, however early the
+    // radio announces it, so it lands in its sender's chat and notifies with
+    // the sender's name. During a later read of the list (after a contact
+    // was added), a message that a drain brings waits for the list.
+    void waitingMessageFindsItsSender_data() {
+        QTest::addColumn<int>("pushWith"); // the command whose answer the push precedes
+        QTest::newRow("pushed with the app start") << 0x01;
+        QTest::newRow("pushed with the battery") << 0x14;
+        QTest::newRow("pushed while the contacts stream") << 0x04;
+        QTest::newRow("drained while the list is read again") << -1;
+    }
+    void waitingMessageFindsItsSender() {
+        QFETCH(int, pushWith);
+        ControllerRig rig;
+        ScriptedRadio radio;
+        const Contact ann = makeContact(keyOf('3'), "Ann", 30);
+        radio.contacts = {makeContact(keyOf('1'), "Ten", 10), ann};
+        radio.queue = {Events::ContactMessage{keyOf('3').left(12),
+                                              1,
+                                              0,
+                                              QDateTime::fromSecsSinceEpoch(5, Qt::UTC),
+                                              QStringLiteral("moi"),
+                                              {}}};
+        radio.channels = {slot(0, QStringLiteral("Public"), zeroSecret)};
+        radio.errorSlot = 1;
+        radio.pushWaitingWith = pushWith;
+        if (pushWith >= 0) {
+            radio.attach(rig);
+            rig.link.becomeUsable();
+            rig.clock.advance(1s);
+            QVERIFY(!rig.controller->isSyncing());
+            const auto firstRead =
+                std::find_if(rig.link.written.begin(), rig.link.written.end(),
+                             [](const QByteArray& f) { return f.at(0) == 0x0A; });
+            const auto contactsRead =
+                std::find(rig.link.written.begin(), rig.link.written.end(), hex("04"));
+            QVERIFY(contactsRead < firstRead);
+        } else {
+            rig.connectQuietly();
+            rig.deliver(Events::Contact{ann});
+            TestSupport::VoidOutcome drained;
+            TestSupport::VoidOutcome reread;
+            auto drain = TestSupport::captureVoid(rig.controller->syncMessages(), &drained);
+            auto contacts = TestSupport::captureVoid(rig.controller->syncContacts(), &reread);
+            rig.deliver(radio.queue.front()); // answers the drain's read
+            rig.deliver(Events::Contact{ann});
+            rig.deliver(Events::EndOfContacts{});
+            rig.deliver(Events::NoMoreMessages{});
+            QVERIFY(drained.done && reread.done);
+        }
+
+        const QString annsChat = QStringLiteral("contact:") + keyOf('3');
+        QCOMPARE(rig.controller->conversations().value(annsChat).messages.size(), 1);
+        QVERIFY(!rig.controller->conversations().contains(QStringLiteral("contact:") +
+                                                          keyOf('3').left(12)));
+        QCOMPARE(rig.notifier.posted.size(), 1);
+        QCOMPARE(rig.notifier.posted.first().title, QStringLiteral("Ann"));
+        QCOMPARE(rig.notifier.posted.first().thread, annsChat);
     }
 
     void startScanClearsResultsAndError() {

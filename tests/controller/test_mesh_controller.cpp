@@ -50,6 +50,22 @@ private Q_SLOTS:
         QCOMPARE(rig.controller->totalUnreadCount(), 6);
     }
 
+    // A history file may hold any 64-bit count; sums and increments stop at
+    // the largest rather than wrap round.
+    void unreadCountsFromTheFileNeverOverflow() {
+        ControllerRig rig(false);
+        const qint64 most = std::numeric_limits<qint64>::max();
+        rig.store->save({Conversation{ConversationID::channel(1), {}, distantPast(), most},
+                         Conversation{ConversationID::channel(2), {}, distantPast(), most}});
+        rig.store->flush();
+        rig.buildController();
+        QCOMPARE(rig.controller->totalUnreadCount(), most);
+        rig.controller->appendMessage(incomingMessage(QStringLiteral("x"), rig.clock.now()),
+                                      ConversationID::channel(1));
+        QCOMPARE(rig.controller->conversations()["channel:1"].unreadCount, most);
+        QCOMPARE(rig.controller->totalUnreadCount(), most);
+    }
+
     void contactEventUpdatesInPlace() {
         ControllerRig rig;
         rig.deliver(Events::Contact{makeContact(keyOf('a'), "Ann")});

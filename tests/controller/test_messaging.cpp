@@ -1,6 +1,7 @@
 #include "controller_rig.h"
 #include "test_support.h"
 
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -68,29 +69,63 @@ private Q_SLOTS:
         QCOMPARE(rig.savedHistory()->first().messages.first().deliveryState, State::delivered);
     }
 
-    // The radio's late answer for a timed-out message is not taken by the
-    // next message: that one keeps its own code and its own round trip.
+    // The radio's late answer for a timed-out message is not kept by the
+    // message after it (sent again or new, at once or a minute later, one or
+    // two of them): each ends with the acknowledgement code issued for it, so
+    // the timed-out one's confirmation delivers none of them.
+    void lateAnswerStaysWithItsMessage_data() {
+        QTest::addColumn<bool>("again");
+        QTest::addColumn<int>("secondsLater");
+        QTest::addColumn<int>("next"); // messages sent after the timed-out one
+        // The timed-out one's confirmation before the next one's own answer:
+        // the delivery it showed goes with the code it came for.
+        QTest::addColumn<bool>("confirmedEarly");
+        QTest::newRow("a new message") << false << 0 << 1 << false;
+        QTest::newRow("sent again") << true << 0 << 1 << false;
+        QTest::newRow("sent again a minute later") << true << 60 << 1 << false;
+        QTest::newRow("two new messages") << false << 0 << 2 << false;
+        QTest::newRow("sent again, confirmed early") << true << 0 << 1 << true;
+    }
     void lateAnswerStaysWithItsMessage() {
+        QFETCH(bool, again);
+        QFETCH(int, secondsLater);
+        QFETCH(int, next);
+        QFETCH(bool, confirmedEarly);
         ControllerRig rig;
         rig.connectQuietly();
         const auto target = ConversationID::contact(contactKey);
         rig.controller->sendMessage(QStringLiteral("first"), target);
         rig.clock.advance(8s);
-        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::failed);
+        const ChatMessage failed = lastMessage(*rig.controller, target);
+        QCOMPARE(failed.deliveryState, State::failed);
+        rig.clock.advance(std::chrono::seconds(secondsLater));
 
-        rig.controller->sendMessage(QStringLiteral("second"), target);
-        rig.deliver(Events::MessageSent{0, 0xaaaa, 3000}); // the first one's, late
-        rig.deliver(Events::MessageSent{0, 0xbbbb, 4000});
-        rig.deliver(Events::SendConfirmed{0xaaaa, 700});
-        QCOMPARE(lastMessage(*rig.controller, target).deliveryState, State::sent);
-        QCOMPARE(lastMessage(*rig.controller, target).expectedAck, 0xbbbbu);
-        rig.deliver(Events::SendConfirmed{0xbbbb, 900});
+        if (again)
+            QVERIFY(rig.controller->sendAgain(failed.id, target));
+        for (int n = again ? 1 : 0; n < next; ++n)
+            rig.controller->sendMessage(QStringLiteral("next %1").arg(n), target);
+        rig.deliver(Events::MessageSent{0, 0xa0, 3000}); // the first one's, late
+        if (confirmedEarly)
+            rig.deliver(Events::SendConfirmed{0xa0, 700});
+        for (int n = 1; n <= next; ++n)
+            rig.deliver(Events::MessageSent{0, std::uint32_t(0xa0 + n), 4000});
+        rig.deliver(Events::SendConfirmed{0xa0, 700});
 
-        const ChatMessage second = lastMessage(*rig.controller, target);
-        QCOMPARE(second.deliveryState, State::delivered);
-        QCOMPARE(second.roundTripMillis, 900u);
-        const auto& messages = rig.controller->conversations()[target.conversationKey()].messages;
-        QCOMPARE(messages.first().deliveryState, State::failed);
+        const QList<ChatMessage> messages =
+            rig.controller->conversations()[target.conversationKey()].messages.mid(again ? 0 : 1);
+        QCOMPARE(messages.size(), next);
+        for (int n = 1; n <= next; ++n) {
+            QCOMPARE(messages[n - 1].deliveryState, State::sent);
+            QCOMPARE(messages[n - 1].expectedAck, std::uint32_t(0xa0 + n));
+            QCOMPARE(messages[n - 1].estimatedTimeoutMillis, 4000u);
+            QCOMPARE(messages[n - 1].roundTripMillis, std::nullopt);
+        }
+        rig.deliver(Events::SendConfirmed{0xa0 + std::uint32_t(next), 900});
+        const ChatMessage last = lastMessage(*rig.controller, target);
+        QCOMPARE(last.deliveryState, State::delivered);
+        QCOMPARE(last.roundTripMillis, 900u);
+        QCOMPARE(rig.savedHistory()->first().messages.last().expectedAck,
+                 std::uint32_t(0xa0 + next));
     }
 
     // A burst of pushes starts a drain each; a channel message sent meanwhile
@@ -407,6 +442,43 @@ private Q_SLOTS:
             rig.controller->conversations()["contact:" + keyOf('a')].messages[0];
         QCOMPARE(delivered.id, waiting);
         QCOMPARE(delivered.roundTripMillis, 900u);
+    }
+
+    // A window whose history another Talvenne holds sends nothing and leaves
+    // the radio's waiting messages there (none of it could be kept), and
+    // says why. Once the other has gone it reads what that one left and
+    // works as usual, the waiting messages first.
+    void historyHeldByAnotherTalvenne() {
+        ControllerRig rig(false);
+        const QList<Conversation> good{
+            Conversation{ConversationID::channel(1), {}, distantPast(), 0}};
+        rig.store->save(good);
+        rig.store.reset();
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {QStringLiteral("hold"), rig.historyPath()});
+        QVERIFY(holder.waitForReadyRead(30'000));
+        rig.store = std::make_unique<ConversationStore>(rig.historyPath());
+        rig.buildController();
+        rig.connectQuietly();
+        QSignalSpy writable(rig.controller.get(), &MeshController::historyWritableChanged);
+        QVERIFY(!rig.controller->historyWritable());
+        QVERIFY(rig.controller->historyError().contains(QString::number(holder.processId())));
+
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
+        rig.deliver(Events::MessagesWaiting{});
+        QVERIFY(rig.link.written.isEmpty());
+        QVERIFY(rig.controller->conversations()["channel:1"].messages.isEmpty());
+
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QVERIFY(writable.wait(5000));
+        QVERIFY(rig.controller->historyWritable());
+        QTRY_VERIFY(rig.controller->historyError().isEmpty());
+        QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
+        rig.deliver(Events::NoMoreMessages{});
+        rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
+        QCOMPARE(rig.link.written.size(), 2);
+        QCOMPARE(rig.savedHistory()->first().messages.size(), 1);
     }
 
     // The store's error is the controller's historyError: shown while saves

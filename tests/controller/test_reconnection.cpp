@@ -1,3 +1,4 @@
+#include "controller_rig.h"
 #include "sim_rig.h"
 
 #include <QSignalSpy>
@@ -147,18 +148,38 @@ private Q_SLOTS:
                                                             : QString());
     }
 
-    // The computer slept through a pause: on waking the next attempt comes
-    // at once, one attempt and not a burst, and the pauses start over.
+    // The computer slept through a pause or a scan: on waking the next
+    // attempt comes at once (within a few seconds when the timers stood
+    // still through the sleep, as they do), one attempt and not a burst,
+    // and the pauses start over.
+    void wakingFromSleepStartsOver_data() {
+        QTest::addColumn<int>("asleepAt"); // s after the drop
+        QTest::addColumn<int>("failures");
+        QTest::addColumn<bool>("timersStoodStill");
+        // Attempts at 1, 13, 27 and 45 s, each scanning 10 s.
+        QTest::newRow("in a pause") << 60 << 4 << false;
+        QTest::newRow("in a scan") << 50 << 3 << false;
+        QTest::newRow("in a pause, timers stood still") << 60 << 4 << true;
+        QTest::newRow("in a scan, timers stood still") << 50 << 3 << true;
+    }
     void wakingFromSleepStartsOver() {
+        QFETCH(int, asleepAt);
+        QFETCH(int, failures);
+        QFETCH(bool, timersStoodStill);
         ReconnectRig rig;
         QVERIFY(rig.connect());
         rig.radio.setInRange(false);
         rig.drop();
-        rig.clock.advance(60s); // attempts at 1, 13, 27, 45 s; the next after a 16 s pause
-        QCOMPARE(rig.controller->reconnectFailures(), 4);
+        rig.clock.advance(std::chrono::seconds(asleepAt));
+        QCOMPARE(rig.controller->reconnectFailures(), failures);
         const qsizetype scansBefore = rig.scans.size();
-        rig.clock.setNow(rig.clock.now().addSecs(8 * 3600));
-        rig.clock.settle();
+        if (timersStoodStill) {
+            rig.clock.suspend(8h);
+            rig.clock.advance(5s);
+        } else {
+            rig.clock.setNow(rig.clock.now().addSecs(8 * 3600));
+            rig.clock.settle();
+        }
         QCOMPARE(rig.scans.size(), scansBefore + 1);
         QCOMPARE(rig.controller->reconnectFailures(), 0);
         rig.clock.advance(10s); // that scan ends empty; the pause is the first one again
@@ -180,6 +201,107 @@ private Q_SLOTS:
         Q_EMIT rig.radio.bluetoothReturned();
         rig.clock.settle();
         QCOMPARE(rig.scans, (QList<double>{1, 12}));
+    }
+
+    // Only a connection whose handshake went through counts: a radio that
+    // takes the link and drops it in every handshake is tried less and less
+    // often, and once a handshake goes through the next drop is retried
+    // after a second again.
+    void dropsInEveryHandshakeStretchThePauses() {
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        int connections = 0;
+        bool dropping = true;
+        QObject::connect(&rig.radio, &MeshLink::transportConnected, &rig.radio, [&] {
+            ++connections;
+            if (dropping)
+                rig.radio.dropLinkOnCommand(0x04); // while the contacts are read
+        });
+        rig.drop();
+        rig.clock.advance(5min);
+        QVERIFY2(connections >= 6 && connections <= 10, qPrintable(QString::number(connections)));
+        QCOMPARE(rig.controller->reconnectFailures(), connections);
+        QCOMPARE(rig.controller->isReconnecting(), true);
+
+        dropping = false;
+        rig.clock.advance(2min);
+        QVERIFY(rig.linked());
+        rig.drop();
+        rig.clock.advance(1s + 500ms);
+        QCOMPARE(rig.scans.last(), 1.0);
+    }
+
+    // Turned on again, the preference looks for the remembered radio at
+    // once, whether it was turned off during a reconnection or before the
+    // link dropped.
+    void preferenceBackOnLooksAtOnce_data() {
+        QTest::addColumn<bool>("offBeforeTheDrop");
+        QTest::newRow("off during the reconnection") << false;
+        QTest::newRow("off when the link dropped") << true;
+    }
+    void preferenceBackOnLooksAtOnce() {
+        QFETCH(bool, offBeforeTheDrop);
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        if (offBeforeTheDrop)
+            rig.controller->setAutoReconnect(false);
+        rig.radio.setInRange(false);
+        rig.drop();
+        rig.clock.advance(5s);
+        rig.controller->setAutoReconnect(false);
+        rig.clock.advance(10min);
+        const qsizetype scansBefore = rig.scans.size();
+        QVERIFY(!rig.controller->isReconnecting());
+        rig.radio.setInRange(true);
+
+        rig.controller->setAutoReconnect(true);
+        QVERIFY(rig.controller->isReconnecting());
+        rig.clock.settle();
+        QCOMPARE(rig.scans.size(), scansBefore + 1);
+        rig.clock.advance(5s);
+        QVERIFY(rig.linked());
+    }
+
+    // Bluetooth back on while an attempt waits for it: the link goes on with
+    // the scan it had, and the attempt takes that scan, with what it found
+    // already, instead of starting a second one beside it.
+    void bluetoothBackTakesTheLinksScan() {
+        ControllerRig rig;
+        rig.controller->enableAutomaticReconnection();
+        const DiscoveredDevice radio{QUuid::createUuid(), QStringLiteral("R"), -60, {}};
+        rig.controller->connectToDevice(radio);
+        rig.link.becomeUsable();
+        rig.link.setState(TransportState::poweredOff);
+        rig.clock.advance(5s);
+        QCOMPARE(rig.link.scanStarts, 1); // no Bluetooth to scan with
+
+        rig.link.setState(TransportState::ready);
+        Q_EMIT rig.link.transportDiscovered(radio);
+        rig.link.setState(TransportState::scanning);
+        rig.clock.settle();
+        QCOMPARE(rig.link.scanStarts, 1);
+        QCOMPARE(rig.link.connectRequests.size(), 2);
+    }
+
+    // A demo run remembers the simulated radio apart from a normal run's
+    // radio: the next normal run keeps looking for its own.
+    void demoRunsRememberTheirRadioApart() {
+        SimRig rig;
+        const QString real = QUuid::createUuid().toString(QUuid::WithoutBraces);
+        rig.settings->setValue(QLatin1String(MeshController::lastDeviceIdKey), real);
+        rig.settings->setValue(QLatin1String(MeshController::lastDeviceNameKey),
+                               QStringLiteral("Real radio"));
+        rig.controller->setRememberedDeviceGroup(QStringLiteral("demo"));
+        QVERIFY(!rig.controller->rememberedDeviceId());
+        QVERIFY(rig.connect());
+        QCOMPARE(rig.controller->rememberedDeviceId(), SimulatedRadio::deviceId);
+
+        MeshController normal(&rig.radio, &rig.clock, nullptr, nullptr, rig.settings.get());
+        QCOMPARE(normal.rememberedDeviceId(), QUuid(real));
+        QCOMPARE(normal.rememberedDeviceName(), QStringLiteral("Real radio"));
+        MeshController demo(&rig.radio, &rig.clock, nullptr, nullptr, rig.settings.get());
+        demo.setRememberedDeviceGroup(QStringLiteral("demo"));
+        QCOMPARE(demo.rememberedDeviceName(), SimulatedRadio::deviceName);
     }
 
     // At start the remembered radio is reconnected at once; without one, or

@@ -31,10 +31,12 @@ class TestRequestCorrelation : public QObject {
 
 private:
     static std::unique_ptr<Waiting> start(MeshController& controller, ExpectedResponse expect,
-                                          std::chrono::milliseconds timeout = 5s) {
+                                          std::chrono::milliseconds timeout = 5s,
+                                          AnswerCorrection correct = {}) {
         auto waiting = std::make_unique<Waiting>();
         waiting->task = TestSupport::capture(
-            controller.request(QByteArray("\x16\x03", 2), expect, timeout), &waiting->outcome);
+            controller.request(QByteArray("\x16\x03", 2), expect, timeout, std::move(correct)),
+            &waiting->outcome);
         return waiting;
     }
 
@@ -163,60 +165,72 @@ private Q_SLOTS:
     }
 
     // The radio answers in order, so the late answer of a timed-out command
-    // comes before the answer of the one written after it.
-    void lateAnswersGoToTheirOwnCommand_data() {
+    // comes before the answer of the one written after it. The next command
+    // takes the first answer that fits it, at once; when a second answer
+    // tied to its command follows, the first was the late one, and the
+    // request is told its own (unless it is the same).
+    void lateAnswersAndTheNextCommand_data() {
         QTest::addColumn<ExpectedResponse>("first");
         QTest::addColumn<ExpectedResponse>("second");
         QTest::addColumn<QList<MeshEvent>>("answers"); // after the first timed out
-        QTest::addColumn<int>("settledAfter"); // answers it took; past the end: at its timeout
-        QTest::addColumn<MeshEvent>("outcome");
+        QTest::addColumn<int>("settledAfter");         // answers it took
+        QTest::addColumn<MeshEvent>("outcome");        // an error event: failed with it
+        QTest::addColumn<QList<MeshEvent>>("corrected");
 
         using R = ExpectedResponse;
+        using Answers = QList<MeshEvent>;
         const MeshEvent ok1 = Events::Ok{1};
         const MeshEvent ok2 = Events::Ok{2};
         const MeshEvent sentA = Events::MessageSent{0, 0xa, 100};
         const MeshEvent sentB = Events::MessageSent{0, 0xb, 100};
         const MeshEvent error = Events::Error{MeshProtocol::DeviceError::badState};
         const MeshEvent self = selfInfoEvent(QStringLiteral("r"));
-        QTest::newRow("late ok, then its own") << R::ok << R::ok << QList{ok1, ok2} << 2 << ok2;
+        QTest::newRow("late ok, then its own")
+            << R::ok << R::ok << Answers{ok1, ok2} << 1 << ok1 << Answers{ok2};
         QTest::newRow("late messageSent, then its own")
-            << R::sent << R::sent << QList{sentA, sentB} << 2 << sentB;
+            << R::sent << R::sent << Answers{sentA, sentB} << 1 << sentA << Answers{sentB};
         QTest::newRow("late answer lost: the one that came is its own")
-            << R::sent << R::sent << QList{sentB} << 2 << sentB;
+            << R::sent << R::sent << Answers{sentB} << 1 << sentB << Answers{};
+        QTest::newRow("late answer lost: an error at once")
+            << R::ok << R::ok << Answers{error} << 1 << error << Answers{};
         QTest::newRow("late error, then its own ok")
-            << R::ok << R::ok << QList{error, ok2} << 2 << ok2;
+            << R::ok << R::ok << Answers{error, ok2} << 1 << error << Answers{ok2};
+        QTest::newRow("two equal oks correct nothing")
+            << R::ok << R::ok << Answers{ok1, ok1} << 1 << ok1 << Answers{};
         QTest::newRow("late answer of another kind is dropped")
-            << R::ok << R::selfInfo << QList{ok1, self} << 2 << self;
+            << R::ok << R::selfInfo << Answers{ok1, self} << 2 << self << Answers{};
         QTest::newRow("a state answer goes to the one in flight at once")
-            << R::selfInfo << R::selfInfo << QList{self} << 1 << self;
+            << R::selfInfo << R::selfInfo << Answers{self} << 1 << self << Answers{};
     }
-    void lateAnswersGoToTheirOwnCommand() {
+    void lateAnswersAndTheNextCommand() {
         QFETCH(ExpectedResponse, first);
         QFETCH(ExpectedResponse, second);
         QFETCH(QList<MeshEvent>, answers);
         QFETCH(int, settledAfter);
         QFETCH(MeshEvent, outcome);
+        QFETCH(QList<MeshEvent>, corrected);
 
         std::unique_ptr<Waiting> a;
         std::unique_ptr<Waiting> b;
+        QList<MeshEvent> corrections;
         ControllerRig rig;
         rig.connectQuietly();
         a = start(*rig.controller, first, 5s);
         rig.clock.advance(5s);
         QCOMPARE(meshErrorOf(a->outcome), MeshError::timeout());
-        b = start(*rig.controller, second, 5s);
+        b = start(*rig.controller, second, 5s,
+                  [&corrections](const MeshEvent& own) { corrections << own; });
 
         for (int i = 0; i < answers.size(); ++i) {
             QCOMPARE(b->outcome.done, i >= settledAfter);
             rig.deliver(answers[i]);
         }
-        if (settledAfter > answers.size()) {
-            QVERIFY(!b->outcome.done);
-            rig.clock.advance(5s);
-        }
         QVERIFY(b->outcome.done);
-        QVERIFY(b->outcome.value);
-        QCOMPARE(*b->outcome.value, outcome);
+        if (const auto* error = std::get_if<Events::Error>(&outcome))
+            QCOMPARE(meshErrorOf(b->outcome), MeshError::device(error->code));
+        else
+            QCOMPARE(b->outcome.value, std::optional<MeshEvent>(outcome));
+        QCOMPARE(corrections, corrected);
         QCOMPARE(rig.clock.pendingTimers(), 0);
     }
 

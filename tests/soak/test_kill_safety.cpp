@@ -78,6 +78,13 @@ private Q_SLOTS:
             QVERIFY2(
                 QDir(dir.path()).entryList({QStringLiteral("*.damaged-*")}, QDir::Files).isEmpty(),
                 qPrintable(context + QStringLiteral(": damaged files")));
+            // Nor anything the killed writer left half done.
+            const QStringList leftovers =
+                QDir(dir.path())
+                    .entryList({QStringLiteral("*.saving-*"), QStringLiteral("*.old-*")},
+                               QDir::Files);
+            QVERIFY2(leftovers.isEmpty(), qPrintable(context + QStringLiteral(": left behind: ") +
+                                                     leftovers.join(u' ')));
             const qint64 onDisk = lastSave(history);
             QVERIFY2(onDisk >= completed,
                      qPrintable(context + QStringLiteral(": file holds save %1, writer finished %2")

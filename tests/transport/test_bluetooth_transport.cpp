@@ -470,6 +470,10 @@ private Q_SLOTS:
         // The characteristics went with the link.
         rig.link->write(oneByte);
         QVERIFY(rig.adapter.writes.isEmpty());
+        // So did the radio: Bluetooth going off later reports only that.
+        rig.clearSpies();
+        rig.adapter.reportPower(PowerState::poweredOff);
+        QCOMPARE(rig.states(), QList<T>{T::poweredOff});
     }
 
     // A user disconnect cancels towards the platform only what it holds.

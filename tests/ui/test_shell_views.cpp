@@ -2,6 +2,7 @@
 #include "translations.h"
 #include "ui_rig.h"
 
+#include <QProcess>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
@@ -37,6 +38,8 @@ class TestShellViews : public QObject {
 private Q_SLOTS:
     void initTestCase() {
         TestSupport::isolateFromUserFiles();
+        // A test that closes the window goes on with the next one.
+        QGuiApplication::setQuitOnLastWindowClosed(false);
         QCoro::Qml::registerTypes();
         installTranslations(*QCoreApplication::instance());
     }
@@ -384,6 +387,82 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_rig->shows("historyWarning"));
         QTRY_COMPARE(main->mapToScene({0, 0}).y(), warning->mapToScene({0, 0}).y());
         QCOMPARE(m_rig->savedHistory()->size(), m_rig->controller->conversations().size());
+    }
+
+    // Closing the window while the history cannot be saved asks first:
+    // Cancel keeps the window, Save Again quits once a save works (and
+    // stays when it still fails), Quit Anyway quits.
+    void quittingWhileSavesFailAsksFirst_data() {
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<bool>("folderBack"); // the cause is gone before the choice
+        QTest::addColumn<bool>("quits");
+        QTest::newRow("cancel") << u"unsavedHistoryCancel"_s << true << false;
+        QTest::newRow("save again") << u"unsavedHistorySave"_s << true << true;
+        QTest::newRow("save again, still failing") << u"unsavedHistorySave"_s << false << false;
+        QTest::newRow("quit anyway") << u"unsavedHistoryQuit"_s << false << true;
+    }
+    void quittingWhileSavesFailAsksFirst() {
+        QFETCH(QString, choice);
+        QFETCH(bool, folderBack);
+        QFETCH(bool, quits);
+        QQuickWindow* window = m_rig->window();
+        const QString folder = m_rig->dir.path();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder); // a file where the folder was
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        m_rig->controller->appendMessage(incomingMessage(u"not kept yet"_s, m_rig->clock.now()),
+                                         ConversationID::channel(0));
+        m_rig->store->flush();
+        QTRY_VERIFY(m_rig->shows("historyWarning"));
+
+        window->close();
+        QObject* dialog = m_rig->find("unsavedHistoryDialog");
+        QVERIFY(dialog);
+        QTRY_VERIFY(dialog->property("opened").toBool());
+        QVERIFY(window->isVisible());
+        QVERIFY(textOf("unsavedHistoryText").contains(m_rig->controller->historyError()));
+        if (folderBack)
+            QVERIFY(QFile::remove(folder));
+        click(m_rig->find<QQuickItem>(choice.toLatin1().constData()));
+        QTRY_COMPARE(window->isVisible(), !quits);
+        QCOMPARE(dialog->property("visible").toBool(), !quits && !folderBack);
+        if (choice == u"unsavedHistorySave"_s && quits)
+            QCOMPARE(m_rig->savedHistory()->first().messages.size(), 1);
+        if (!folderBack)
+            QFile::remove(folder);
+    }
+
+    // The folder is moved while Talvenne runs and another Talvenne makes its
+    // own history there: the composer says why nothing can be sent, and the
+    // window goes on as usual once the other has gone.
+    void historyTakenByAnotherTalvenneStopsTheComposer() {
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+        QTRY_VERIFY(m_rig->shows("messageList"));
+        auto* send = m_rig->item("sendButton");
+        auto* field = m_rig->item("composerText");
+        QVERIFY(send && field);
+        field->setProperty("text", u"draft"_s);
+        QVERIFY(send->isEnabled());
+        const QString folder = m_rig->dir.path();
+        const QString moved = folder + u"-moved"_s;
+        QVERIFY(QDir().rename(folder, moved));
+        QProcess holder;
+        holder.start(QStringLiteral(STORE_PROBE), {u"hold"_s, m_rig->historyPath()});
+        QVERIFY(holder.waitForReadyRead(30'000));
+
+        m_rig->controller->appendMessage(incomingMessage(u"moi"_s, m_rig->clock.now()),
+                                         ConversationID::channel(0));
+        QTRY_VERIFY(!send->isEnabled());
+        QCOMPARE(textOf(m_rig->item("composerNote")), qtTrId("chat.composer.history.held"));
+        QVERIFY(m_rig->shows("historyWarning"));
+
+        holder.kill();
+        QVERIFY(holder.waitForFinished());
+        QTRY_VERIFY_WITH_TIMEOUT(send->isEnabled(), 5000);
+        QTRY_VERIFY(!m_rig->shows("historyWarning"));
+        QVERIFY(QDir(moved).removeRecursively());
     }
 };
 

@@ -46,6 +46,8 @@ void ChatViewModel::attach(MeshController* controller) {
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::rememberedDeviceChanged, this,
                 &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::historyWritableChanged, this,
+                &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::isSyncingChanged, this, &ChatViewModel::refresh);
     }
     refresh();
@@ -65,13 +67,24 @@ bool ChatViewModel::connected() const {
     return controller() && controller()->transportState() == TransportState::connected;
 }
 
+bool ChatViewModel::historyHeldElsewhere() const {
+    return controller() && !controller()->historyWritable();
+}
+
 QString ChatViewModel::sendBlockedReason() const {
+    if (historyHeldElsewhere())
+        return qtTrId("chat.composer.history.held");
     if (!controller() || connected())
         return {};
     if (controller()->isReconnecting())
         return qtTrId("chat.composer.reconnecting")
             .arg(ViewLogic::safeName(controller()->rememberedDeviceName()));
     return qtTrId("chat.composer.not.connected");
+}
+
+QString ChatViewModel::sendBlockedSymbol() const {
+    return historyHeldElsewhere() ? QStringLiteral("exclamationmark.triangle.fill")
+                                  : QStringLiteral("wifi.slash");
 }
 
 std::optional<Contact> ChatViewModel::contact() const {
@@ -149,7 +162,7 @@ bool ChatViewModel::atLimit(const QString& draft) {
 }
 
 bool ChatViewModel::canSend(const QString& draft) const {
-    return m_target && ViewLogic::canSend(draft, connected());
+    return m_target && !historyHeldElsewhere() && ViewLogic::canSend(draft, connected());
 }
 
 bool ChatViewModel::send(const QString& draft) {

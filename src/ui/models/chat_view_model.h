@@ -40,8 +40,9 @@ class ChatViewModel : public ControllerBoundObject {
     Q_PROPERTY(QString conflictText READ conflictText NOTIFY headerChanged)
     Q_PROPERTY(bool connected READ connected NOTIFY connectedChanged)
     // Why nothing can be sent just now, shown under the composer; empty
-    // while connected.
+    // while connected and the history can be kept. Its icon beside it.
     Q_PROPERTY(QString sendBlockedReason READ sendBlockedReason NOTIFY connectedChanged)
+    Q_PROPERTY(QString sendBlockedSymbol READ sendBlockedSymbol NOTIFY connectedChanged)
     // The most characters a message may hold.
     Q_PROPERTY(int limit READ limit CONSTANT)
 
@@ -69,6 +70,7 @@ public:
     QString conflictText() const { return m_header.conflictText; }
     bool connected() const;
     QString sendBlockedReason() const;
+    QString sendBlockedSymbol() const;
     static int limit();
 
     // --- composer
@@ -130,6 +132,8 @@ private:
 
     void refresh();
     std::optional<Contact> contact() const;
+    // Another Talvenne keeps the history: nothing sent here could be kept.
+    bool historyHeldElsewhere() const;
 
     QString m_key;
     std::optional<ConversationID> m_target;

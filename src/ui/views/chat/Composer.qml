@@ -133,7 +133,7 @@ Rectangle {
             readonly property bool blocked: composer.chat.sendBlockedReason.length > 0
             // Why nothing can be sent just now, in place of the length rule.
             Icon {
-                symbol: parent.blocked ? "wifi.slash" : "shippingbox"
+                symbol: parent.blocked ? composer.chat.sendBlockedSymbol : "shippingbox"
                 size: Theme.caption2Size + 1
                 color: parent.blocked ? Theme.orange : Theme.secondaryText
             }

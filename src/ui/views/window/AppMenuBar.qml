@@ -14,6 +14,8 @@ MenuBar {
 
     signal aboutRequested()
     signal historySearchRequested()
+    // File > Quit: the window closes, which may ask first.
+    signal quitRequested()
 
     objectName: "menuBar"
     // The platform's menu bar palette does not follow the application's, so
@@ -68,7 +70,7 @@ MenuBar {
             action: Action {
                 text: qsTrId("menu.file.quit")
                 shortcut: StandardKey.Quit
-                onTriggered: Qt.quit()
+                onTriggered: bar.quitRequested()
             }
         }
     }

@@ -32,11 +32,30 @@ ApplicationWindow {
     // Called by the application when a notification is clicked.
     function openConversation(key) { shell.open(key) }
 
+    // Quitting while the history cannot be saved asks first.
+    property bool quitConfirmed: false
+    onClosing: close => {
+        if (window.quitConfirmed || window.controller.historyError === "")
+            return
+        close.accepted = false
+        unsavedHistory.open()
+    }
+
     menuBar: AppMenuBar {
         shell: shell
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
         onHistorySearchRequested: historySearch.open()
+        onQuitRequested: window.close()
+    }
+
+    UnsavedHistoryDialog {
+        id: unsavedHistory
+        controller: window.controller
+        onQuitConfirmed: {
+            window.quitConfirmed = true
+            window.close()
+        }
     }
 
     HistorySearchView {

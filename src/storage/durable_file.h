@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QFileDevice>
+#include <QString>
+
+// Writing files so that a crash or a power loss at any moment leaves each one
+// either as it was or as it was meant to be, never half of it.
+namespace Durable {
+
+// Waits until the bytes written to `file` are on the disk.
+bool sync(const QFileDevice& file);
+
+// Waits until the folder's entries (a rename, a new file) are on the disk:
+// without it a rename that replaced a file can be lost in a power cut on
+// some file systems, even though the new file's bytes were synced.
+bool syncFolderOf(const QString& path);
+
+// Makes `bytes` the contents of `path`: written to a temporary copy beside it
+// (`<name>.saving-XXXXXX`), synced, renamed over the file and the folder
+// synced. The file is private to the user. On failure the old file is left as
+// it was and `reason` tells why.
+bool replace(const QString& path, QByteArrayView bytes, QString& reason);
+
+// Removes the temporary copies of `path` that a writer stopped before its
+// rename left behind. Only the process that owns the folder may call it.
+void removeTemporaryCopies(const QString& path);
+
+} // namespace Durable
