@@ -1,15 +1,19 @@
 // Prints the performance table: frame decoding, the history file against
 // python's json on the same file, the UI thread's share of a save, a drain of
 // 256 queued messages with a big history loaded, opening a long conversation
-// in the chat's list model, and resident memory with the big history.
-// Every figure is the median of several runs.
+// in the chat's list model, resident memory with the big history, and the
+// map: its first frame, panning and zooming with 1,000 and 10,000 nodes, and
+// an idle map (map_bench.cpp).
+// Every figure but the map's is the median of several runs.
 //   talvenne-bench            the table
 //   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
+//   talvenne-bench --map      (internal) the map's rows, on one renderer
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "history_generator.h"
 #include "history_search_model.h"
+#include "map_bench.h"
 #include "message_list_model.h"
 #include "protocol/mesh_protocol.h"
 #include "sim/radio_frames.h"
@@ -594,7 +598,49 @@ int printResident(const QString& historyPath) {
 
 } // namespace
 
+// The map's rows, from child processes: the software renderer, the one Qt
+// picks offscreen, and the one it picks on the X display when there is one.
+QList<Row> mapRows() {
+    struct Run {
+        const char* platform;
+        const char* backend; // null: Qt's choice
+    };
+    QList<Run> runs{{"offscreen", "software"}, {"offscreen", nullptr}};
+    if (!qEnvironmentVariableIsEmpty("DISPLAY"))
+        runs.append({"xcb", nullptr});
+    QList<Row> rows;
+    for (const Run& run : runs) {
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QLatin1String(run.platform));
+        if (run.backend)
+            environment.insert(QStringLiteral("QT_QUICK_BACKEND"), QLatin1String(run.backend));
+        else
+            environment.remove(QStringLiteral("QT_QUICK_BACKEND"));
+        child.setProcessEnvironment(environment);
+        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--map")});
+        if (!child.waitForFinished(600000))
+            continue;
+        for (const QByteArray& line : child.readAllStandardOutput().split('\n')) {
+            const QStringList cells = QString::fromUtf8(line).split(u'\t');
+            if (cells.size() != 4)
+                continue;
+            Row row{QStringLiteral("%1 (%2)").arg(cells.at(0), QLatin1String(run.platform)),
+                    cells.at(1),
+                    cells.at(2),
+                    {}};
+            if (!cells.at(3).isEmpty())
+                row.holds = cells.at(3) == QStringLiteral("yes");
+            rows << row;
+        }
+    }
+    return rows;
+}
+
 int main(int argc, char* argv[]) {
+    if (argc == 2 && QByteArray(argv[1]) == "--map")
+        return runMapBench(argc, argv);
     QCoreApplication app(argc, argv);
     installTranslations(app);
     const QStringList arguments = app.arguments();
@@ -619,6 +665,7 @@ int main(int argc, char* argv[]) {
     rows << searchRows(historyPath);
     rows << openRow(directory.path());
     rows << residentRow(historyPath);
+    rows << mapRows();
     printTable(rows);
     return 0;
 }

@@ -4,8 +4,10 @@
 # the connection screen with the demo radio, the main window with a direct and
 # a channel chat, the empty states and the nodes list. Needs no display and no
 # Bluetooth: the app drives itself against its simulated radio. What the
-# connection screen says when Bluetooth cannot be used is played on the
-# stand-in BlueZ of the end-to-end tests, on a private D-Bus bus.
+# connection screen says when Bluetooth cannot be used, and what it shows of
+# radios the system knows, a radio that asks for its PIN (the PIN sheet), a
+# cancelled pairing and the confirmation before a radio is forgotten, is
+# played on the stand-in BlueZ of the end-to-end tests, on a private D-Bus bus.
 #
 # Usage: scripts/screenshots.sh [build-dir]   (default: build)
 set -eu

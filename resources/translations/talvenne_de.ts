@@ -276,8 +276,8 @@
         <translation>%1 vergessen?</translation>
     </message>
     <message id="forget.radio.text">
-        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</source>
-        <translation>Die Liste der Knoten und Kanäle, die dieser Computer für das Funkgerät aufbewahrt, wird gelöscht, und Talvenne verbindet sich nicht mehr von selbst damit. Deine Unterhaltungen bleiben.</translation>
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</source>
+        <translation>Die Liste der Knoten und Kanäle, die dieser Computer für das Funkgerät aufbewahrt, wird gelöscht, und Talvenne verbindet sich nicht mehr von selbst damit. Deine Unterhaltungen bleiben, ebenso die Bluetooth-Kopplung des Funkgeräts.</translation>
     </message>
     <message id="forget.radio.cancel">
         <source>Cancel</source>
@@ -807,6 +807,175 @@
         <source>Open in OpenStreetMap</source>
         <translation>In OpenStreetMap öffnen</translation>
     </message>
+    <message id="map.title">
+        <source>Map</source>
+        <translation>Karte</translation>
+    </message>
+    <message id="menu.view.map">
+        <source>Map</source>
+        <translation>Karte</translation>
+    </message>
+    <message id="main.toolbar.map">
+        <source>Map</source>
+        <translation>Karte</translation>
+    </message>
+    <message id="main.toolbar.map.help">
+        <source>Show every node with a position on a map</source>
+        <translation>Alle Knoten mit Position auf einer Karte zeigen</translation>
+    </message>
+    <message id="map.accessible.name">
+        <source>Map of the mesh</source>
+        <translation>Karte des Netzes</translation>
+    </message>
+    <message id="map.node.accessible.name">
+        <source>Map of the node's position</source>
+        <translation>Karte mit der Position des Knotens</translation>
+    </message>
+    <message id="map.accessible.help">
+        <source>Arrow keys move the map, plus and minus zoom, Tab walks the nodes</source>
+        <translation>Pfeiltasten verschieben die Karte, Plus und Minus zoomen, Tab geht die Knoten durch</translation>
+    </message>
+    <message id="map.outline.only">
+        <source>Outline only</source>
+        <translation>Nur Umrisse</translation>
+    </message>
+    <message id="map.outline.only.help">
+        <source>The built-in map has only coastlines and borders at this scale. Street maps can be turned on in the map's settings.</source>
+        <translation>Die eingebaute Karte kennt in diesem Maßstab nur Küsten und Grenzen. Straßenkarten lassen sich in den Karteneinstellungen einschalten.</translation>
+    </message>
+    <message id="map.zoom.in">
+        <source>Zoom In</source>
+        <translation>Vergrößern</translation>
+    </message>
+    <message id="map.zoom.out">
+        <source>Zoom Out</source>
+        <translation>Verkleinern</translation>
+    </message>
+    <message id="map.fit">
+        <source>Show All Nodes</source>
+        <translation>Alle Knoten zeigen</translation>
+    </message>
+    <message id="map.empty">
+        <source>No node has shared its position yet</source>
+        <translation>Noch kein Knoten hat seine Position geteilt</translation>
+    </message>
+    <message id="map.count" numerus="yes">
+        <source>%n nodes with a position</source>
+        <translation>
+            <numerusform>%n Knoten mit Position</numerusform>
+            <numerusform>%n Knoten mit Position</numerusform>
+        </translation>
+    </message>
+    <message id="map.settings">
+        <source>Map Settings</source>
+        <translation>Karteneinstellungen</translation>
+    </message>
+    <message id="map.tiles.switch">
+        <source>Street maps from the internet</source>
+        <translation>Straßenkarten aus dem Internet</translation>
+    </message>
+    <message id="map.tiles.off.note">
+        <source>Off: Talvenne fetches nothing and draws the map from the outline it brings along.</source>
+        <translation>Aus: Talvenne lädt nichts und zeichnet die Karte aus den mitgebrachten Umrissen.</translation>
+    </message>
+    <message id="map.tiles.on.note">
+        <source>On: the tiles of what the map shows are fetched from the address below and kept in the cache folder.</source>
+        <translation>An: Die Kacheln des gezeigten Ausschnitts werden von der Adresse unten geladen und im Cache-Ordner aufbewahrt.</translation>
+    </message>
+    <message id="map.tiles.address">
+        <source>Tile address</source>
+        <translation>Kachel-Adresse</translation>
+    </message>
+    <message id="map.tiles.address.invalid">
+        <source>Use an http or https address with {z}, {x} and {y}</source>
+        <translation>Eine http- oder https-Adresse mit {z}, {x} und {y} angeben</translation>
+    </message>
+    <message id="map.tiles.address.reset">
+        <source>Use OpenStreetMap</source>
+        <translation>OpenStreetMap verwenden</translation>
+    </message>
+    <message id="map.attribution.open">
+        <source>Open the map data's copyright notice</source>
+        <translation>Urheberrechtshinweis der Kartendaten öffnen</translation>
+    </message>
+    <message id="map.distance.metres">
+        <source>%1 m</source>
+        <translation>%1 m</translation>
+    </message>
+    <message id="map.distance.kilometres">
+        <source>%1 km</source>
+        <translation>%1 km</translation>
+    </message>
+    <message id="map.distance.bearing">
+        <source>%1 %2</source>
+        <translation>%1 %2</translation>
+    </message>
+    <message id="map.compass.n">
+        <source>N</source>
+        <translation>N</translation>
+    </message>
+    <message id="map.compass.ne">
+        <source>NE</source>
+        <translation>NO</translation>
+    </message>
+    <message id="map.compass.e">
+        <source>E</source>
+        <translation>O</translation>
+    </message>
+    <message id="map.compass.se">
+        <source>SE</source>
+        <translation>SO</translation>
+    </message>
+    <message id="map.compass.s">
+        <source>S</source>
+        <translation>S</translation>
+    </message>
+    <message id="map.compass.sw">
+        <source>SW</source>
+        <translation>SW</translation>
+    </message>
+    <message id="map.compass.w">
+        <source>W</source>
+        <translation>W</translation>
+    </message>
+    <message id="map.compass.nw">
+        <source>NW</source>
+        <translation>NW</translation>
+    </message>
+    <message id="map.marker.spoken">
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
+    </message>
+    <message id="map.marker.spoken.distance">
+        <source>%1, %2, %3</source>
+        <translation>%1, %2, %3</translation>
+    </message>
+    <message id="map.marker.self">
+        <source>%1 (your radio)</source>
+        <translation>%1 (dein Funkgerät)</translation>
+    </message>
+    <message id="map.marker.self.spoken">
+        <source>%1, your radio, %2</source>
+        <translation>%1, dein Funkgerät, %2</translation>
+    </message>
+    <message id="map.marker.group" numerus="yes">
+        <source>%n nodes</source>
+        <translation>
+            <numerusform>%n Knoten</numerusform>
+            <numerusform>%n Knoten</numerusform>
+        </translation>
+    </message>
+    <message id="map.marker.group.spoken" numerus="yes">
+        <source>%n nodes: %1</source>
+        <translation>
+            <numerusform>%n Knoten: %1</numerusform>
+            <numerusform>%n Knoten: %1</numerusform>
+        </translation>
+    </message>
+    <message id="node.detail.distance">
+        <source>From your radio</source>
+        <translation>Von deinem Funkgerät</translation>
+    </message>
     <message id="history.save.failed">
         <source>History could not be saved: %1</source>
         <translation>Verlauf konnte nicht gespeichert werden: %1</translation>
@@ -961,6 +1130,78 @@
     <message id="spoken.you">
         <source>You</source>
         <translation>Du</translation>
+    </message>
+    <message id="connection.device.known">
+        <source>Known</source>
+        <translation>Bekannt</translation>
+    </message>
+    <message id="connection.device.known.spoken">
+        <source>Known to this computer</source>
+        <translation>Diesem Computer bekannt</translation>
+    </message>
+    <message id="connection.device.not.heard">
+        <source>No signal yet</source>
+        <translation>Noch kein Signal</translation>
+    </message>
+    <message id="connection.button.retry">
+        <source>Try again</source>
+        <translation>Erneut versuchen</translation>
+    </message>
+    <message id="connection.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Funkgerät in Bluetooth vergessen …</translation>
+    </message>
+    <message id="device.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Funkgerät in Bluetooth vergessen …</translation>
+    </message>
+    <message id="forget.title">
+        <source>Forget “%1” in Bluetooth?</source>
+        <translation>„%1“ in Bluetooth vergessen?</translation>
+    </message>
+    <message id="forget.message">
+        <source>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</source>
+        <translation>Dieser Computer vergisst die Kopplung mit dem Funkgerät und was er über dessen Dienste wusste. Die nächste Verbindung koppelt neu; das Funkgerät fragt dann womöglich nach seiner PIN.</translation>
+    </message>
+    <message id="forget.confirm">
+        <source>Forget</source>
+        <translation>Vergessen</translation>
+    </message>
+    <message id="forget.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="pairing.title">
+        <source>Pair with the radio</source>
+        <translation>Mit dem Funkgerät koppeln</translation>
+    </message>
+    <message id="pairing.enter.subtitle">
+        <source>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</source>
+        <translation>„%1“ fragt nach seiner PIN. Sie steht auf dem Display des Funkgeräts oder in seiner Anleitung.</translation>
+    </message>
+    <message id="pairing.confirm.subtitle">
+        <source>Pair only if “%1” shows this passkey:</source>
+        <translation>Nur koppeln, wenn „%1“ diesen Schlüssel zeigt:</translation>
+    </message>
+    <message id="pairing.show.subtitle">
+        <source>Type this passkey on “%1”:</source>
+        <translation>Gib diesen Schlüssel am Funkgerät „%1“ ein:</translation>
+    </message>
+    <message id="pairing.field.pin">
+        <source>PIN</source>
+        <translation>PIN</translation>
+    </message>
+    <message id="pairing.field.pin.placeholder">
+        <source>6 digits</source>
+        <translation>6 Ziffern</translation>
+    </message>
+    <message id="pairing.button.pair">
+        <source>Pair</source>
+        <translation>Koppeln</translation>
+    </message>
+    <message id="pairing.button.done">
+        <source>Done</source>
+        <translation>Fertig</translation>
     </message>
 </context>
 </TS>

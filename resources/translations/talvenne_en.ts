@@ -276,8 +276,8 @@
         <translation>Forget %1?</translation>
     </message>
     <message id="forget.radio.text">
-        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</source>
-        <translation>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay.</translation>
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</source>
+        <translation>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</translation>
     </message>
     <message id="forget.radio.cancel">
         <source>Cancel</source>
@@ -807,6 +807,175 @@
         <source>Open in OpenStreetMap</source>
         <translation>Open in OpenStreetMap</translation>
     </message>
+    <message id="map.title">
+        <source>Map</source>
+        <translation>Map</translation>
+    </message>
+    <message id="menu.view.map">
+        <source>Map</source>
+        <translation>Map</translation>
+    </message>
+    <message id="main.toolbar.map">
+        <source>Map</source>
+        <translation>Map</translation>
+    </message>
+    <message id="main.toolbar.map.help">
+        <source>Show every node with a position on a map</source>
+        <translation>Show every node with a position on a map</translation>
+    </message>
+    <message id="map.accessible.name">
+        <source>Map of the mesh</source>
+        <translation>Map of the mesh</translation>
+    </message>
+    <message id="map.node.accessible.name">
+        <source>Map of the node's position</source>
+        <translation>Map of the node's position</translation>
+    </message>
+    <message id="map.accessible.help">
+        <source>Arrow keys move the map, plus and minus zoom, Tab walks the nodes</source>
+        <translation>Arrow keys move the map, plus and minus zoom, Tab walks the nodes</translation>
+    </message>
+    <message id="map.outline.only">
+        <source>Outline only</source>
+        <translation>Outline only</translation>
+    </message>
+    <message id="map.outline.only.help">
+        <source>The built-in map has only coastlines and borders at this scale. Street maps can be turned on in the map's settings.</source>
+        <translation>The built-in map has only coastlines and borders at this scale. Street maps can be turned on in the map's settings.</translation>
+    </message>
+    <message id="map.zoom.in">
+        <source>Zoom In</source>
+        <translation>Zoom In</translation>
+    </message>
+    <message id="map.zoom.out">
+        <source>Zoom Out</source>
+        <translation>Zoom Out</translation>
+    </message>
+    <message id="map.fit">
+        <source>Show All Nodes</source>
+        <translation>Show All Nodes</translation>
+    </message>
+    <message id="map.empty">
+        <source>No node has shared its position yet</source>
+        <translation>No node has shared its position yet</translation>
+    </message>
+    <message id="map.count" numerus="yes">
+        <source>%n nodes with a position</source>
+        <translation>
+            <numerusform>%n node with a position</numerusform>
+            <numerusform>%n nodes with a position</numerusform>
+        </translation>
+    </message>
+    <message id="map.settings">
+        <source>Map Settings</source>
+        <translation>Map Settings</translation>
+    </message>
+    <message id="map.tiles.switch">
+        <source>Street maps from the internet</source>
+        <translation>Street maps from the internet</translation>
+    </message>
+    <message id="map.tiles.off.note">
+        <source>Off: Talvenne fetches nothing and draws the map from the outline it brings along.</source>
+        <translation>Off: Talvenne fetches nothing and draws the map from the outline it brings along.</translation>
+    </message>
+    <message id="map.tiles.on.note">
+        <source>On: the tiles of what the map shows are fetched from the address below and kept in the cache folder.</source>
+        <translation>On: the tiles of what the map shows are fetched from the address below and kept in the cache folder.</translation>
+    </message>
+    <message id="map.tiles.address">
+        <source>Tile address</source>
+        <translation>Tile address</translation>
+    </message>
+    <message id="map.tiles.address.invalid">
+        <source>Use an http or https address with {z}, {x} and {y}</source>
+        <translation>Use an http or https address with {z}, {x} and {y}</translation>
+    </message>
+    <message id="map.tiles.address.reset">
+        <source>Use OpenStreetMap</source>
+        <translation>Use OpenStreetMap</translation>
+    </message>
+    <message id="map.attribution.open">
+        <source>Open the map data's copyright notice</source>
+        <translation>Open the map data's copyright notice</translation>
+    </message>
+    <message id="map.distance.metres">
+        <source>%1 m</source>
+        <translation>%1 m</translation>
+    </message>
+    <message id="map.distance.kilometres">
+        <source>%1 km</source>
+        <translation>%1 km</translation>
+    </message>
+    <message id="map.distance.bearing">
+        <source>%1 %2</source>
+        <translation>%1 %2</translation>
+    </message>
+    <message id="map.compass.n">
+        <source>N</source>
+        <translation>N</translation>
+    </message>
+    <message id="map.compass.ne">
+        <source>NE</source>
+        <translation>NE</translation>
+    </message>
+    <message id="map.compass.e">
+        <source>E</source>
+        <translation>E</translation>
+    </message>
+    <message id="map.compass.se">
+        <source>SE</source>
+        <translation>SE</translation>
+    </message>
+    <message id="map.compass.s">
+        <source>S</source>
+        <translation>S</translation>
+    </message>
+    <message id="map.compass.sw">
+        <source>SW</source>
+        <translation>SW</translation>
+    </message>
+    <message id="map.compass.w">
+        <source>W</source>
+        <translation>W</translation>
+    </message>
+    <message id="map.compass.nw">
+        <source>NW</source>
+        <translation>NW</translation>
+    </message>
+    <message id="map.marker.spoken">
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
+    </message>
+    <message id="map.marker.spoken.distance">
+        <source>%1, %2, %3</source>
+        <translation>%1, %2, %3</translation>
+    </message>
+    <message id="map.marker.self">
+        <source>%1 (your radio)</source>
+        <translation>%1 (your radio)</translation>
+    </message>
+    <message id="map.marker.self.spoken">
+        <source>%1, your radio, %2</source>
+        <translation>%1, your radio, %2</translation>
+    </message>
+    <message id="map.marker.group" numerus="yes">
+        <source>%n nodes</source>
+        <translation>
+            <numerusform>%n node</numerusform>
+            <numerusform>%n nodes</numerusform>
+        </translation>
+    </message>
+    <message id="map.marker.group.spoken" numerus="yes">
+        <source>%n nodes: %1</source>
+        <translation>
+            <numerusform>%n node: %1</numerusform>
+            <numerusform>%n nodes: %1</numerusform>
+        </translation>
+    </message>
+    <message id="node.detail.distance">
+        <source>From your radio</source>
+        <translation>From your radio</translation>
+    </message>
     <message id="history.save.failed">
         <source>History could not be saved: %1</source>
         <translation>History could not be saved: %1</translation>
@@ -961,6 +1130,78 @@
     <message id="spoken.you">
         <source>You</source>
         <translation>You</translation>
+    </message>
+    <message id="connection.device.known">
+        <source>Known</source>
+        <translation>Known</translation>
+    </message>
+    <message id="connection.device.known.spoken">
+        <source>Known to this computer</source>
+        <translation>Known to this computer</translation>
+    </message>
+    <message id="connection.device.not.heard">
+        <source>No signal yet</source>
+        <translation>No signal yet</translation>
+    </message>
+    <message id="connection.button.retry">
+        <source>Try again</source>
+        <translation>Try again</translation>
+    </message>
+    <message id="connection.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Forget this radio in Bluetooth…</translation>
+    </message>
+    <message id="device.button.forget">
+        <source>Forget this radio in Bluetooth…</source>
+        <translation>Forget this radio in Bluetooth…</translation>
+    </message>
+    <message id="forget.title">
+        <source>Forget “%1” in Bluetooth?</source>
+        <translation>Forget “%1” in Bluetooth?</translation>
+    </message>
+    <message id="forget.message">
+        <source>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</source>
+        <translation>This computer forgets its pairing with the radio and what it knew of the radio's services. The next connection pairs afresh; the radio may ask for its PIN.</translation>
+    </message>
+    <message id="forget.confirm">
+        <source>Forget</source>
+        <translation>Forget</translation>
+    </message>
+    <message id="forget.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="pairing.title">
+        <source>Pair with the radio</source>
+        <translation>Pair with the radio</translation>
+    </message>
+    <message id="pairing.enter.subtitle">
+        <source>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</source>
+        <translation>“%1” asks for its PIN. It is shown on the radio, or given in its manual.</translation>
+    </message>
+    <message id="pairing.confirm.subtitle">
+        <source>Pair only if “%1” shows this passkey:</source>
+        <translation>Pair only if “%1” shows this passkey:</translation>
+    </message>
+    <message id="pairing.show.subtitle">
+        <source>Type this passkey on “%1”:</source>
+        <translation>Type this passkey on “%1”:</translation>
+    </message>
+    <message id="pairing.field.pin">
+        <source>PIN</source>
+        <translation>PIN</translation>
+    </message>
+    <message id="pairing.field.pin.placeholder">
+        <source>6 digits</source>
+        <translation>6 digits</translation>
+    </message>
+    <message id="pairing.button.pair">
+        <source>Pair</source>
+        <translation>Pair</translation>
+    </message>
+    <message id="pairing.button.done">
+        <source>Done</source>
+        <translation>Done</translation>
     </message>
 </context>
 </TS>

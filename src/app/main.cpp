@@ -134,7 +134,9 @@ int main(int argc, char* argv[]) {
         [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
     engine.setInitialProperties(
         {{QStringLiteral("controller"), QVariant::fromValue(&controller)},
-         {QStringLiteral("bluetoothAdapter"), QVariant::fromValue<QObject*>(adapter.get())}});
+         {QStringLiteral("bluetoothAdapter"), QVariant::fromValue<QObject*>(adapter.get())},
+         {QStringLiteral("pairingPrompt"),
+          QVariant::fromValue<QObject*>(adapter->pairingPrompt())}});
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Talvenne/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;

@@ -12,11 +12,14 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QKeyEvent>
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTimer>
 #include <QUuid>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -55,8 +58,15 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
 
 // What the connection screen says when Bluetooth cannot be used, played on
 // the stand-in BlueZ that scripts/screenshots.sh starts; Bluetooth works
-// again at the end.
+// again at the end. Then radios as the system knows them: one paired that
+// does not advertise, two of the same name, and one that asks for its PIN,
+// whose pairing is cancelled and which is then to be forgotten.
 QList<ScreenshotTour::Scene> ScreenshotTour::bluetoothScenes() {
+    const QString harbour = QStringLiteral("C0:FF:EE:00:00:21");
+    const QString twinA = QStringLiteral("C0:FF:EE:00:00:22");
+    const QString twinB = QStringLiteral("C0:FF:EE:00:00:23");
+    const QString ridge = QStringLiteral("C0:FF:EE:00:00:24");
+    const QStringList all{harbour, twinA, twinB, ridge};
     return {
         {QStringLiteral("bluetooth-off"), 1800, [this] { bluez("SetPowered", {false}); }},
         // A refusal is only known once the adapter has stayed off a while.
@@ -78,6 +88,53 @@ QList<ScreenshotTour::Scene> ScreenshotTour::bluetoothScenes() {
              bluez("ReleaseService");
          }},
         {{}, 1500, [this] { bluez("ClaimService"); }},
+        {QStringLiteral("connection-known"), 1500,
+         [=, this] {
+             bluez("AddRadio", {harbour, QStringLiteral("Harbour Radio"), -64});
+             bluez("Configure", {harbour, QVariantMap{{QStringLiteral("paired"), true},
+                                                      {QStringLiteral("advertising"), false}}});
+             bluez("AddRadio", {twinA, QStringLiteral("Talvenne Radio"), -58});
+             bluez("AddRadio", {twinB, QStringLiteral("Talvenne Radio"), -81});
+             bluez("AddRadio", {ridge, QStringLiteral("Ridge Radio"), -69});
+             bluez("Configure", {ridge, QVariantMap{{QStringLiteral("security"), u"notify"_s},
+                                                    {QStringLiteral("pin"), u"123456"_s}}});
+             m_controller->startScan();
+         }},
+        {QStringLiteral("pin-sheet"), 1500,
+         [this] {
+             for (const DiscoveredDevice& device : m_controller->discoveredDevices()) {
+                 if (device.name == QLatin1String("Ridge Radio"))
+                     m_controller->connectToDevice(device);
+             }
+             QTimer::singleShot(900, this, [this] {
+                 if (QObject* field = find("pinField"))
+                     field->setProperty("text", QStringLiteral("1234"));
+             });
+         }},
+        // Cancelled: the failure offers the radio again, and forgetting it.
+        {QStringLiteral("connection-pairing-cancelled"), 1200,
+         [this] {
+             if (QObject* sheet = find("pinSheet")) {
+                 if (QObject* form = sheet->findChild<QObject*>(QStringLiteral("form")))
+                     QMetaObject::invokeMethod(form, "cancel");
+             }
+         }},
+        {QStringLiteral("forget-confirmation"), 800,
+         [this] {
+             if (QObject* button = find("forgetFailedButton"))
+                 QMetaObject::invokeMethod(button, "clicked");
+         }},
+        {{},
+         800,
+         [=, this] {
+             if (QObject* dialog = find("forgetDialog"))
+                 QMetaObject::invokeMethod(dialog, "close");
+             bluez("Configure", {harbour, QVariantMap{{QStringLiteral("paired"), false}}});
+             for (const QString& address : all)
+                 bluez("SetInRange", {address, false});
+             bluez("ForgetDevices");
+             m_controller->stopScan();
+         }},
     };
 }
 
@@ -160,6 +217,34 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("mode", QStringLiteral("messages"));
              setMain("nodeSelection", QString());
          }},
+        // The map of every node, a marker's name as the keyboard reaches
+        // it, the outline's limit when zoomed in, and the street map switch.
+        {QStringLiteral("mesh-map"), 1500, [this] { setMain("showsMap", true); }},
+        {QStringLiteral("mesh-map-marker"), 500,
+         [this] {
+             focusByTab("meshMap");
+             pressKey(Qt::Key_Tab);
+             pressKey(Qt::Key_Tab);
+         }},
+        {QStringLiteral("mesh-map-outline-limit"), 1500,
+         [this] {
+             // Around the user's radio, closer than the outline can tell.
+             if (QObject* map = find("meshMap"))
+                 QMetaObject::invokeMethod(map, "showSpan", Q_ARG(double, 60.1699),
+                                           Q_ARG(double, 24.9384), Q_ARG(double, 0.02));
+         }},
+        {QStringLiteral("mesh-map-settings"), 600,
+         [this] {
+             if (QObject* button = find("mapSettingsButton"))
+                 QMetaObject::invokeMethod(button, "clicked");
+         }},
+        {{},
+         300,
+         [this] {
+             if (QObject* popup = find("mapSettingsPopup"))
+                 QMetaObject::invokeMethod(popup, "close");
+             setMain("showsMap", false);
+         }},
         {QStringLiteral("messages-no-selection"), 600,
          [this] { m_controller->setSelectedConversation(std::nullopt); }},
         // The sheets: an add that the radio refuses, a half-typed secret, and
@@ -223,10 +308,21 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              if (QObject* dialog = find("rebootDialog"))
                  QMetaObject::invokeMethod(dialog, "open");
          }},
-        {QStringLiteral("device-focus"), 400,
+        {QStringLiteral("device-forget"), 600,
          [this] {
              if (QObject* dialog = find("rebootDialog"))
                  QMetaObject::invokeMethod(dialog, "close");
+             if (QObject* pane = find("deviceView")) {
+                 if (QObject* dialog = pane->findChild<QObject*>(QStringLiteral("forgetDialog")))
+                     QMetaObject::invokeMethod(dialog, "open");
+             }
+         }},
+        {QStringLiteral("device-focus"), 400,
+         [this] {
+             if (QObject* pane = find("deviceView")) {
+                 if (QObject* dialog = pane->findChild<QObject*>(QStringLiteral("forgetDialog")))
+                     QMetaObject::invokeMethod(dialog, "close");
+             }
              focusByTab("rebootButton");
          }},
         // The smallest window with each inspector beside a direct chat.
@@ -583,6 +679,18 @@ void ScreenshotTour::focusByTab(const char* objectName) {
     };
     if (QQuickItem* item = search(window->contentItem()))
         item->forceActiveFocus(Qt::TabFocusReason);
+}
+
+void ScreenshotTour::pressKey(int key) {
+    auto* window = m_engine->rootObjects().isEmpty()
+                       ? nullptr
+                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
+    if (!window)
+        return;
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &press);
+    QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
+    QCoreApplication::sendEvent(window, &release);
 }
 
 void ScreenshotTour::resizeWindow(int width, int height) {

@@ -55,6 +55,8 @@ private:
     // as Tab would, so that it shows its focus ring.
     void focusByTab(const char* objectName);
     void resizeWindow(int width, int height);
+    // A key pressed and released on the window, as a keyboard would.
+    void pressKey(int key);
     // Plays another Talvenne that took the history's folder (as if it had
     // been moved away): the history's lock, taken in its place. False ends it.
     void holdHistoryElsewhere(bool hold);

@@ -44,6 +44,8 @@ QCoro::Task<void> MeshController::performHandshake() {
 
     const QByteArray appStart =
         MeshProtocol::appStart(QString::fromLatin1(MeshProtocol::applicationName));
+    // Why the link could not carry the command, if that was the trouble.
+    QString linkTrouble;
     for (int attempt = 0; attempt < appStartAttempts; ++attempt) {
         std::optional<SelfInfo> answer;
         try {
@@ -51,7 +53,9 @@ QCoro::Task<void> MeshController::performHandshake() {
                 co_await request(appStart, ExpectedResponse::selfInfo, appStartTimeout);
             if (const auto* info = std::get_if<Events::SelfInfo>(&event))
                 answer = info->selfInfo;
-        } catch (const MeshError&) {
+        } catch (const MeshError& error) {
+            if (error.kind() == MeshError::Kind::link)
+                linkTrouble = error.description();
         }
         if (gone()) {
             finish();
@@ -70,7 +74,8 @@ QCoro::Task<void> MeshController::performHandshake() {
                 co_return;
             }
         } else {
-            setConnectionError(QLatin1String(handshakeFailureText));
+            setConnectionError(linkTrouble.isEmpty() ? QLatin1String(handshakeFailureText)
+                                                     : linkTrouble);
         }
     }
 

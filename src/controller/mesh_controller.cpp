@@ -27,13 +27,16 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     , m_clock(clock)
     , m_notifier(notifier)
     , m_store(store)
-    , m_settings(settings) {
+    , m_settings(settings)
+    , m_mapSettings(new MapSettings(settings, this)) {
     Q_ASSERT(link && clock);
     connect(link, &MeshLink::transportStateChanged, this, &MeshController::onTransportStateChanged);
     connect(link, &MeshLink::transportDiscovered, this, &MeshController::onTransportDiscovered);
     connect(link, &MeshLink::transportConnected, this, &MeshController::onTransportConnected);
     connect(link, &MeshLink::transportFailed, this, &MeshController::onTransportFailed);
     connect(link, &MeshLink::transportReceived, this, &MeshController::onTransportReceived);
+    connect(link, &MeshLink::transportWriteFailed, this, &MeshController::onTransportWriteFailed);
+    connect(link, &MeshLink::bluetoothReturned, this, &MeshController::onBluetoothReturned);
 
     loadPreferences();
     if (m_store) {
@@ -267,6 +270,10 @@ void MeshController::onTransportFailed(const QString& text) {
 }
 
 void MeshController::onTransportReceived(const QByteArray& frame) {
+    // A frame cut on its way would pass blanks for data, and could be
+    // taken for the answer to a command.
+    if (!MeshProtocol::isWhole(frame))
+        return;
     handleEvent(MeshProtocol::decode(frame));
 }
 
@@ -294,6 +301,8 @@ void MeshController::connectToDevice(const DiscoveredDevice& device) {
         resetAfterDisconnect();
     }
     rememberDevice(device);
+    // A new attempt, with nothing of the last one's failure.
+    setConnectionError({});
     if (m_link)
         m_link->connectToDevice(device);
 }
@@ -305,6 +314,18 @@ void MeshController::disconnectFromDevice() {
     if (m_link)
         m_link->disconnectFromDevice();
     resetAfterDisconnect();
+}
+
+void MeshController::forgetDevice() {
+    const QUuid id = m_rememberedDevice.id;
+    disconnectFromDevice();
+    if (id.isNull())
+        return;
+    if (m_link)
+        m_link->forgetDevice(id);
+    QList<DiscoveredDevice> devices = m_discoveredDevices;
+    devices.removeIf([&id](const DiscoveredDevice& device) { return device.id == id; });
+    setDiscoveredDevices(std::move(devices));
 }
 
 void MeshController::resetAfterDisconnect() {

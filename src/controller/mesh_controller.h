@@ -4,6 +4,7 @@
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
 #include "controller/pending_request.h"
+#include "map/map_settings.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
 #include "model/mesh_enums.h"
@@ -84,6 +85,8 @@ class MeshController : public QObject {
         QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
     Q_PROPERTY(bool radioAway READ radioAway NOTIFY radioAwayChanged)
     Q_PROPERTY(QString nodeBookError READ nodeBookError NOTIFY nodeBookErrorChanged)
+    // What the user chose for the maps (street tiles), kept in the settings.
+    Q_PROPERTY(MapSettings* mapSettings READ mapSettings CONSTANT)
 
 public:
     using ConversationMap = QHash<QString, Conversation>;
@@ -161,6 +164,7 @@ public:
     // Clears the scan results and the connection error, then scans.
     Q_INVOKABLE void startScan();
     Q_INVOKABLE void stopScan();
+    // Clears the connection error, remembers the radio and connects to it.
     void connectToDevice(const DiscoveredDevice& device);
     // Asks the link to disconnect and clears the radio-side state at once.
     // (Not named disconnect(): that would hide QObject::disconnect.)
@@ -169,6 +173,11 @@ public:
     // channels, selection) and fails every waiting request with notConnected.
     // Conversations and preferences stay.
     void resetAfterDisconnect();
+    // "Forget this radio in Bluetooth", for the radio chosen last: ends the
+    // connection to it as disconnectFromDevice does, has the system forget
+    // its bond and cached services (the next connection pairs afresh), and
+    // takes it off the scan results until it is heard again.
+    Q_INVOKABLE void forgetDevice();
 
     // --- reconnection
     //
@@ -192,6 +201,7 @@ public:
     bool isReconnecting() const { return m_isReconnecting; }
     // The remembered radio's name; empty when none is remembered.
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
+    MapSettings* mapSettings() const { return m_mapSettings; }
     std::optional<QUuid> rememberedDeviceId() const;
     // The settings group the remembered radio is kept in (empty: the top
     // level). Demo runs keep theirs apart, so that a normal run never looks
@@ -493,6 +503,8 @@ private:
     void onTransportConnected();
     void onTransportFailed(const QString& text);
     void onTransportReceived(const QByteArray& frame);
+    void onTransportWriteFailed(const QByteArray& frame, const QString& text);
+    void onBluetoothReturned();
 
     // Request correlation.
     bool resolvePending(const MeshEvent& event);
@@ -609,6 +621,7 @@ private:
     QPointer<Notifier> m_notifier;
     ConversationStore* m_store = nullptr;
     QPointer<QSettings> m_settings;
+    MapSettings* m_mapSettings;
 
     TransportState m_transportState = TransportState::disconnected;
     QList<DiscoveredDevice> m_discoveredDevices;

@@ -144,7 +144,13 @@ void MeshController::correctTransmission(const QUuid& id, const ConversationID& 
     m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value() == id; });
     if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
         m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), id);
-        markSent(id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
+        // A delivery shown meanwhile came for the other message's code.
+        updateMessage(id, target, [sent](ChatMessage& m) {
+            m.deliveryState = State::sent;
+            m.expectedAck = sent->expectedAck;
+            m.estimatedTimeoutMillis = sent->estimatedTimeoutMillis;
+            m.roundTripMillis.reset();
+        });
         return;
     }
     const bool accepted = std::holds_alternative<Events::Ok>(own) && target.isChannel();

@@ -231,6 +231,13 @@ void MeshController::reconnectAttemptFailed() {
     scheduleReconnectAttempt(reconnectPause(m_reconnectFailures));
 }
 
+// Bluetooth is back after a sleep, or with an adapter that came back: as
+// when it is switched back on, a waiting attempt goes ahead at once.
+void MeshController::onBluetoothReturned() {
+    if (m_isReconnecting && m_reconnectStep == ReconnectStep::pausing)
+        reconnectNow();
+}
+
 void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
     if (m_reconnectStep != ReconnectStep::scanning || device.id != m_rememberedDevice.id)
         return;

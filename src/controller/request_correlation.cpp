@@ -211,6 +211,19 @@ void MeshController::expireRequest(std::uint64_t id) {
     record.continuation->fail(MeshError::timeout());
 }
 
+// The link could not carry a frame: the request that wrote it fails at once,
+// with the link's words, instead of running into its timeout.
+void MeshController::onTransportWriteFailed(const QByteArray& frame, const QString& text) {
+    if (!m_inFlight || m_inFlight->frame != frame)
+        return;
+    PendingRequest record = std::move(*m_inFlight);
+    m_inFlight.reset();
+    if (m_clock)
+        m_clock->cancel(record.timeoutTimer);
+    writeNextRequest();
+    record.continuation->fail(MeshError::link(text));
+}
+
 void MeshController::dropOverdueThrough(qsizetype index) {
     m_overdue.remove(0, std::min(index + 1, m_overdue.size()));
 }

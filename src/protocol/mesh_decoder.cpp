@@ -233,4 +233,74 @@ MeshEvent decode(QByteArrayView frame) {
     }
 }
 
+bool isWhole(QByteArrayView frame) {
+    if (frame.isEmpty())
+        return false;
+    const qsizetype size = frame.size();
+    const auto byteAt = [&](qsizetype at) {
+        return at < size ? static_cast<std::uint8_t>(frame[at]) : std::uint8_t(0);
+    };
+    // Signed texts carry four bytes of the signer's key before the text.
+    const auto signedExtra = [&](qsizetype textTypeAt) { return byteAt(textTypeAt) == 2 ? 4 : 0; };
+    qsizetype fixed = 1;
+    switch (byteAt(0)) {
+    case 0x02:
+    case 0x09:
+        fixed = 5;
+        break;
+    case 0x03:
+    case 0x8A:
+        fixed = 148;
+        break;
+    case 0x05:
+        fixed = 58;
+        break;
+    case 0x06:
+        fixed = 10;
+        break;
+    case 0x07:
+        fixed = 13 + signedExtra(8);
+        break;
+    case 0x08:
+        fixed = 8;
+        break;
+    case 0x0C:
+        fixed = 3;
+        break;
+    case 0x0D:
+        fixed = 20;
+        break;
+    case 0x10:
+        fixed = 16 + signedExtra(11);
+        break;
+    case 0x11:
+        fixed = 11;
+        break;
+    case 0x12:
+        fixed = 34;
+        break;
+    case 0x18: {
+        // A frame that ends after its code reads as an empty core group.
+        const std::uint8_t group = byteAt(1);
+        fixed = size == 1 ? 1 : group == 0 ? 8 : group == 1 ? 5 : group == 2 ? 26 : 2;
+        break;
+    }
+    case 0x80:
+    case 0x81:
+        fixed = 33;
+        break;
+    case 0x82:
+        fixed = 9;
+        break;
+    case 0x85:
+    case 0x86:
+    case 0x87:
+        fixed = 8;
+        break;
+    default:
+        break;
+    }
+    return size >= fixed;
+}
+
 } // namespace MeshProtocol

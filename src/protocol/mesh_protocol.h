@@ -19,6 +19,10 @@ inline constexpr auto applicationName = "Talvenne-macOS";
 // Decodes one frame. Never fails: short frames give zeros and empty texts,
 // unknown codes give Events::Unhandled.
 MeshEvent decode(QByteArrayView frame);
+// Whether the frame holds at least the fixed part of its kind (everything
+// but the texts and the fields the decoder may find missing). A shorter one
+// was cut on its way: decoded, it would pass zeros and blanks for data.
+bool isWhole(QByteArrayView frame);
 
 QByteArray appStart(const QString& appName);
 QByteArray deviceQuery(std::uint8_t version);

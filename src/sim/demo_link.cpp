@@ -41,6 +41,12 @@ void DemoLink::attach(MeshLink* link) {
         if (link == m_active || !m_active)
             Q_EMIT transportFailed(text);
     });
+    connect(link, &MeshLink::transportWriteFailed, this,
+            [this, link](const QByteArray& frame, const QString& text) {
+                if (link == m_active)
+                    Q_EMIT transportWriteFailed(frame, text);
+            });
+    connect(link, &MeshLink::bluetoothReturned, this, &MeshLink::bluetoothReturned);
 }
 
 MeshLink* DemoLink::idleLink() const {
@@ -101,6 +107,13 @@ void DemoLink::connectToDevice(const DiscoveredDevice& device) {
 void DemoLink::disconnectFromDevice() {
     if (m_active)
         m_active->disconnectFromDevice();
+}
+
+void DemoLink::forgetDevice(const QUuid& id) {
+    if (MeshLink* link = m_finder.value(id))
+        link->forgetDevice(id);
+    else if (m_bluetooth)
+        m_bluetooth->forgetDevice(id);
 }
 
 void DemoLink::write(const QByteArray& frame) {

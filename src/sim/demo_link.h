@@ -31,6 +31,7 @@ public:
     void connectToDevice(const DiscoveredDevice& device) override;
     void disconnectFromDevice() override;
     void write(const QByteArray& frame) override;
+    void forgetDevice(const QUuid& id) override;
 
 private:
     void attach(MeshLink* link);

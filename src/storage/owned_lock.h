@@ -15,6 +15,10 @@
 //
 // The file holds the owner's process id, application name and host name, one
 // per line (the layout of QLockFile, so that earlier versions read it).
+//
+// Two OwnedLocks of one path exclude each other even within one process: a
+// second file kept in the same folder takes a lock of its own beside it
+// (<file>.lock), or shares its writer's.
 class OwnedLock {
 public:
     enum class State {

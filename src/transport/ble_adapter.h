@@ -37,6 +37,18 @@ public:
         connectionLimitReached,
         peerRemovedPairingInformation,
         operationCancelled,
+        // The radio refused a call until it is paired.
+        pairingRequired,
+        // Pairing ended without a bond: the radio refused the PIN or the
+        // confirmation; the user or the system gave up; nobody could be
+        // asked for the PIN; or the system holds a bond the radio no longer
+        // has (it must be forgotten before the radio pairs again).
+        pairingRefused,
+        pairingCancelled,
+        pairingImpossible,
+        staleBond,
+        // The characteristic is gone: the radio's services are changing.
+        characteristicGone,
         other,
     };
     Q_ENUM(ErrorKind)
@@ -47,7 +59,10 @@ public:
         QString text;
     };
 
-    // One advertisement of a peripheral that offers the scanned service.
+    // One advertisement of a peripheral that offers the scanned service, or
+    // a peripheral the platform knows already (paired, trusted, or connected
+    // by another program), reported at the start of a scan whether or not
+    // it advertises.
     struct Advertisement {
         // Stable for one radio across advertisements and scans.
         QUuid id;
@@ -55,10 +70,14 @@ public:
         QString localName;
         // The name the platform keeps for the peripheral; empty when unknown.
         QString platformName;
+        // 0 for a known peripheral not heard in this scan.
         int rssi = 0;
         QList<QBluetoothUuid> serviceUuids;
         // Passed back to connectToPeripheral().
         QVariant handle;
+        bool known = false;
+        // The Bluetooth address where the platform shows it; empty elsewhere.
+        QString address{};
     };
 
     struct Characteristic {
@@ -90,13 +109,28 @@ public:
     // error) when there was a connection.
     virtual void cancelConnection() = 0;
 
+    // Removes what the platform keeps of this peripheral, its bond and its
+    // cached services; a connection to it ends first. Nothing is reported.
+    virtual void forgetPeripheral(const QVariant& handle) { Q_UNUSED(handle) }
+
     // On the connected peripheral.
+    //
+    // Discovery runs again after servicesChanged(), on what the peripheral
+    // offers by then.
     virtual void discoverServices(const QList<QBluetoothUuid>& services) = 0;
     virtual void discoverCharacteristics(const QBluetoothUuid& service,
                                          const QList<QBluetoothUuid>& characteristics) = 0;
     virtual void setNotify(const QBluetoothUuid& characteristic, bool enabled) = 0;
+    // A refusal comes as writeFailed.
     virtual void write(const QBluetoothUuid& characteristic, const QByteArray& value,
                        bool withResponse) = 0;
+    // The negotiated ATT MTU: a write or a notification carries at most
+    // mtu() - 3 bytes. -1 while unknown.
+    virtual int mtu() const { return -1; }
+    // Bonds with the peripheral, asking the user through the platform (or
+    // the application's agent) for a PIN where the radio wants one; the
+    // outcome comes as pairingFinished.
+    virtual void pair() {}
 
 Q_SIGNALS:
     void powerStateChanged(BleAdapter::PowerState state);
@@ -113,8 +147,18 @@ Q_SIGNALS:
     void servicesDiscovered(const QList<QBluetoothUuid>& services);
     void characteristicsDiscovered(const QBluetoothUuid& service,
                                    const QList<BleAdapter::Characteristic>& characteristics);
-    // `error` is empty when switching succeeded.
+    // No error when switching succeeded.
     void notificationStateChanged(const QBluetoothUuid& characteristic, bool isNotifying,
-                                  const QString& error);
+                                  const std::optional<BleAdapter::Error>& error);
     void valueUpdated(const QBluetoothUuid& characteristic, const QByteArray& value);
+    void writeFailed(const QBluetoothUuid& characteristic, const QByteArray& value,
+                     const BleAdapter::Error& error);
+    void mtuChanged(int mtu);
+    // No error when the peripheral is paired now.
+    void pairingFinished(const std::optional<BleAdapter::Error>& error);
+    // The connected peripheral's services changed (Service Changed): what was
+    // discovered is stale.
+    void servicesChanged();
+    // Just before the computer sleeps (true), and after it woke (false).
+    void sleepChanged(bool sleeping);
 };

@@ -23,41 +23,6 @@ BluezProbe::Finding findingOfError(const QDBusError& error) {
     return BluezProbe::Finding::noService;
 }
 
-// Reads GetManagedObjects' answer (a{oa{sa{sv}}}) by hand, see bluez_types.h.
-BluezObjects readObjects(const QDBusMessage& reply) {
-    BluezObjects objects;
-    if (reply.arguments().isEmpty())
-        return objects;
-    const auto argument = reply.arguments().first().value<QDBusArgument>();
-    argument.beginMap();
-    while (!argument.atEnd()) {
-        QDBusObjectPath path;
-        BluezInterfaces interfaces;
-        argument.beginMapEntry();
-        argument >> path;
-        argument.beginMap();
-        while (!argument.atEnd()) {
-            QString name;
-            QVariantMap properties;
-            argument.beginMapEntry();
-            argument >> name >> properties;
-            argument.endMapEntry();
-            interfaces.insert(name, properties);
-        }
-        argument.endMap();
-        argument.endMapEntry();
-        objects.insert(path, interfaces);
-    }
-    argument.endMap();
-    return objects;
-}
-
-QDBusMessage managedObjectsCall() {
-    return QDBusMessage::createMethodCall(Bluez::service, QStringLiteral("/"),
-                                          Bluez::objectManagerInterface,
-                                          QStringLiteral("GetManagedObjects"));
-}
-
 } // namespace
 
 BluezProbe::BluezProbe(QObject* parent)
@@ -75,6 +40,10 @@ BluezProbe::BluezProbe(QObject* parent)
                                         this);
     connect(m_watcher, &QDBusServiceWatcher::serviceRegistered, this, &BluezProbe::changed);
     connect(m_watcher, &QDBusServiceWatcher::serviceUnregistered, this, &BluezProbe::changed);
+    // An adapter that appears (plugged in, or back after a resume) is
+    // noticed at once rather than at the next poll.
+    m_bus.connect(Bluez::service, QStringLiteral("/"), Bluez::objectManagerInterface,
+                  QStringLiteral("InterfacesAdded"), this, SLOT(onObjectAdded()));
 }
 
 void BluezProbe::check() {
@@ -84,7 +53,7 @@ void BluezProbe::check() {
             this, [this] { Q_EMIT finished(Finding::noService); }, Qt::QueuedConnection);
         return;
     }
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(managedObjectsCall()), this);
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(Bluez::managedObjectsCall()), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this](QDBusPendingCallWatcher* call) {
                 call->deleteLater();
@@ -95,7 +64,7 @@ void BluezProbe::check() {
                         << "Bluetooth service:" << reply.errorName() << reply.errorMessage();
                     finding = findingOfError(QDBusError(reply));
                 } else {
-                    const BluezObjects objects = readObjects(reply);
+                    const BluezObjects objects = Bluez::readObjects(reply);
                     for (const BluezInterfaces& interfaces : objects) {
                         if (interfaces.contains(Bluez::adapterInterface))
                             finding = Finding::adapter;
@@ -109,33 +78,14 @@ void BluezProbe::check() {
             });
 }
 
+// Only while the service offers no usable adapter: then few objects come.
+void BluezProbe::onObjectAdded() {
+    if (m_poll.isActive())
+        check();
+}
+
 void BluezProbe::keepAsking(bool on) {
     m_keepAsking = on;
     if (on && !m_poll.isActive())
         m_poll.start();
-}
-
-void BluezProbe::disconnectDevice(const QString& address) {
-    if (!m_bus.isConnected())
-        return;
-    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(managedObjectsCall()), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, address](QDBusPendingCallWatcher* call) {
-                call->deleteLater();
-                const QDBusMessage reply = call->reply();
-                if (reply.type() != QDBusMessage::ReplyMessage)
-                    return;
-                const BluezObjects objects = readObjects(reply);
-                for (auto it = objects.cbegin(); it != objects.cend(); ++it) {
-                    const QVariantMap device = it.value().value(Bluez::deviceInterface);
-                    if (device.value(QStringLiteral("Address"))
-                            .toString()
-                            .compare(address, Qt::CaseInsensitive) != 0)
-                        continue;
-                    qCDebug(lcLink) << "asking BlueZ to end" << it.key().path();
-                    m_bus.asyncCall(QDBusMessage::createMethodCall(Bluez::service, it.key().path(),
-                                                                   Bluez::deviceInterface,
-                                                                   QStringLiteral("Disconnect")));
-                }
-            });
 }

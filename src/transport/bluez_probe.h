@@ -35,14 +35,14 @@ public:
     // Also asks again every second while an adapter is there: one that is
     // switched off can be removed without a word from QtBluetooth.
     void keepAsking(bool on);
-    // Asks BlueZ to end the connection to the device with this address, if it
-    // knows one, also while it is still being made. Nothing is reported.
-    void disconnectDevice(const QString& address);
 
 Q_SIGNALS:
     void finished(BluezProbe::Finding finding);
     // The service came or went.
     void changed();
+
+private Q_SLOTS:
+    void onObjectAdded();
 
 private:
     QDBusConnection m_bus;

@@ -25,16 +25,24 @@ Q_ENUM_NS(TransportState)
 
 using Transport::TransportState;
 
-// One scan result. Equal when id, name and rssi are; the handle is not compared.
+// One scan result. Equal when everything but the handle is.
 struct DiscoveredDevice {
     QUuid id;
     QString name;
+    // 0 for a known radio not heard in this scan.
     int rssi = 0;
     // What the link that found the device needs to connect to it.
     QVariant peripheral;
+    // The system knows the radio already (paired, trusted, or connected by
+    // another program): it is listed whether or not it advertises.
+    bool known = false;
+    // The Bluetooth address where the system shows it, else empty: what
+    // tells two radios of the same name apart.
+    QString address{};
 
     bool operator==(const DiscoveredDevice& other) const {
-        return id == other.id && name == other.name && rssi == other.rssi;
+        return id == other.id && name == other.name && rssi == other.rssi && known == other.known &&
+               address == other.address;
     }
 };
 

@@ -186,6 +186,23 @@ private Q_SLOTS:
                         : QString());
     }
 
+    // A link that cannot carry the app start (the frame does not fit its
+    // MTU): each attempt fails at once, and the user reads the link's words.
+    void linkTroubleIsTheHandshakeError() {
+        ControllerRig rig;
+        const QString text = QStringLiteral("A command of 22 bytes does not fit");
+        rig.link.onWrite = [&rig, text](const QByteArray& frame) {
+            rig.clock.schedule(
+                0ms, [&rig, frame, text] { Q_EMIT rig.link.transportWriteFailed(frame, text); });
+        };
+        const QDateTime start = rig.clock.now();
+        rig.link.becomeUsable();
+        rig.clock.advance(800ms);
+        QCOMPARE(countFrames(rig.link.written, 0x01), 3);
+        QCOMPARE(start.msecsTo(rig.clock.now()), 800);
+        QCOMPARE(rig.controller->connectionError(), text);
+    }
+
     void silentRadioEndsTheHandshakeEmpty() {
         ControllerRig rig;
         rig.link.becomeUsable();

@@ -77,15 +77,20 @@ private Q_SLOTS:
         QTest::addColumn<bool>("again");
         QTest::addColumn<int>("secondsLater");
         QTest::addColumn<int>("next"); // messages sent after the timed-out one
-        QTest::newRow("a new message") << false << 0 << 1;
-        QTest::newRow("sent again") << true << 0 << 1;
-        QTest::newRow("sent again a minute later") << true << 60 << 1;
-        QTest::newRow("two new messages") << false << 0 << 2;
+        // The timed-out one's confirmation before the next one's own answer:
+        // the delivery it showed goes with the code it came for.
+        QTest::addColumn<bool>("confirmedEarly");
+        QTest::newRow("a new message") << false << 0 << 1 << false;
+        QTest::newRow("sent again") << true << 0 << 1 << false;
+        QTest::newRow("sent again a minute later") << true << 60 << 1 << false;
+        QTest::newRow("two new messages") << false << 0 << 2 << false;
+        QTest::newRow("sent again, confirmed early") << true << 0 << 1 << true;
     }
     void lateAnswerStaysWithItsMessage() {
         QFETCH(bool, again);
         QFETCH(int, secondsLater);
         QFETCH(int, next);
+        QFETCH(bool, confirmedEarly);
         ControllerRig rig;
         rig.connectQuietly();
         const auto target = ConversationID::contact(contactKey);
@@ -100,6 +105,8 @@ private Q_SLOTS:
         for (int n = again ? 1 : 0; n < next; ++n)
             rig.controller->sendMessage(QStringLiteral("next %1").arg(n), target);
         rig.deliver(Events::MessageSent{0, 0xa0, 3000}); // the first one's, late
+        if (confirmedEarly)
+            rig.deliver(Events::SendConfirmed{0xa0, 700});
         for (int n = 1; n <= next; ++n)
             rig.deliver(Events::MessageSent{0, std::uint32_t(0xa0 + n), 4000});
         rig.deliver(Events::SendConfirmed{0xa0, 700});
@@ -111,6 +118,7 @@ private Q_SLOTS:
             QCOMPARE(messages[n - 1].deliveryState, State::sent);
             QCOMPARE(messages[n - 1].expectedAck, std::uint32_t(0xa0 + n));
             QCOMPARE(messages[n - 1].estimatedTimeoutMillis, 4000u);
+            QCOMPARE(messages[n - 1].roundTripMillis, std::nullopt);
         }
         rig.deliver(Events::SendConfirmed{0xa0 + std::uint32_t(next), 900});
         const ChatMessage last = lastMessage(*rig.controller, target);
@@ -436,8 +444,6 @@ private Q_SLOTS:
         QCOMPARE(delivered.roundTripMillis, 900u);
     }
 
-    // The store's error is the controller's historyError: shown while saves
-    // fail, cleared by the next that succeeds.
     // A window whose history another Talvenne holds sends nothing and leaves
     // the radio's waiting messages there (none of it could be kept), and
     // says why. Once the other has gone it reads what that one left and
@@ -475,6 +481,8 @@ private Q_SLOTS:
         QCOMPARE(rig.savedHistory()->first().messages.size(), 1);
     }
 
+    // The store's error is the controller's historyError: shown while saves
+    // fail, cleared by the next that succeeds.
     void historyErrorFollowsTheStore() {
         QTemporaryDir dir;
         const QString folder = dir.filePath(QStringLiteral("history"));

@@ -103,8 +103,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("action");
         QTest::addColumn<int>("after"); // ms after the drop
         QTest::addColumn<bool>("remembered");
-        for (const char* action : {"disconnect", "preference off", "other radio"}) {
-            const bool remembered = qstrcmp(action, "disconnect") != 0;
+        for (const char* action : {"disconnect", "forget", "preference off", "other radio"}) {
+            const bool remembered =
+                qstrcmp(action, "disconnect") != 0 && qstrcmp(action, "forget") != 0;
             QTest::addRow("%s in the pause", action) << action << 500 << remembered;
             QTest::addRow("%s in the scan", action) << action << 5000 << remembered;
             QTest::addRow("%s in a later pause", action) << action << 12000 << remembered;
@@ -122,6 +123,8 @@ private Q_SLOTS:
         const qsizetype scansBefore = rig.scans.size();
         if (action == QLatin1String("disconnect")) {
             rig.controller->disconnectFromDevice();
+        } else if (action == QLatin1String("forget")) {
+            rig.controller->forgetDevice();
         } else if (action == QLatin1String("preference off")) {
             rig.controller->setAutoReconnect(false);
         } else {
@@ -184,6 +187,20 @@ private Q_SLOTS:
         rig.radio.setInRange(true);
         rig.clock.advance(2s + 30s);
         QVERIFY(rig.linked());
+    }
+
+    // Bluetooth back after a sleep, or with an adapter that came back, cuts
+    // the pause short: the next attempt comes at once.
+    void bluetoothReturningCutsThePause() {
+        ReconnectRig rig;
+        QVERIFY(rig.connect());
+        rig.radio.setInRange(false);
+        rig.drop();
+        rig.clock.advance(12s); // the first scan ended at 11 s; the next pause is 2 s
+        QCOMPARE(rig.scans.size(), 1);
+        Q_EMIT rig.radio.bluetoothReturned();
+        rig.clock.settle();
+        QCOMPARE(rig.scans, (QList<double>{1, 12}));
     }
 
     // Only a connection whose handshake went through counts: a radio that

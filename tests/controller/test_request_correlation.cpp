@@ -112,6 +112,28 @@ private Q_SLOTS:
         QCOMPARE(rig.controller->pendingRequestCount(), int(waiting.size()) - (settled >= 0));
     }
 
+    // The link could not carry the written frame: its request fails at once
+    // with the link's words and the next one goes out. A refusal of some
+    // other frame leaves the request in flight alone; so does a frame cut
+    // on its way that looks like its answer.
+    void linkTroubleDoesNotPassForAnAnswer() {
+        ControllerRig rig;
+        rig.connectQuietly();
+        auto first = start(*rig.controller, ExpectedResponse::selfInfo);
+        auto second = start(*rig.controller, ExpectedResponse::ok);
+        const QString text = QStringLiteral("A command of 22 bytes does not fit");
+        Q_EMIT rig.link.transportWriteFailed(QByteArray("\x0a", 1), text);
+        Q_EMIT rig.link.transportReceived(QByteArray("\x05", 1) + QByteArray(19, 'x'));
+        QVERIFY(!first->outcome.done);
+        Q_EMIT rig.link.transportWriteFailed(rig.link.written.constFirst(), text);
+        QCOMPARE(meshErrorOf(first->outcome), MeshError::link(text));
+        QCOMPARE(errorTextOf(first->outcome), text);
+        QCOMPARE(rig.link.written.size(), 2);
+        QVERIFY(!second->outcome.done);
+        rig.deliver(Events::Ok{});
+        QVERIFY(second->outcome.value);
+    }
+
     void errorWithNothingWaitingIsForgotten() {
         ControllerRig rig;
         rig.connectQuietly();

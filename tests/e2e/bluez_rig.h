@@ -7,6 +7,7 @@
 #include "test_support.h"
 #include "time/clock.h"
 #include "transport/bluetooth_transport.h"
+#include "transport/pairing_prompt.h"
 #include "transport/qt_ble_adapter.h"
 
 #include <QDBusConnection>
@@ -14,6 +15,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <functional>
 #include <memory>
 
 // A private bus that QtBluetooth in this process finds as the system bus.
@@ -33,6 +35,10 @@ class StandInBluez {
 public:
     static inline const QString radioA = QStringLiteral("C0:FF:EE:00:00:0A");
     static inline const QString radioAName = QStringLiteral("Talvenne Radio A");
+    // Further radios some tests add.
+    static inline const QString radioB = QStringLiteral("C0:FF:EE:00:00:0B");
+    static inline const QString radioC = QStringLiteral("C0:FF:EE:00:00:0C");
+    static inline const QString radioD = QStringLiteral("C0:FF:EE:00:00:0D");
 
     ~StandInBluez() { stop(); }
 
@@ -59,6 +65,21 @@ public:
         if (!m_process.waitForFinished(3000))
             m_process.kill();
         m_process.waitForFinished(1000);
+    }
+
+    // Sets fields of a stand-in radio ("pin", "paired", "mtu", ...).
+    void configure(const QString& address, const QVariantMap& fields) {
+        call("Configure", address, fields);
+    }
+    // The application's calls on the devices, for the radio's address
+    // ("Connect", "Disconnect", ...), in order.
+    QStringList deviceCalls(const QString& address) {
+        QStringList calls;
+        for (const QString& entry : call("CallLog").toStringList()) {
+            if (entry.endsWith(QLatin1Char(' ') + address))
+                calls.append(entry.section(QLatin1Char(' '), 0, 0));
+        }
+        return calls;
     }
 
     // Calls one method of the control interface and returns its answer.
@@ -105,13 +126,32 @@ struct LinkRig {
     }
 
     TransportState state() const { return controller->transportState(); }
+    PairingPrompt* prompt() const { return adapter->pairingPrompt(); }
 
-    std::optional<DiscoveredDevice> radioA() const {
+    // The listed radio with this address.
+    std::optional<DiscoveredDevice> radio(const QString& address) const {
         for (const DiscoveredDevice& found : controller->discoveredDevices()) {
-            if (found.name == StandInBluez::radioAName)
+            if (found.address == address)
                 return found;
         }
         return std::nullopt;
+    }
+    std::optional<DiscoveredDevice> radioA() const { return radio(StandInBluez::radioA); }
+
+    // Connected, with the handshake over.
+    bool inSync() const {
+        return state() == TransportState::connected && !controller->isSyncing() &&
+               controller->selfInfo().has_value();
+    }
+    // Waits for `done` while time on the rig's clock moves at a few times
+    // the real pace, for the link's and the controller's short waits.
+    bool waitMoving(const std::function<bool()>& done, int millis = 10000) {
+        return QTest::qWaitFor(
+            [&] {
+                clock.advance(std::chrono::milliseconds(40));
+                return done();
+            },
+            millis);
     }
 
     // Scans until radio A is listed.
@@ -120,16 +160,20 @@ struct LinkRig {
         return QTest::qWaitFor([this] { return radioA().has_value(); }, 5000);
     }
 
+    // Once Bluetooth is ready, scans for radio A and asks to connect to it.
+    bool chooseRadioA() {
+        if (!QTest::qWaitFor([this] { return state() == TransportState::ready; }, 5000) ||
+            !findRadioA())
+            return false;
+        controller->connectToDevice(*radioA());
+        return true;
+    }
+
     // Scans, connects to radio A and waits for the handshake to end.
     bool connectRadioA() {
         if (!findRadioA())
             return false;
         controller->connectToDevice(*radioA());
-        return QTest::qWaitFor(
-                   [this] {
-                       return state() == TransportState::connected && !controller->isSyncing();
-                   },
-                   10000) &&
-               controller->selfInfo().has_value();
+        return QTest::qWaitFor([this] { return inSync(); }, 10000);
     }
 };

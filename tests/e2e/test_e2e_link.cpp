@@ -6,15 +6,32 @@
 #include <QSignalSpy>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using T = TransportState;
 using PowerState = BleAdapter::PowerState;
+using Kind = PairingPrompt::Kind;
+
+namespace {
+
+const QVariantMap pinRadio{{QStringLiteral("security"), QStringLiteral("notify")},
+                           {QStringLiteral("pin"), QStringLiteral("123456")}};
+
+QVariantMap with(QVariantMap fields, const QString& key, const QVariant& value) {
+    fields.insert(key, value);
+    return fields;
+}
+
+} // namespace
 
 // The link end to end over the stand-in BlueZ: scanning, connecting, the
 // handshake over notifications, a message and its delivery, the link lost
 // and made again, connection attempts that fail or are never answered, and
 // Bluetooth going away and coming back: switched off and on, from the app
 // where the system allows it, and the service, the adapter or the permission
-// missing.
+// missing. Then what real radios and desktops bring: PINs, the MTU, radios
+// BlueZ knows already, stale bonds and forgetting, one operation at a time
+// towards BlueZ, set-ups that go wrong, Service Changed, and the radio lost
+// to a vanished device object, a sleep or a replaced adapter.
 class TestE2eLink : public QObject {
     Q_OBJECT
 
@@ -27,6 +44,12 @@ class TestE2eLink : public QObject {
     }
     int connectAttempts() { return m_bluez->call("ConnectAttempts", StandInBluez::radioA).toInt(); }
     bool isDiscovering() { return m_bluez->call("IsDiscovering").toBool(); }
+    int count(const char* method, const QString& address = StandInBluez::radioA) {
+        return m_bluez->call(method, address).toInt();
+    }
+    bool radioIs(const char* method) {
+        return m_bluez->call(method, StandInBluez::radioA).toBool();
+    }
 
 private Q_SLOTS:
     void initTestCase() {
@@ -151,9 +174,7 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("fail"));
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         for (int attempt = 1; attempt <= BluetoothTransport::maxConnectRetries; ++attempt) {
             QTRY_COMPARE(connectAttempts(), attempt);
             QTest::qWait(30); // the error reply reaches the link
@@ -171,16 +192,13 @@ private Q_SLOTS:
         QVERIFY(startBluez());
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("hang"));
         LinkRig rig;
-        QTRY_COMPARE(rig.state(), T::ready);
-        QVERIFY(rig.findRadioA());
-        rig.controller->connectToDevice(*rig.radioA());
+        QVERIFY(rig.chooseRadioA());
         QTRY_COMPARE(connectAttempts(), 1);
 
         rig.clock.advance(BluetoothTransport::connectTimeout);
-        // QtBluetooth ends the attempt, and the link's own Disconnect
-        // follows once it has looked the device up; the retry must not go
-        // out before that one, or it would cancel the retry.
-        QTRY_COMPARE(m_bluez->call("DisconnectCalls", StandInBluez::radioA).toInt(), 2);
+        // The link's own Disconnect ends the attempt at BlueZ at once; the
+        // retry goes out only once BlueZ has answered it.
+        QTRY_COMPARE(m_bluez->call("DisconnectCalls", StandInBluez::radioA).toInt(), 1);
         QCOMPARE(rig.state(), T::connecting);
 
         m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("succeed"));
@@ -283,6 +301,432 @@ private Q_SLOTS:
         QTRY_COMPARE(rig.adapter->powerState(), PowerState::poweredOn);
         QTRY_COMPARE(rig.state(), T::ready);
         QVERIFY(rig.findRadioA());
+    }
+
+    // A radio that wants a bond: BlueZ asks Talvenne's own agent (registered
+    // only while Talvenne connects or pairs, and asked for Talvenne's
+    // attempts also where the desktop runs an agent of its own), the user
+    // answers in the prompt, taking the time they need, and the link goes on
+    // after pairing, which happens once. A wrong PIN, a cancel, nobody to
+    // ask or BlueZ giving up end the attempt with a text that says so.
+    // Discovery never reads the descriptors, which such a radio refuses.
+    void pinPairing_data() {
+        QTest::addColumn<QVariantMap>("radio");
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<Kind>("asked");
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("error"); // empty: connected and in sync
+        const QString refused = BluetoothTransport::pinRefusedText;
+        const QString cancelled = BluetoothTransport::pairingCancelledText;
+        const auto row = [](const char* name, const QVariantMap& radio, const char* setting,
+                            Kind asked, const char* answer, const QString& error) {
+            QTest::newRow(name) << radio << QString::fromLatin1(setting) << asked
+                                << QString::fromLatin1(answer) << error;
+        };
+        row("right PIN", pinRadio, "", Kind::enterPasskey, "123456", {});
+        row("wrong PIN", pinRadio, "", Kind::enterPasskey, "111111", refused);
+        row("cancelled", pinRadio, "", Kind::enterPasskey, "refuse", cancelled);
+        row("BlueZ gives up", pinRadio, "", Kind::enterPasskey, "abandon", cancelled);
+        row("no agent", pinRadio, "refuse agents", Kind::none, "",
+            BluetoothTransport::noPinAgentText);
+        row("desktop agent running", pinRadio, "desktop agent", Kind::enterPasskey, "123456", {});
+        row("passkey to confirm", with(pinRadio, QStringLiteral("confirmPin"), true), "",
+            Kind::confirmPasskey, "accept", {});
+        row("passkey not confirmed", with(pinRadio, QStringLiteral("confirmPin"), true), "",
+            Kind::confirmPasskey, "refuse", refused);
+        row("passkey to type on the radio", with(pinRadio, QStringLiteral("showPin"), true), "",
+            Kind::showPasskey, "typed on the radio", {});
+        row("without a PIN", with(pinRadio, QStringLiteral("pin"), QString()), "", Kind::none, "",
+            {});
+        row("writes refused until paired", with(pinRadio, QStringLiteral("security"), u"write"_s),
+            "", Kind::enterPasskey, "123456", {});
+    }
+    void pinPairing() {
+        QFETCH(QVariantMap, radio);
+        QFETCH(QString, setting);
+        QFETCH(Kind, asked);
+        QFETCH(QString, answer);
+        QFETCH(QString, error);
+        QVERIFY(startBluez());
+        m_bluez->configure(StandInBluez::radioA, radio);
+        m_bluez->call("SetRefuseAgents", setting == QLatin1String("refuse agents"));
+        m_bluez->call("SetDesktopAgent", setting == QLatin1String("desktop agent"));
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.findRadioA());
+        QCOMPARE(m_bluez->call("RegisteredAgents").toInt(), 0);
+        rig.controller->connectToDevice(*rig.radioA());
+        if (asked != Kind::none) {
+            QTRY_COMPARE(rig.prompt()->kind(), asked);
+            QCOMPARE(rig.prompt()->radioName(), StandInBluez::radioAName);
+            if (asked != Kind::enterPasskey)
+                QCOMPARE(rig.prompt()->passkey(), QStringLiteral("123456"));
+            QCOMPARE(m_bluez->call("RegisteredAgents").toInt(), 1);
+            // The person takes their time; the attempt waits for them.
+            if (rig.state() == T::connecting)
+                rig.clock.advance(BluetoothTransport::connectTimeout * 2);
+            if (answer == QLatin1String("refuse"))
+                rig.prompt()->refuse();
+            else if (answer == QLatin1String("accept"))
+                rig.prompt()->accept();
+            else if (answer == QLatin1String("abandon"))
+                m_bluez->call("AbandonPairing", StandInBluez::radioA);
+            else if (answer == QLatin1String("typed on the radio"))
+                m_bluez->call("TypeOnRadio", StandInBluez::radioA, 123456u);
+            else
+                rig.prompt()->enter(answer.toUInt());
+        }
+        if (error.isEmpty()) {
+            QVERIFY(QTest::qWaitFor([&] { return rig.inSync(); }, 5000));
+            QVERIFY(radioIs("IsPaired"));
+            QVERIFY(rig.controller->connectionError().isEmpty());
+        } else {
+            QTRY_COMPARE(rig.controller->connectionError(), error);
+            QCOMPARE(rig.state(), T::disconnected);
+            QTRY_VERIFY(!radioIs("IsConnected"));
+            QVERIFY(!radioIs("IsPaired"));
+        }
+        QCOMPARE(rig.prompt()->kind(), Kind::none);
+        QCOMPARE(count("PairCalls"), 1);
+        QCOMPARE(m_bluez->call("DesktopAgentRequests").toInt(), 0);
+        QTRY_COMPARE(m_bluez->call("RegisteredAgents").toInt(), 0);
+        QVERIFY(!m_bluez->call("CallLog").toStringList().contains(QStringLiteral("ReadValue")));
+    }
+
+    // The MTU is read, and frames longer than a notification (the radio
+    // sends them in pieces at MTU 23) arrive whole: the contacts and the own
+    // name are complete. A command longer than MTU - 3 goes as a long write;
+    // where the radio refuses that, the command fails at once with a text
+    // that names the MTU, also the handshake's first.
+    void mtu_data() {
+        QTest::addColumn<int>("mtu");
+        QTest::addColumn<bool>("longWrites");
+        QTest::newRow("247") << 247 << true;
+        QTest::newRow("23") << 23 << true;
+        QTest::newRow("23, no long writes") << 23 << false;
+    }
+    void mtu() {
+        QFETCH(int, mtu);
+        QFETCH(bool, longWrites);
+        QVERIFY(startBluez());
+        m_bluez->configure(StandInBluez::radioA, {{QStringLiteral("mtu"), mtu},
+                                                  {QStringLiteral("longWrites"), longWrites}});
+        LinkRig rig;
+        QVERIFY(rig.chooseRadioA());
+        const QByteArray appStart =
+            MeshProtocol::appStart(QString::fromLatin1(MeshProtocol::applicationName));
+        if (!longWrites) {
+            QVERIFY(rig.waitMoving([&] { return !rig.controller->connectionError().isEmpty(); }));
+            QCOMPARE(
+                rig.controller->connectionError(),
+                BluetoothTransport::writeRefusedText(
+                    appStart.size(), mtu, QStringLiteral("Operation failed with ATT error: 0x06")));
+            QVERIFY(rig.controller->connectionError().contains(QLatin1String("MTU 23")));
+            QVERIFY(!rig.controller->selfInfo());
+            return;
+        }
+        QVERIFY(rig.waitMoving([&] { return rig.inSync(); }));
+        QCOMPARE(rig.link->mtu(), mtu);
+        QVERIFY(!rig.controller->selfInfo()->name.isEmpty());
+        QVERIFY(rig.controller->contacts().size() > 3);
+        for (const Contact& contact : rig.controller->contacts()) {
+            QCOMPARE(contact.publicKey.size(), 64);
+            QVERIFY(!contact.name.isEmpty());
+        }
+        if (mtu > 100)
+            return;
+        // A refused long write fails its command at once, naming the MTU.
+        m_bluez->configure(StandInBluez::radioA, {{QStringLiteral("longWrites"), false}});
+        TestSupport::VoidOutcome renamed;
+        auto task = TestSupport::captureVoid(
+            rig.controller->setDeviceName(QStringLiteral("A name far longer than twenty")),
+            &renamed);
+        QTRY_VERIFY(renamed.done);
+        QVERIFY(errorTextOf(renamed).contains(QLatin1String("MTU 23")));
+    }
+
+    // Radios BlueZ knows (paired, or connected by another program) are
+    // listed at once, marked, also when they do not advertise; two of the
+    // same name are told apart by their address. A radio another program
+    // holds is taken over as it is.
+    void knownRadios() {
+        QVERIFY(startBluez());
+        m_bluez->call("AddRadio", StandInBluez::radioB, StandInBluez::radioAName, -70);
+        m_bluez->call("AddRadio", StandInBluez::radioC, QStringLiteral("Known Radio"), -50);
+        m_bluez->call("AddRadio", StandInBluez::radioD, QStringLiteral("Busy Radio"), -50);
+        m_bluez->configure(StandInBluez::radioC, {{QStringLiteral("paired"), true},
+                                                  {QStringLiteral("advertising"), false}});
+        m_bluez->configure(StandInBluez::radioD, {{QStringLiteral("connectedElsewhere"), true},
+                                                  {QStringLiteral("advertising"), false}});
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::ready);
+        rig.controller->startScan();
+        QTRY_VERIFY(rig.radio(StandInBluez::radioC) && rig.radio(StandInBluez::radioD));
+        for (const QString& address : {StandInBluez::radioC, StandInBluez::radioD}) {
+            QVERIFY(rig.radio(address)->known);
+            QCOMPARE(rig.radio(address)->rssi, 0);
+        }
+        QTRY_VERIFY(rig.radioA() && rig.radio(StandInBluez::radioB));
+        QCOMPARE(rig.radioA()->name, rig.radio(StandInBluez::radioB)->name);
+        QVERIFY(!rig.radioA()->known);
+        QCOMPARE(rig.controller->discoveredDevices().size(), 4);
+
+        rig.controller->connectToDevice(*rig.radio(StandInBluez::radioD));
+        QTRY_VERIFY(rig.inSync());
+        QCOMPARE(count("ConnectAttempts", StandInBluez::radioD), 1);
+    }
+
+    // At start, the remembered radio that BlueZ knows is connected at once,
+    // without an advertisement.
+    void rememberedKnownRadioAtStart() {
+        QVERIFY(startBluez());
+        m_bluez->configure(StandInBluez::radioA, {{QStringLiteral("paired"), true},
+                                                  {QStringLiteral("advertising"), false}});
+        LinkRig rig;
+        QBluetoothDeviceInfo info(QBluetoothAddress(StandInBluez::radioA), {}, 0);
+        rig.settings->setValue(QLatin1String(MeshController::lastDeviceIdKey),
+                               QtBleAdapter::stableId(info).toString(QUuid::WithoutBraces));
+        rig.settings->setValue(QLatin1String(MeshController::lastDeviceNameKey),
+                               StandInBluez::radioAName);
+        rig.controller = std::make_unique<MeshController>(rig.link.get(), &rig.clock, &rig.notifier,
+                                                          rig.store.get(), rig.settings.get());
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.controller->enableAutomaticReconnection());
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                rig.clock.settle();
+                return rig.inSync();
+            },
+            5000));
+    }
+
+    // A bond the radio lost: pairing is not tried twice, and the text points
+    // to forgetting it. Forgetting removes the bond; the radio is found again
+    // and pairs afresh. Forgetting the connected radio ends the link first
+    // and for good.
+    void forgetAndPairAfresh() {
+        QVERIFY(startBluez());
+        m_bluez->configure(StandInBluez::radioA,
+                           with(with(pinRadio, QStringLiteral("paired"), true),
+                                QStringLiteral("staleBond"), true));
+        LinkRig rig;
+        rig.controller->enableAutomaticReconnection();
+        QVERIFY(rig.chooseRadioA());
+        QTRY_COMPARE(rig.controller->connectionError(), BluetoothTransport::pairingRemovedText);
+        QCOMPARE(count("PairCalls"), 1);
+        QCOMPARE(rig.state(), T::disconnected);
+
+        rig.controller->forgetDevice();
+        QTRY_VERIFY(
+            m_bluez->call("CallLog").toStringList().contains(QStringLiteral("RemoveDevice")));
+        QVERIFY(!radioIs("IsPaired"));
+        QVERIFY(!rig.radioA());
+        QVERIFY(rig.findRadioA());
+        QVERIFY(!rig.radioA()->known);
+        rig.controller->connectToDevice(*rig.radioA());
+        QTRY_COMPARE(rig.prompt()->kind(), Kind::enterPasskey);
+        rig.prompt()->enter(123456);
+        QTRY_VERIFY(rig.inSync());
+
+        rig.controller->forgetDevice();
+        QCOMPARE(rig.state(), T::disconnected);
+        QTRY_VERIFY(!radioIs("IsPaired"));
+        QVERIFY(!radioIs("IsConnected"));
+        rig.clock.advance(10s);
+        QVERIFY(!rig.controller->isReconnecting());
+        QCOMPARE(rig.state(), T::disconnected);
+    }
+
+    // One thing at a time towards BlueZ: a Connect answered InProgress waits
+    // for the attempt under way; a cancelled attempt's Disconnect goes out
+    // before the next Connect and does not tear that one down; and nothing
+    // is scanned for while connecting (the scan stopped before Connect).
+    void oneOperationAtATime_data() {
+        QTest::addColumn<QString>("what");
+        QTest::newRow("in progress") << "in progress";
+        QTest::newRow("cancel and pick again") << "cancel";
+        QTest::newRow("scan pressed while connecting") << "scan";
+    }
+    void oneOperationAtATime() {
+        QFETCH(QString, what);
+        QVERIFY(startBluez());
+        if (what == QLatin1String("in progress"))
+            m_bluez->configure(StandInBluez::radioA, {{QStringLiteral("busyMillis"), 300}});
+        else
+            m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("hang"));
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.findRadioA());
+        const DiscoveredDevice radio = *rig.radioA();
+        rig.controller->connectToDevice(radio);
+        QTRY_COMPARE(connectAttempts(), 1);
+        if (what == QLatin1String("in progress")) {
+            QTRY_VERIFY(rig.inSync());
+            QVERIFY(connectAttempts() >= 2);
+            QCOMPARE(count("DisconnectCalls"), 0);
+            QVERIFY(rig.controller->connectionError().isEmpty());
+            return;
+        }
+        if (what == QLatin1String("scan")) {
+            rig.controller->startScan();
+            QTest::qWait(100);
+            QVERIFY(!isDiscovering());
+            QCOMPARE(rig.state(), T::connecting);
+            const QStringList log = m_bluez->call("CallLog").toStringList();
+            const qsizetype connect = log.indexOf(u"Connect "_s + StandInBluez::radioA);
+            QVERIFY(log.lastIndexOf(QStringLiteral("StopDiscovery")) < connect);
+            QVERIFY(log.lastIndexOf(QStringLiteral("StartDiscovery")) < connect);
+            return;
+        }
+        rig.controller->disconnectFromDevice();
+        m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("succeed"));
+        rig.controller->connectToDevice(radio);
+        QTRY_VERIFY(rig.inSync());
+        QTest::qWait(100);
+        QVERIFY(rig.inSync());
+        QCOMPARE(m_bluez->deviceCalls(StandInBluez::radioA),
+                 (QStringList{u"Connect"_s, u"Disconnect"_s, u"Connect"_s}));
+    }
+
+    // A set-up that goes wrong: a radio that drops the link before
+    // notifications are on is tried again; one that lacks the service or a
+    // characteristic, or refuses notifications, is let go with a text that
+    // says so (BlueZ's reason for the refusal).
+    void setUpTrouble_data() {
+        QTest::addColumn<QVariantMap>("radio");
+        QTest::addColumn<QString>("error"); // empty: connected on the retry
+        QTest::newRow("dropped before notifications")
+            << QVariantMap{{QStringLiteral("dropsAtNotify"), 1}} << QString();
+        QTest::newRow("no notify characteristic")
+            << QVariantMap{{QStringLiteral("withoutNotify"), true}}
+            << BluetoothTransport::characteristicsNotFoundText;
+        QTest::newRow("no serial service") << QVariantMap{{QStringLiteral("withoutService"), true}}
+                                           << BluetoothTransport::serviceNotFoundText;
+        QTest::newRow("notifications refused")
+            << QVariantMap{{QStringLiteral("notifyRefusal"),
+                            QStringLiteral("Insufficient Resources")}}
+            << QStringLiteral("Insufficient Resources");
+    }
+    void setUpTrouble() {
+        QFETCH(QVariantMap, radio);
+        QFETCH(QString, error);
+        QVERIFY(startBluez());
+        m_bluez->configure(StandInBluez::radioA, radio);
+        LinkRig rig;
+        QVERIFY(rig.chooseRadioA());
+        if (error.isEmpty()) {
+            QTRY_COMPARE(count("DisconnectCalls") + int(!radioIs("IsConnected")), 1);
+            QCOMPARE(rig.state(), T::connecting);
+            QVERIFY(rig.waitMoving([&] { return rig.inSync(); }));
+            QCOMPARE(connectAttempts(), 2);
+            return;
+        }
+        QTRY_COMPARE(rig.controller->connectionError(), error);
+        QCOMPARE(rig.state(), T::disconnected);
+        QTRY_VERIFY(!radioIs("IsConnected"));
+    }
+
+    // Service Changed while connected: the link stays and rediscovers, and
+    // a message sent right then is delivered.
+    void servicesChangedWhileConnected() {
+        QVERIFY(startBluez());
+        LinkRig rig;
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.connectRadioA());
+        QSignalSpy states(rig.link.get(), &MeshLink::transportStateChanged);
+        m_bluez->call("ChangeServices", StandInBluez::radioA);
+        const ConversationID chat =
+            ConversationID::contact(rig.controller->contacts().first().publicKey);
+        rig.controller->sendMessage(QStringLiteral("After the change"), chat);
+        const auto delivered = [&] {
+            const auto messages =
+                rig.controller->conversations().value(chat.conversationKey()).messages;
+            return !messages.isEmpty() &&
+                   messages.last().deliveryState == ChatMessage::DeliveryState::delivered;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(delivered(), 5000);
+        QVERIFY(states.isEmpty());
+        QCOMPARE(m_bluez->call("CallLog").toStringList().count(QStringLiteral("StartNotify")), 2);
+    }
+
+    // Bluetooth off around an attempt: a radio still listed is not tried
+    // (the user reads why), and Bluetooth back on while a retry waits does
+    // not bring back the attempt it ended.
+    void bluetoothOffAroundAnAttempt() {
+        QVERIFY(startBluez());
+        m_bluez->call("SetConnectMode", StandInBluez::radioA, QStringLiteral("fail"));
+        LinkRig rig;
+        QVERIFY(rig.chooseRadioA());
+        QTRY_COMPARE(connectAttempts(), 1);
+        QTest::qWait(30); // the retry waits on the rig's clock
+        m_bluez->call("SetPowered", false);
+        QTRY_COMPARE(rig.state(), T::poweredOff);
+        m_bluez->call("SetPowered", true);
+        QTRY_COMPARE(rig.state(), T::ready);
+        rig.clock.advance(BluetoothTransport::retryDelay * 2);
+        QTest::qWait(50);
+        QCOMPARE(rig.state(), T::ready);
+        QCOMPARE(connectAttempts(), 1);
+
+        m_bluez->call("SetPowered", false);
+        QTRY_COMPARE(rig.state(), T::poweredOff);
+        rig.controller->connectToDevice(*rig.radioA());
+        QCOMPARE(rig.controller->connectionError(), BluetoothTransport::bluetoothOffText);
+        QCOMPARE(rig.state(), T::poweredOff);
+        QCOMPARE(connectAttempts(), 1);
+    }
+
+    // The radio lost without a word from it: its device object vanished,
+    // the computer slept (the link ends cleanly first, and lets logind go on),
+    // the adapter was replaced or switched off. The controller finds it
+    // again: after its first pause, or at once when Bluetooth returns.
+    void lostAndFoundAgain_data() {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("device object removed") << "vanish";
+        QTest::newRow("sleep") << "sleep";
+        QTest::newRow("adapter removed and added") << "adapter";
+        QTest::newRow("adapter off and on") << "power";
+    }
+    void lostAndFoundAgain() {
+        QFETCH(QString, how);
+        QVERIFY(startBluez());
+        LinkRig rig;
+        rig.controller->enableAutomaticReconnection();
+        QTRY_COMPARE(rig.state(), T::ready);
+        QVERIFY(rig.connectRadioA());
+        if (how == QLatin1String("vanish")) {
+            m_bluez->call("Vanish", StandInBluez::radioA);
+        } else if (how == QLatin1String("sleep")) {
+            QTRY_COMPARE(m_bluez->call("HeldInhibitors").toInt(), 1);
+            m_bluez->call("Sleep", true);
+            QTRY_COMPARE(m_bluez->call("HeldInhibitors").toInt(), 0);
+            QCOMPARE(count("DisconnectCalls"), 1);
+        } else if (how == QLatin1String("power")) {
+            m_bluez->call("SetPowered", false);
+        } else {
+            m_bluez->call("RemoveAdapter");
+        }
+        QTRY_COMPARE(rig.state(), how == QLatin1String("sleep") ? T::disconnected : rig.state());
+        QTRY_VERIFY(rig.state() != T::connected);
+        QVERIFY(rig.controller->isReconnecting());
+        QVERIFY(!rig.controller->selfInfo());
+        QVERIFY(rig.controller->connectionError().isEmpty());
+        if (how == QLatin1String("vanish"))
+            rig.clock.advance(MeshController::reconnectPause(0));
+        else if (how == QLatin1String("sleep"))
+            m_bluez->call("Sleep", false);
+        else if (how == QLatin1String("power"))
+            m_bluez->call("SetPowered", true);
+        else
+            m_bluez->call("AddAdapter");
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                rig.clock.settle();
+                return rig.inSync();
+            },
+            5000));
+        if (how == QLatin1String("sleep"))
+            QTRY_COMPARE(m_bluez->call("HeldInhibitors").toInt(), 1);
     }
 };
 

@@ -205,6 +205,49 @@ private Q_SLOTS:
                                      QString::fromUtf8(FrameJson::render(expected)))));
     }
 
+    // A frame shorter than its kind's fixed part was cut on its way (a small
+    // MTU); one that ends where only texts or optional fields would follow
+    // is whole. `frame` is padded with zeros to `size`.
+    void isWhole_data() {
+        QTest::addColumn<QByteArray>("frame");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<bool>("whole");
+        const auto row = [](const char* name, const char* start, int size, bool whole) {
+            QTest::newRow(name) << hex(start) << size << whole;
+        };
+        row("empty", "", 0, false);
+        row("ok alone", "00", 1, true);
+        row("contact cut at 20 bytes", "03", 20, false);
+        row("contact", "03", 148, true);
+        row("new advert cut", "8a", 147, false);
+        row("self info without a name", "05", 58, true);
+        row("self info cut", "05", 57, false);
+        row("device info without a model", "0d", 20, true);
+        row("direct message without text", "07", 13, true);
+        row("signed direct message without the signer", "07 000000000000 01 02", 13, false);
+        row("signed direct message", "07 000000000000 01 02", 17, true);
+        row("direct message with signal, cut", "10", 15, false);
+        row("channel message", "11", 11, true);
+        row("channel info without its secret", "12", 34, true);
+        row("channel info cut", "12", 20, false);
+        row("message sent cut", "06", 9, false);
+        row("send confirmed", "82", 9, true);
+        row("stats with no group byte", "18", 1, true);
+        row("stats core without queue length", "18 00", 8, true);
+        row("stats core cut", "18 00", 5, false);
+        row("stats packets cut", "18 02", 20, false);
+        row("stats packets", "18 02", 26, true);
+        row("current time cut", "09", 1, false);
+        row("unknown code", "7f", 1, true);
+    }
+    void isWhole() {
+        QFETCH(QByteArray, frame);
+        QFETCH(int, size);
+        QFETCH(bool, whole);
+        frame.append(zeros(size - frame.size()));
+        QCOMPARE(MeshProtocol::isWhole(frame), whole);
+    }
+
     // Every code outside the two tables is reported as unhandled, carrying
     // the code, whatever follows it.
     void unknownCodesAreUnhandled() {

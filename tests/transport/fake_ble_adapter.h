@@ -35,6 +35,9 @@ public:
     QList<QBluetoothUuid> characteristicDiscoveries;
     QList<QPair<QBluetoothUuid, bool>> notifySwitches;
     QList<Write> writes;
+    int mtuValue = -1;
+    int pairRequests = 0;
+    QList<QVariant> forgets;
 
     PowerState powerState() const override { return power; }
     bool canPowerOn() const override { return power == PowerState::poweredOff && powerOnAllowed; }
@@ -60,6 +63,9 @@ public:
                bool withResponse) override {
         writes.append({characteristic, value, withResponse});
     }
+    int mtu() const override { return mtuValue; }
+    void pair() override { ++pairRequests; }
+    void forgetPeripheral(const QVariant& handle) override { forgets.append(handle); }
 
     // The platform's side.
     void reportPower(PowerState state) {

@@ -54,6 +54,8 @@ struct Rig {
     QSignalSpy connectedSpy{link.get(), &MeshLink::transportConnected};
     QSignalSpy receivedSpy{link.get(), &MeshLink::transportReceived};
     QSignalSpy failedSpy{link.get(), &MeshLink::transportFailed};
+    QSignalSpy writeFailedSpy{link.get(), &MeshLink::transportWriteFailed};
+    QSignalSpy returnedSpy{link.get(), &MeshLink::bluetoothReturned};
 
     // The first argument of each report a spy caught.
     template <typename V>
@@ -66,7 +68,8 @@ struct Rig {
     QList<T> states() const { return firstArgs<T>(stateSpy); }
     QStringList failures() const { return firstArgs<QString>(failedSpy); }
     void clearSpies() {
-        for (QSignalSpy* spy : {&stateSpy, &discoveredSpy, &connectedSpy, &receivedSpy, &failedSpy})
+        for (QSignalSpy* spy : {&stateSpy, &discoveredSpy, &connectedSpy, &receivedSpy, &failedSpy,
+                                &writeFailedSpy, &returnedSpy})
             spy->clear();
     }
 
@@ -87,7 +90,7 @@ struct Rig {
         Q_EMIT adapter.characteristicsDiscovered(BluetoothTransport::serviceUUID, characteristics);
     }
     void notificationsOn() {
-        Q_EMIT adapter.notificationStateChanged(BluetoothTransport::txUUID, true, QString());
+        Q_EMIT adapter.notificationStateChanged(BluetoothTransport::txUUID, true, std::nullopt);
     }
 
     // Through the whole handshake with the platform up to a usable link.
@@ -105,23 +108,20 @@ class TestBluetoothTransport : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // Each power report sets the state, also when the same one comes again.
-    // Without power nothing can be scanned for, and losing it ends any link
-    // as a disconnect first (the controller resets on it): nothing of the
-    // link survives, and a retry that was waiting is not made.
+    // Each power report sets the state, also when the same one comes again,
+    // except that "on" again leaves an attempt or a link alone. Without
+    // power nothing can be scanned for, and losing it ends any link as a
+    // disconnect first (the controller resets on it): nothing of the link
+    // survives, and a retry that was waiting is not made. Power that comes
+    // back is reported as Bluetooth returning.
     void powerReports_data() {
         QTest::addColumn<QString>("phase");
         QTest::addColumn<PowerState>("power");
         QTest::addColumn<T>("expected");
         for (const char* phase : {"idle", "connecting", "retry pause", "connected"}) {
-            for (const auto& [name, power, state] : powerCases) {
-                // Power comes on only while no attempt runs.
-                const bool attempting =
-                    qstrcmp(phase, "connecting") == 0 || qstrcmp(phase, "retry pause") == 0;
-                if (power != PowerState::poweredOn || !attempting)
-                    QTest::addRow("%s, %s", phase, name)
-                        << QString::fromLatin1(phase) << power << state;
-            }
+            for (const auto& [name, power, state] : powerCases)
+                QTest::addRow("%s, %s", phase, name)
+                    << QString::fromLatin1(phase) << power << state;
         }
     }
     void powerReports() {
@@ -145,17 +145,28 @@ private Q_SLOTS:
                 Q_EMIT rig.adapter.failedToConnect(BleError{ErrorKind::connectionFailed, {}});
         }
         const bool on = power == PowerState::poweredOn;
+        const bool idle = phase == QLatin1String("idle");
+        // An attempt, its retry or the link goes on through a repeated "on".
+        const bool goesOn = on && !idle;
         rig.adapter.reportPower(power);
-        QList<T> states{expected};
-        if (phase != QLatin1String("idle") && !on)
+        QList<T> states;
+        if (!goesOn)
+            states.append(expected);
+        if (!idle && !on)
             states.prepend(T::disconnected);
         QCOMPARE(rig.states(), states);
         QVERIFY(rig.failedSpy.isEmpty());
         rig.adapter.reportPower(power);
-        states.append(expected);
+        if (!goesOn)
+            states.append(expected);
         QCOMPARE(rig.states(), states);
-        if (on)
+        QCOMPARE(rig.returnedSpy.count(), 0);
+        if (on) {
+            rig.clock.advance(BluetoothTransport::retryDelay);
+            QCOMPARE(rig.adapter.connects.size(),
+                     phase == QLatin1String("retry pause") ? 2 : int(!idle));
             return;
+        }
         rig.link->startScan();
         rig.clock.advance(BluetoothTransport::connectTimeout * 2);
         QCOMPARE(rig.states(), states);
@@ -168,18 +179,19 @@ private Q_SLOTS:
         // the last one's is gone.
         rig.clearSpies();
         rig.powerOn();
+        QCOMPARE(rig.returnedSpy.count(), 1);
         rig.link->connectToDevice(radio(2));
         rig.discover({notifyCharacteristic()});
-        rig.notificationsOn();
-        QCOMPARE(rig.link->state(), T::connecting);
+        QCOMPARE(rig.link->state(), T::disconnected);
         QCOMPARE(rig.failures(), QStringList{BluetoothTransport::characteristicsNotFoundText});
         QCOMPARE(rig.connectedSpy.count(), 0);
     }
 
     // Scan, then connecting ends the scan; service, characteristics,
     // notifications, frames. Every advertisement is reported, under the best
-    // name it carries. Frames written before the write characteristic is known
-    // are dropped, and an attempt the platform has answered no longer times out.
+    // name it carries, and no scan starts while connecting. Frames written
+    // before the write characteristic is known are dropped, and an attempt
+    // the platform has answered gets the whole time again for its set-up.
     void scanThenFullConnection() {
         Rig rig;
         rig.powerOn();
@@ -205,11 +217,14 @@ private Q_SLOTS:
                  (QList<T>{T::scanning, T::ready, T::scanning, T::ready, T::connecting}));
         QCOMPARE(rig.adapter.scanStops, 3);
         QCOMPARE(rig.adapter.connects, QList<QVariant>{radio(7).peripheral});
+        rig.link->startScan();
+        QCOMPARE(rig.adapter.scans.size(), 2);
         rig.clearSpies();
+        rig.clock.advance(BluetoothTransport::connectTimeout - 1ms);
         Q_EMIT rig.adapter.peripheralConnected();
         QCOMPARE(rig.adapter.serviceDiscoveries,
                  QList<QList<QBluetoothUuid>>{{BluetoothTransport::serviceUUID}});
-        rig.clock.advance(BluetoothTransport::connectTimeout * 2);
+        rig.clock.advance(BluetoothTransport::connectTimeout - 1ms);
         QCOMPARE(rig.adapter.cancels, 0);
         rig.link->write(oneByte);
         QVERIFY(rig.adapter.writes.isEmpty());
@@ -248,10 +263,11 @@ private Q_SLOTS:
     // A retried failure: three more attempts, each 0.4 s after the failure
     // before it, then the link gives up with the failure's text; one user
     // action gets no more, also when the radio accepts each attempt and drops
-    // it during set-up. An attempt the platform never answers ends on the
-    // link's own clock: it is cancelled towards the platform and retried like
-    // a timeout, and the drop report of the cancelled attempt does not end
-    // the retries.
+    // it during set-up, with or without a reason. An attempt the platform
+    // never answers, or whose set-up never ends, ends on the link's own
+    // clock: it is cancelled towards the platform and retried like a
+    // timeout, and the drop report of the cancelled attempt does not end the
+    // retries.
     void retriedFailuresTryThreeMoreTimes_data() {
         QTest::addColumn<ErrorKind>("kind");
         QTest::addColumn<QString>("how");
@@ -270,6 +286,10 @@ private Q_SLOTS:
         }
         QTest::newRow("no answer")
             << ErrorKind::other << u"silence"_s << BluetoothTransport::connectTimedOutText;
+        QTest::newRow("set-up never ends")
+            << ErrorKind::other << u"set-up silence"_s << BluetoothTransport::connectTimedOutText;
+        QTest::newRow("dropped during set-up without a reason")
+            << ErrorKind::other << u"set-up drop"_s << BluetoothTransport::droppedDuringSetUpText;
     }
     void retriedFailuresTryThreeMoreTimes() {
         QFETCH(ErrorKind, kind);
@@ -280,14 +300,20 @@ private Q_SLOTS:
         const BleError error{kind, QStringLiteral("platform text")};
         auto fail = [&](int attempt) {
             rig.clock.advance(1500ms); // the attempt takes a while
-            if (how == QLatin1String("drop")) {
+            if (how.endsWith(QLatin1String("drop"))) {
                 // Accepted, then dropped during set-up: still counts.
                 Q_EMIT rig.adapter.peripheralConnected();
-                Q_EMIT rig.adapter.peripheralDisconnected(error);
+                Q_EMIT rig.adapter.peripheralDisconnected(
+                    how == QLatin1String("drop") ? std::optional(error) : std::nullopt);
             } else if (how == QLatin1String("failure")) {
                 Q_EMIT rig.adapter.failedToConnect(error);
             } else {
-                rig.clock.advance(BluetoothTransport::connectTimeout - 1500ms - 1ms);
+                // The set-up's time starts when the platform connects.
+                const bool setUp = how == QLatin1String("set-up silence");
+                if (setUp)
+                    Q_EMIT rig.adapter.peripheralConnected();
+                rig.clock.advance(BluetoothTransport::connectTimeout - (setUp ? 0ms : 1500ms) -
+                                  1ms);
                 QCOMPARE(rig.adapter.cancels, attempt - 1);
                 rig.clock.advance(1ms);
                 QCOMPARE(rig.adapter.cancels, attempt);
@@ -401,7 +427,7 @@ private Q_SLOTS:
     }
 
     // An attempt that fails for a reason not worth retrying, or drops during
-    // set-up, ends at once with the reason. The drop of an established link
+    // set-up with such a reason, ends at once with the reason. The drop of an established link
     // is not retried and is no failure to show.
     void endings_data() {
         QTest::addColumn<QString>("phase");
@@ -416,7 +442,6 @@ private Q_SLOTS:
         row("attempt, other", "attempt", BleError{ErrorKind::other, text}, {text});
         row("attempt, no error", "attempt", std::nullopt, {u"Failed to connect"_s});
         row("set-up, other", "set-up", BleError{ErrorKind::other, text}, {text});
-        row("set-up, no error", "set-up", std::nullopt, {});
         row("established, no error", "established", std::nullopt, {});
         row("established, timeout", "established", BleError{ErrorKind::connectionTimeout, text},
             {});
@@ -472,39 +497,46 @@ private Q_SLOTS:
     }
 
     // Each step of the set-up that finds something missing or refused: the
-    // link reports why, stays connecting and never announces itself.
+    // link lets the radio go and says why, and never announces itself. A
+    // radio that wants a bond first is paired instead.
     void setUpFailures_data() {
         QTest::addColumn<QList<QBluetoothUuid>>("services");
         QTest::addColumn<Characteristics>("characteristics");
         QTest::addColumn<QBluetoothUuid>("notified");
         QTest::addColumn<bool>("isNotifying");
-        QTest::addColumn<QString>("error");
+        QTest::addColumn<std::optional<BleError>>("error");
         QTest::addColumn<QString>("failure");
         const QList<QBluetoothUuid> service{BluetoothTransport::serviceUUID};
         const Characteristics both{writeCharacteristic(), notifyCharacteristic()};
         const QBluetoothUuid tx = BluetoothTransport::txUUID;
         const QString noService = BluetoothTransport::serviceNotFoundText;
         const QString noCharacteristics = BluetoothTransport::characteristicsNotFoundText;
-        const QString refused = QStringLiteral("Insufficient authentication");
+        const QString refused = QStringLiteral("Insufficient resources");
+        const BleError refusal{ErrorKind::other, refused};
+        const BleError wantsPairing{ErrorKind::pairingRequired, QStringLiteral("Not paired")};
+        const std::optional<BleError> none;
         QTest::newRow("other service")
-            << QList<QBluetoothUuid>{otherService} << both << tx << true << QString() << noService;
+            << QList<QBluetoothUuid>{otherService} << both << tx << true << none << noService;
         QTest::newRow("write only") << service << Characteristics{writeCharacteristic()} << tx
-                                    << true << QString() << noCharacteristics;
+                                    << true << none << noCharacteristics;
         QTest::newRow("notify only") << service << Characteristics{notifyCharacteristic()} << tx
-                                     << true << QString() << noCharacteristics;
+                                     << true << none << noCharacteristics;
         QTest::newRow("notifications refused")
-            << service << both << tx << false << refused << refused;
+            << service << both << tx << false << std::optional(refusal) << refused;
+        QTest::newRow("notifications want pairing")
+            << service << both << tx << false << std::optional(wantsPairing) << QString();
         QTest::newRow("notifications not on")
-            << service << both << tx << false << QString() << QString();
+            << service << both << tx << false << none << QString();
         QTest::newRow("report for another characteristic")
-            << service << both << BluetoothTransport::rxUUID << true << refused << QString();
+            << service << both << BluetoothTransport::rxUUID << true << std::optional(refusal)
+            << QString();
     }
     void setUpFailures() {
         QFETCH(QList<QBluetoothUuid>, services);
         QFETCH(Characteristics, characteristics);
         QFETCH(QBluetoothUuid, notified);
         QFETCH(bool, isNotifying);
-        QFETCH(QString, error);
+        QFETCH(std::optional<BleError>, error);
         QFETCH(QString, failure);
         Rig rig;
         rig.connecting();
@@ -518,30 +550,319 @@ private Q_SLOTS:
         // The platform answers the notification switch, if it was asked for one.
         if (!rig.adapter.notifySwitches.isEmpty())
             Q_EMIT rig.adapter.notificationStateChanged(notified, isNotifying, error);
-        QCOMPARE(rig.failures(), failure.isEmpty() ? QStringList() : QStringList{failure});
+        const bool givenUp = !failure.isEmpty();
+        QCOMPARE(rig.failures(), givenUp ? QStringList{failure} : QStringList());
+        QCOMPARE(rig.states(), givenUp ? QList<T>{T::disconnected} : QList<T>());
+        QCOMPARE(rig.adapter.cancels, int(givenUp));
+        QCOMPARE(rig.adapter.pairRequests, int(error && error->kind == ErrorKind::pairingRequired &&
+                                               notified == BluetoothTransport::txUUID));
         QCOMPARE(rig.connectedSpy.count(), 0);
-        QCOMPARE(rig.stateSpy.count(), 0);
+        // Not retried.
+        rig.clock.advance(BluetoothTransport::retryDelay);
+        QCOMPARE(rig.adapter.connects.size(), 1);
     }
 
+    // The radio wants a bond before it switches notifications on or takes a
+    // frame: the link pairs once, with all the time the user needs, then goes
+    // on (frames written meanwhile go out in order after the refused one), or
+    // lets the radio go with a text that says what went wrong. A radio that
+    // still refuses once paired is not paired again.
+    void pairing_data() {
+        QTest::addColumn<QString>("refused");
+        QTest::addColumn<std::optional<BleError>>("outcome");
+        QTest::addColumn<QString>("failure");
+        const auto outcome = [](ErrorKind kind) {
+            return std::optional(BleError{kind, u"BlueZ"_s});
+        };
+        for (const char* refused : {"notifications", "a write"}) {
+            const auto row = [&](const char* name, std::optional<BleError> result,
+                                 const QString& failure) {
+                QTest::addRow("%s, %s", refused, name)
+                    << QString::fromLatin1(refused) << result << failure;
+            };
+            row("paired", std::nullopt, QString());
+            row("still refused once paired", std::nullopt,
+                BluetoothTransport::refusedWhilePairedText);
+            row("wrong PIN", outcome(ErrorKind::pairingRefused),
+                BluetoothTransport::pinRefusedText);
+            row("cancelled", outcome(ErrorKind::pairingCancelled),
+                BluetoothTransport::pairingCancelledText);
+            row("nobody to ask", outcome(ErrorKind::pairingImpossible),
+                BluetoothTransport::noPinAgentText);
+            row("stale bond", outcome(ErrorKind::staleBond),
+                BluetoothTransport::pairingRemovedText);
+        }
+    }
+    void pairing() {
+        QFETCH(QString, refused);
+        QFETCH(std::optional<BleError>, outcome);
+        QFETCH(QString, failure);
+        const BleError wantsPairing{ErrorKind::pairingRequired, QStringLiteral("Not paired")};
+        const QByteArray first("\x01first", 6);
+        const QByteArray second("\x02second", 7);
+        const QByteArray third("\x03third", 6);
+        const bool duringSetUp = refused == QLatin1String("notifications");
+        Rig rig;
+        if (duringSetUp) {
+            rig.connecting();
+            rig.discover();
+            Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, false,
+                                                        wantsPairing);
+        } else {
+            // Two frames on their way when the first refusal comes.
+            rig.connected();
+            rig.link->write(first);
+            rig.link->write(second);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, first, wantsPairing);
+            rig.link->write(third);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, second, wantsPairing);
+        }
+        QCOMPARE(rig.adapter.pairRequests, 1);
+        // The PIN is the user's time, not the radio's.
+        rig.clock.advance(BluetoothTransport::connectTimeout * 3);
+        QCOMPARE(rig.adapter.cancels, 0);
+        QCOMPARE(rig.adapter.writes.size(), duringSetUp ? 0 : 2);
+        Q_EMIT rig.adapter.pairingFinished(outcome);
+
+        const bool refusedAgain = failure == BluetoothTransport::refusedWhilePairedText;
+        if (!outcome && duringSetUp) {
+            QCOMPARE(rig.adapter.notifySwitches.size(), 2);
+            if (refusedAgain)
+                Q_EMIT rig.adapter.notificationStateChanged(BluetoothTransport::txUUID, false,
+                                                            wantsPairing);
+            else
+                rig.notificationsOn();
+        } else if (!outcome) {
+            const auto sent = [&] {
+                QList<QByteArray> values;
+                for (const FakeBleAdapter::Write& write : std::as_const(rig.adapter.writes))
+                    values.append(write.value);
+                return values;
+            };
+            QCOMPARE(sent(), (QList<QByteArray>{first, second, first, second, third}));
+            if (refusedAgain)
+                Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, third, wantsPairing);
+        }
+        QCOMPARE(rig.adapter.pairRequests, 1);
+        if (failure.isEmpty()) {
+            QCOMPARE(rig.link->state(), T::connected);
+            // Announced once: after pairing in the set-up, before it otherwise.
+            QCOMPARE(rig.connectedSpy.count(), duringSetUp ? 1 : 0);
+            QVERIFY(rig.failedSpy.isEmpty() && rig.writeFailedSpy.isEmpty());
+        } else if (refusedAgain && !duringSetUp) {
+            // The refused frame fails; the link stays.
+            QCOMPARE(rig.link->state(), T::connected);
+            QCOMPARE(rig.writeFailedSpy.count(), 1);
+            QCOMPARE(rig.writeFailedSpy.at(0).at(1).toString(), failure);
+        } else {
+            QCOMPARE(rig.link->state(), T::disconnected);
+            QCOMPARE(rig.failures(), QStringList{failure});
+            QCOMPARE(rig.adapter.cancels, 1);
+            QCOMPARE(rig.connectedSpy.count(), 0);
+        }
+    }
+
+    // One frame is one write, also a long one: a write with a response
+    // becomes a long write. Without one, a frame longer than the MTU allows
+    // fails with a text that says so, and nothing is written.
     void writeTypeFollowsProperties_data() {
         QTest::addColumn<bool>("canWrite");
         QTest::addColumn<bool>("canWriteWithoutResponse");
+        QTest::addColumn<int>("mtu");
         QTest::addColumn<bool>("withResponse");
-        QTest::newRow("write only") << true << false << true;
-        QTest::newRow("both") << true << true << true;
-        QTest::newRow("without response only") << false << true << false;
+        QTest::addColumn<QString>("failure");
+        const QString tooLong = BluetoothTransport::frameTooLongText(300, 23);
+        QTest::newRow("write only") << true << false << -1 << true << QString();
+        QTest::newRow("both") << true << true << -1 << true << QString();
+        QTest::newRow("without response only") << false << true << -1 << false << QString();
+        QTest::newRow("write only, MTU 23") << true << false << 23 << true << QString();
+        QTest::newRow("without response only, MTU 23") << false << true << 23 << false << tooLong;
+        QTest::newRow("without response only, MTU 517")
+            << false << true << 517 << false << QString();
     }
     void writeTypeFollowsProperties() {
         QFETCH(bool, canWrite);
         QFETCH(bool, canWriteWithoutResponse);
+        QFETCH(int, mtu);
         QFETCH(bool, withResponse);
+        QFETCH(QString, failure);
         Rig rig;
+        rig.adapter.mtuValue = mtu;
         rig.connected(writeCharacteristic(canWrite, canWriteWithoutResponse));
-        // One frame is one write however long it is.
+        QCOMPARE(rig.link->mtu(), mtu);
         const QByteArray frame(300, '\x2a');
         rig.link->write(frame);
-        QVERIFY(rig.adapter.writes ==
-                (QList<FakeBleAdapter::Write>{{BluetoothTransport::rxUUID, frame, withResponse}}));
+        if (failure.isEmpty()) {
+            QVERIFY(rig.adapter.writes == (QList<FakeBleAdapter::Write>{
+                                              {BluetoothTransport::rxUUID, frame, withResponse}}));
+            return;
+        }
+        QVERIFY(rig.adapter.writes.isEmpty());
+        QVERIFY(rig.writeFailedSpy.wait(1000));
+        QCOMPARE(rig.writeFailedSpy.at(0).at(0).toByteArray(), frame);
+        QCOMPARE(rig.writeFailedSpy.at(0).at(1).toString(), failure);
+    }
+
+    // A radio refuses a frame for another reason: the controller hears why,
+    // with the MTU when the frame was longer than one write.
+    void refusedWrites_data() {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<QString>("text");
+        const QString reason = QStringLiteral("Operation failed with ATT error: 0x06");
+        QTest::newRow("short") << 10 << BluetoothTransport::writeRefusedText(10, 23, reason);
+        QTest::newRow("long") << 40 << BluetoothTransport::writeRefusedText(40, 23, reason);
+    }
+    void refusedWrites() {
+        QFETCH(int, size);
+        QFETCH(QString, text);
+        Rig rig;
+        rig.adapter.mtuValue = 23;
+        rig.connected();
+        const QByteArray frame(size, '\x07');
+        rig.link->write(frame);
+        Q_EMIT rig.adapter.writeFailed(
+            BluetoothTransport::rxUUID, frame,
+            {ErrorKind::other, u"Operation failed with ATT error: 0x06"_s});
+        QCOMPARE(rig.writeFailedSpy.count(), 1);
+        QCOMPARE(rig.writeFailedSpy.at(0).at(1).toString(), text);
+        QCOMPARE(text.contains(QLatin1String("MTU 23")), size > 20);
+        QCOMPARE(rig.link->state(), T::connected);
+    }
+
+    // A notification carries at most MTU - 3 bytes; a radio sends a longer
+    // frame as full-sized pieces and a shorter last one. The link joins them;
+    // a full-sized piece that nothing follows was a whole frame.
+    void notificationPieces_data() {
+        QTest::addColumn<int>("mtu");
+        QTest::addColumn<QList<int>>("pieces");
+        QTest::addColumn<QList<int>>("frames");
+        QTest::addColumn<QList<int>>("framesAfterWait");
+        QTest::newRow("MTU unknown")
+            << -1 << QList<int>{20, 20, 5} << QList<int>{20, 20, 5} << QList<int>{20, 20, 5};
+        QTest::newRow("MTU 23, one frame in three pieces")
+            << 23 << QList<int>{20, 20, 5} << QList<int>{45} << QList<int>{45};
+        QTest::newRow("MTU 23, two frames")
+            << 23 << QList<int>{20, 3, 7} << QList<int>{23, 7} << QList<int>{23, 7};
+        QTest::newRow("MTU 23, a frame of exactly one piece")
+            << 23 << QList<int>{20} << QList<int>{} << QList<int>{20};
+        QTest::newRow("MTU 247, long notifications whole")
+            << 247 << QList<int>{148, 58} << QList<int>{148, 58} << QList<int>{148, 58};
+    }
+    void notificationPieces() {
+        QFETCH(int, mtu);
+        QFETCH(QList<int>, pieces);
+        QFETCH(QList<int>, frames);
+        QFETCH(QList<int>, framesAfterWait);
+        Rig rig;
+        rig.adapter.mtuValue = mtu;
+        rig.connected();
+        QByteArray sent;
+        char next = 'a';
+        for (int size : pieces) {
+            const QByteArray piece(size, next++);
+            sent += piece;
+            Q_EMIT rig.adapter.valueUpdated(BluetoothTransport::txUUID, piece);
+        }
+        const auto sizes = [&] {
+            QList<int> out;
+            QByteArray joined;
+            for (const QByteArray& frame : Rig::firstArgs<QByteArray>(rig.receivedSpy)) {
+                out.append(int(frame.size()));
+                joined += frame;
+            }
+            return std::pair(out, joined);
+        };
+        QCOMPARE(sizes().first, frames);
+        rig.clock.advance(BluetoothTransport::pieceWait);
+        QCOMPARE(sizes().first, framesAfterWait);
+        QCOMPARE(sizes().second, sent);
+    }
+
+    // Scans and connections wait for Bluetooth: no scan while connecting, and
+    // a radio still listed while Bluetooth is off is not tried. The computer
+    // going to sleep ends the link as a drop (the radio is looked for again
+    // after the wake), and nothing starts before the wake, which counts as
+    // Bluetooth returning.
+    void bluetoothComesFirst() {
+        Rig rig;
+        rig.adapter.reportPower(PowerState::poweredOff);
+        rig.clearSpies();
+        rig.link->connectToDevice(radio(1));
+        QVERIFY(rig.adapter.connects.isEmpty());
+        QCOMPARE(rig.failures(), QStringList{BluetoothTransport::bluetoothOffText});
+        QVERIFY(rig.stateSpy.isEmpty());
+
+        rig.powerOn();
+        rig.connected();
+        Q_EMIT rig.adapter.sleepChanged(true);
+        QCOMPARE(rig.states(), QList<T>{T::disconnected});
+        QCOMPARE(rig.adapter.cancels, 1);
+        QVERIFY(rig.failedSpy.isEmpty());
+        rig.link->startScan();
+        rig.link->connectToDevice(radio(1));
+        QVERIFY(rig.adapter.scans.isEmpty());
+        QCOMPARE(rig.adapter.connects.size(), 1);
+        Q_EMIT rig.adapter.sleepChanged(false);
+        QCOMPARE(rig.states(), (QList<T>{T::disconnected, T::ready}));
+        QCOMPARE(rig.returnedSpy.count(), 1);
+    }
+
+    // Service Changed while connected: the link stays, discovers the radio's
+    // services again, and the frames written meanwhile (also one that met
+    // the old characteristic, gone already) go out afterwards. Services not
+    // found again in time end the link.
+    void servicesChangedWhileConnected_data() {
+        QTest::addColumn<bool>("writtenFirst");
+        QTest::addColumn<bool>("foundAgain");
+        QTest::newRow("changed, then written") << false << true;
+        QTest::newRow("written to the gone characteristic") << true << true;
+        QTest::newRow("not found again") << false << false;
+    }
+    void servicesChangedWhileConnected() {
+        QFETCH(bool, writtenFirst);
+        QFETCH(bool, foundAgain);
+        Rig rig;
+        rig.connected();
+        const QByteArray frame("\x14", 1);
+        if (writtenFirst) {
+            rig.link->write(frame);
+            Q_EMIT rig.adapter.writeFailed(BluetoothTransport::rxUUID, frame,
+                                           {ErrorKind::characteristicGone, u"No such object"_s});
+            rig.adapter.writes.clear();
+        }
+        Q_EMIT rig.adapter.servicesChanged();
+        QCOMPARE(rig.adapter.serviceDiscoveries.size(), 2);
+        if (!writtenFirst)
+            rig.link->write(frame);
+        QVERIFY(rig.adapter.writes.isEmpty());
+        if (!foundAgain) {
+            rig.clock.advance(BluetoothTransport::connectTimeout);
+            QCOMPARE(rig.states(), QList<T>{T::disconnected});
+            QCOMPARE(rig.failures(), QStringList{BluetoothTransport::servicesLostText});
+            return;
+        }
+        Q_EMIT rig.adapter.servicesDiscovered({BluetoothTransport::serviceUUID});
+        Q_EMIT rig.adapter.characteristicsDiscovered(
+            BluetoothTransport::serviceUUID, {writeCharacteristic(), notifyCharacteristic()});
+        rig.notificationsOn();
+        QCOMPARE(rig.adapter.writes.size(), 1);
+        QCOMPARE(rig.adapter.writes.first().value, frame);
+        QVERIFY(rig.stateSpy.isEmpty() && rig.connectedSpy.isEmpty());
+        QVERIFY(rig.writeFailedSpy.isEmpty());
+        rig.clock.advance(BluetoothTransport::connectTimeout);
+        QVERIFY(rig.stateSpy.isEmpty());
+    }
+
+    // Forgetting a radio ends its connection first; an unknown one is left alone.
+    void forgetDevice() {
+        Rig rig;
+        rig.connected();
+        rig.link->forgetDevice(QUuid::createUuid());
+        QVERIFY(rig.adapter.forgets.isEmpty());
+        rig.link->forgetDevice(radio(1).id);
+        QCOMPARE(rig.states(), QList<T>{T::disconnected});
+        QCOMPARE(rig.adapter.cancels, 1);
+        QCOMPARE(rig.adapter.forgets, QList<QVariant>{radio(1).peripheral});
     }
 };
 

@@ -1,5 +1,3 @@
-#include "time/clock.h"
-#include "transport/bluetooth_transport.h"
 #include "transport/qt_ble_adapter.h"
 
 #include <QBluetoothAddress>
@@ -15,16 +13,16 @@ class TestQtBleAdapter : public QObject {
 
 private Q_SLOTS:
     void connectingToAnUnknownHandleFailsLater() {
-        ManualClock clock;
         QtBleAdapter adapter;
-        BluetoothTransport link(&adapter, &clock);
-        QSignalSpy failed(&link, &MeshLink::transportFailed);
-        DiscoveredDevice nothing;
-        nothing.id = QUuid::createUuid();
-        link.connectToDevice(nothing);
+        // Without Bluetooth here; a power loss would drop reports on their way.
+        QSignalSpy power(&adapter, &BleAdapter::powerStateChanged);
+        QVERIFY(power.wait(2000));
+        QSignalSpy failed(&adapter, &BleAdapter::failedToConnect);
+        adapter.connectToPeripheral(QVariant());
         QCOMPARE(failed.count(), 0); // never from inside the call
         QVERIFY(failed.wait(2000));
-        QCOMPARE(link.state(), TransportState::disconnected);
+        QCOMPARE(failed.first().first().value<std::optional<BleAdapter::Error>>()->text,
+                 QtBleAdapter::unknownRadioText);
     }
 
     void radioIdIsStableAndPerAddress() {
@@ -39,36 +37,65 @@ private Q_SLOTS:
         QVERIFY(QtBleAdapter::stableId(b) != QtBleAdapter::stableId(a));
     }
 
-    void controllerErrorMapping_data() {
-        QTest::addColumn<QLowEnergyController::Error>("error");
-        QTest::addColumn<bool>("linkUp");
+    // BlueZ's error names decide what the link does next: retry, pair, or
+    // tell the user why (and, before the link is up, in words of its own).
+    void bluezErrorMapping_data() {
+        using Call = QtBleAdapter::Call;
+        QTest::addColumn<Call>("call");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("agentRegistered");
         QTest::addColumn<ErrorKind>("kind");
-        QTest::newRow("connection error")
-            << QLowEnergyController::ConnectionError << false << ErrorKind::connectionFailed;
-        QTest::newRow("closed while connecting")
-            << QLowEnergyController::RemoteHostClosedError << false << ErrorKind::connectionFailed;
-        QTest::newRow("closed once connected")
-            << QLowEnergyController::RemoteHostClosedError << true << ErrorKind::other;
-        QTest::newRow("authorization") << QLowEnergyController::AuthorizationError << false
-                                       << ErrorKind::peerRemovedPairingInformation;
-        QTest::newRow("unknown device")
-            << QLowEnergyController::UnknownRemoteDeviceError << false << ErrorKind::other;
-        // What Qt 6.4 makes of an error reply to BlueZ's Connect().
-        QTest::newRow("unknown error while connecting")
-            << QLowEnergyController::UnknownError << false << ErrorKind::connectionFailed;
-        QTest::newRow("unknown error once connected")
-            << QLowEnergyController::UnknownError << true << ErrorKind::other;
+        const auto row = [](const char* tag, Call call, const char* name, const char* text,
+                            bool agent, ErrorKind kind) {
+            QTest::newRow(tag) << call << QString::fromLatin1(name) << QString::fromLatin1(text)
+                               << agent << kind;
+        };
+        row("connect aborted", Call::connect, "org.bluez.Error.Failed",
+            "le-connection-abort-by-local", true, ErrorKind::connectionFailed);
+        row("connect not ready", Call::connect, "org.bluez.Error.NotReady", "Resource Not Ready",
+            true, ErrorKind::connectionFailed);
+        row("connect, bond refused", Call::connect, "org.bluez.Error.AuthenticationFailed",
+            "Authentication Failed", true, ErrorKind::peerRemovedPairingInformation);
+        row("gatt not permitted", Call::gatt, "org.bluez.Error.NotPermitted", "Not paired", true,
+            ErrorKind::pairingRequired);
+        row("gatt not authorized", Call::gatt, "org.bluez.Error.NotAuthorized", "Not Authorized",
+            true, ErrorKind::pairingRequired);
+        row("gatt failed, not paired", Call::gatt, "org.bluez.Error.Failed", "Not paired", true,
+            ErrorKind::pairingRequired);
+        row("gatt stale bond", Call::gatt, "org.bluez.Error.AuthenticationFailed",
+            "Authentication Failed", true, ErrorKind::pairingRequired);
+        row("gatt insufficient encryption", Call::gatt, "org.bluez.Error.Failed",
+            "Operation failed with ATT error: Insufficient Encryption", true,
+            ErrorKind::pairingRequired);
+        row("gatt insufficient resources", Call::gatt, "org.bluez.Error.Failed",
+            "Insufficient Resources", true, ErrorKind::other);
+        row("gatt long write refused", Call::gatt, "org.bluez.Error.Failed",
+            "Operation failed with ATT error: 0x06", true, ErrorKind::other);
+        row("wrong PIN", Call::pair, "org.bluez.Error.AuthenticationFailed",
+            "Authentication Failed", true, ErrorKind::pairingRefused);
+        row("no agent to ask", Call::pair, "org.bluez.Error.AuthenticationFailed",
+            "Authentication Failed", false, ErrorKind::pairingImpossible);
+        row("confirmation refused", Call::pair, "org.bluez.Error.AuthenticationRejected",
+            "Authentication Rejected", true, ErrorKind::pairingRefused);
+        row("cancelled", Call::pair, "org.bluez.Error.AuthenticationCanceled",
+            "Authentication Canceled", true, ErrorKind::pairingCancelled);
+        row("timed out", Call::pair, "org.bluez.Error.AuthenticationTimeout",
+            "Authentication Timeout", true, ErrorKind::pairingCancelled);
+        row("already paired", Call::pair, "org.bluez.Error.AlreadyExists", "Already Exists", true,
+            ErrorKind::staleBond);
     }
-    void controllerErrorMapping() {
-        QFETCH(QLowEnergyController::Error, error);
-        QFETCH(bool, linkUp);
+    void bluezErrorMapping() {
+        QFETCH(QtBleAdapter::Call, call);
+        QFETCH(QString, name);
+        QFETCH(QString, text);
+        QFETCH(bool, agentRegistered);
         QFETCH(ErrorKind, kind);
-        const auto mapped =
-            QtBleAdapter::mapControllerError(error, linkUp, QStringLiteral("Unknown Error"));
+        const auto mapped = QtBleAdapter::mapBluezError(call, name, text, agentRegistered);
         QCOMPARE(mapped.kind, kind);
-        // Before the link is up, a text that says what happened, not Qt's.
-        QCOMPARE(mapped.text,
-                 linkUp ? QStringLiteral("Unknown Error") : QtBleAdapter::connectFailedText);
+        const bool ownWords =
+            call == QtBleAdapter::Call::connect && kind == ErrorKind::connectionFailed;
+        QCOMPARE(mapped.text, ownWords ? QtBleAdapter::connectFailedText : text);
     }
 };
 

@@ -1,8 +1,12 @@
+#include "connection_failure_model.h"
 #include "conversation_list_model.h"
 #include "device_list_model.h"
+#include "logic/safe_text.h"
 #include "node_list_model.h"
+#include "pin_form.h"
 #include "shell_model.h"
 #include "translations.h"
+#include "transport/pairing_prompt.h"
 #include "ui_rig.h"
 
 #include <QSignalSpy>
@@ -147,6 +151,135 @@ private Q_SLOTS:
         rig.clock.advance(1s);
         QVERIFY(rig.controller->transportState() == TransportState::connected ||
                 rig.controller->transportState() == TransportState::connecting);
+    }
+
+    // Radios the system knows are marked, one without a signal says so, and
+    // two of the same name show their addresses (only while both are listed).
+    void devicesTellKnownAndTwinsApart() {
+        UiRig rig;
+        Bound<DeviceListModel> model(rig.controller);
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        const auto radio = [](const char* name, const char* address, int rssi, bool known) {
+            DiscoveredDevice device;
+            device.id = QUuid::createUuidV5(QUuid(), QLatin1String(address));
+            device.name = QLatin1String(name);
+            device.rssi = rssi;
+            device.known = known;
+            device.address = QLatin1String(address);
+            return device;
+        };
+        Q_EMIT rig.radio.transportDiscovered(radio("Harbour", "C0:FF:EE:00:00:01", 0, true));
+        Q_EMIT rig.radio.transportDiscovered(radio("Twin", "C0:FF:EE:00:00:02", -60, false));
+        QCOMPARE(roleValue(model, 0, "known").toBool(), true);
+        QCOMPARE(roleValue(model, 0, "heard").toBool(), false);
+        QCOMPARE(roleValue(model, 1, "heard").toBool(), true);
+        QCOMPARE(roleValue(model, 1, "address").toString(), QString());
+        changed.clear();
+        Q_EMIT rig.radio.transportDiscovered(radio("Twin", "C0:FF:EE:00:00:03", -80, false));
+        QVERIFY(!changed.isEmpty());
+        QCOMPARE(roleValue(model, 1, "address").toString(), u"C0:FF:EE:00:00:02"_s);
+        QCOMPARE(roleValue(model, 2, "address").toString(), u"C0:FF:EE:00:00:03"_s);
+        QCOMPARE(roleValue(model, 0, "address").toString(), QString());
+        // Heard at last: the same row, now with its signal.
+        Q_EMIT rig.radio.transportDiscovered(radio("Harbour", "C0:FF:EE:00:00:01", -55, true));
+        QCOMPARE(model.count(), 3);
+        QCOMPARE(roleValue(model, 0, "heard").toBool(), true);
+    }
+
+    // The PIN sheet's form: digits only, six at most, each question starting
+    // empty; what may be given depends on the question, and the answer goes
+    // to whoever asked.
+    void pinFormAnswersTheRadio_data() {
+        QTest::addColumn<PairingPrompt::Kind>("kind");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("digits");
+        QTest::addColumn<bool>("canSubmit");
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<quint32>("passkey");
+        using K = PairingPrompt::Kind;
+        QTest::newRow("PIN") << K::enterPasskey << u"123456"_s << u"123456"_s << true << true
+                             << 123456u;
+        QTest::newRow("PIN with spaces and letters")
+            << K::enterPasskey << u" 12 a3-4"_s << u"1234"_s << true << true << 1234u;
+        QTest::newRow("too many digits")
+            << K::enterPasskey << u"12345678"_s << u"123456"_s << true << true << 123456u;
+        QTest::newRow("nothing typed")
+            << K::enterPasskey << u"abc"_s << QString() << false << false << 0u;
+        QTest::newRow("confirm") << K::confirmPasskey << QString() << QString() << true << true
+                                 << 4711u;
+    }
+    void pinFormAnswersTheRadio() {
+        QFETCH(PairingPrompt::Kind, kind);
+        QFETCH(QString, typed);
+        QFETCH(QString, digits);
+        QFETCH(bool, canSubmit);
+        QFETCH(bool, accepted);
+        QFETCH(quint32, passkey);
+        PairingPrompt prompt;
+        PinForm form;
+        form.setPrompt(&prompt);
+        QVERIFY(!form.isOpen());
+        std::optional<PairingPrompt::Answer> answer;
+        prompt.ask(kind, u"Ridge <b>Radio</b>\u202e"_s, 4711,
+                   [&](const PairingPrompt::Answer& given) { answer = given; });
+        QVERIFY(form.isOpen());
+        QCOMPARE(form.radioName(), ViewLogic::safeName(u"Ridge <b>Radio</b>\u202e"_s));
+        QCOMPARE(form.passkey(),
+                 kind == PairingPrompt::Kind::confirmPasskey ? u"004711"_s : QString());
+        form.setDigits(typed);
+        QCOMPARE(form.digits(), digits);
+        QCOMPARE(form.canSubmit(), canSubmit);
+        form.submit();
+        QCOMPARE(answer.has_value(), canSubmit);
+        if (!canSubmit) {
+            form.cancel();
+            QVERIFY(answer && !answer->accepted);
+            QVERIFY(!form.isOpen());
+            return;
+        }
+        QCOMPARE(answer->accepted, accepted);
+        QCOMPARE(answer->passkey, passkey);
+        QVERIFY(!form.isOpen());
+        // The next question starts empty.
+        prompt.ask(PairingPrompt::Kind::enterPasskey, u"Ridge"_s, 0, {});
+        QCOMPARE(form.digits(), QString());
+    }
+
+    // After an attempt at a radio fails, the screen offers it again and to
+    // forget it; not for a failure that was no attempt, and no more once
+    // the user has acted.
+    void connectionFailureOffersRetryAndForget() {
+        UiRig rig;
+        Bound<ConnectionFailureModel> failure(rig.controller);
+        rig.controller->startScan();
+        rig.clock.advance(500ms);
+        const DiscoveredDevice radio = rig.controller->discoveredDevices().value(0);
+        QVERIFY(!radio.id.isNull());
+        Q_EMIT rig.radio.transportFailed(u"Scanning for radios failed."_s);
+        QCOMPARE(failure.radioName(), QString());
+
+        rig.radio.setInRange(false);
+        rig.controller->connectToDevice(radio);
+        rig.clock.advance(5s);
+        QVERIFY(!rig.controller->connectionError().isEmpty());
+        QCOMPARE(failure.radioName(), SimulatedRadio::deviceName);
+        QVERIFY(failure.canRetry());
+
+        rig.radio.setInRange(true);
+        failure.retry();
+        QCOMPARE(failure.radioName(), QString());
+        rig.clock.advance(5s);
+        QCOMPARE(rig.controller->transportState(), TransportState::connected);
+
+        rig.radio.setInRange(false);
+        rig.controller->disconnectFromDevice();
+        rig.controller->connectToDevice(radio);
+        rig.clock.advance(5s);
+        QCOMPARE(failure.radioName(), SimulatedRadio::deviceName);
+        failure.forget();
+        QCOMPARE(failure.radioName(), QString());
+        QVERIFY(!rig.controller->rememberedDeviceId());
+        QVERIFY(rig.controller->discoveredDevices().isEmpty());
     }
 };
 

@@ -20,6 +20,8 @@ class TestShellViews : public QObject {
     QString textOf(const char* name) const { return m_rig->text(name); }
     static QString textOf(const QObject* object) { return ::textOf(object); }
     int countOf(const char* list) const { return m_rig->count(list); }
+    // Sheets and dialogs are popups, not items.
+    bool sheetShown(const char* name) const { return m_rig->value(name, "visible").toBool(); }
     // Right-clicks a row of the conversation list and returns the menu item
     // of that name once the menu shows it; null if it never does.
     QObject* rowMenuItem(int index, const char* name) const {
@@ -71,6 +73,79 @@ private Q_SLOTS:
         // Ready again, but a radio is listed: no new scan by itself.
         m_rig->advance(1s);
         QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
+    }
+
+    // A radio the system knows is marked, says it has no signal yet, and
+    // shows no bars.
+    void knownRadioIsMarked() {
+        DiscoveredDevice known;
+        known.id = QUuid::createUuid();
+        known.name = u"Harbour Radio"_s;
+        known.known = true;
+        known.address = u"C0:FF:EE:00:00:21"_s;
+        Q_EMIT m_rig->radio.transportDiscovered(known);
+        QQuickItem* row = nullptr;
+        QTRY_VERIFY((row = itemAtIndex(m_rig->find("deviceList"), 0)));
+        QVERIFY(findVisualItem(row, u"knownMark"_s)->isVisible());
+        QCOMPARE(textOf(findVisualItem(row, u"deviceRssi"_s)),
+                 qtTrId("connection.device.not.heard"));
+    }
+
+    // The PIN sheet opens by itself when a radio asks, with its name; the
+    // typed PIN goes back as the answer and the sheet closes. A passkey to
+    // confirm shows as six digits; Cancel refuses it.
+    void pinSheetAnswersTheRadio() {
+        std::optional<PairingPrompt::Answer> answer;
+        const auto reply = [&](const PairingPrompt::Answer& given) { answer = given; };
+        m_rig->pairingPrompt.ask(PairingPrompt::Kind::enterPasskey, u"Ridge Radio"_s, 0, reply);
+        QTRY_VERIFY(sheetShown("pinSheet"));
+        auto* sheet = m_rig->find("pinSheet");
+        QVERIFY(sheet->findChild<QObject*>(u"form"_s)->property("radioName") == u"Ridge Radio"_s);
+        auto* field = sheet->findChild<QObject*>(u"pinField"_s);
+        auto* pair = sheet->findChild<QObject*>(u"mainButton"_s);
+        QVERIFY(field && pair);
+        QVERIFY(!pair->property("enabled").toBool());
+        field->setProperty("text", u"123456"_s);
+        QVERIFY(pair->property("enabled").toBool());
+        QMetaObject::invokeMethod(pair, "clicked");
+        QVERIFY(answer && answer->accepted);
+        QCOMPARE(answer->passkey, 123456u);
+        QTRY_VERIFY(!sheetShown("pinSheet"));
+
+        answer.reset();
+        m_rig->pairingPrompt.ask(PairingPrompt::Kind::confirmPasskey, u"Ridge Radio"_s, 4711,
+                                 reply);
+        QTRY_VERIFY(sheetShown("pinSheet"));
+        QCOMPARE(textOf(sheet->findChild<QObject*>(u"passkey"_s)), u"004711"_s);
+        QVERIFY(!sheet->findChild<QQuickItem*>(u"pinField"_s)->isVisible());
+        QMetaObject::invokeMethod(sheet->findChild<QObject*>(u"cancelButton"_s), "clicked");
+        QVERIFY(answer && !answer->accepted);
+        QTRY_VERIFY(!sheetShown("pinSheet"));
+
+        // The radio gives up: the sheet goes without an answer.
+        answer.reset();
+        m_rig->pairingPrompt.ask(PairingPrompt::Kind::enterPasskey, u"Ridge Radio"_s, 0, reply);
+        QTRY_VERIFY(sheetShown("pinSheet"));
+        m_rig->pairingPrompt.withdraw();
+        QTRY_VERIFY(!sheetShown("pinSheet"));
+        QVERIFY(!answer);
+    }
+
+    // "Forget this radio in Bluetooth" in the device pane asks first, then
+    // ends the connection for good.
+    void forgetFromTheDevicePane() {
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->find("mainView")->setProperty("inspector", u"device"_s);
+        QTRY_VERIFY(m_rig->item("forgetButton"));
+        QMetaObject::invokeMethod(m_rig->item("forgetButton"), "clicked");
+        QTRY_VERIFY(sheetShown("forgetDialog"));
+        QVERIFY(textOf(m_rig->find("forgetDialog")->property("header").value<QObject*>())
+                    .contains(m_rig->radio.selfInfo().name));
+        QVERIFY(m_rig->controller->rememberedDeviceId());
+        QMetaObject::invokeMethod(m_rig->find("forgetConfirm"), "clicked");
+        QCOMPARE(m_rig->controller->transportState(), TransportState::disconnected);
+        QVERIFY(!m_rig->controller->rememberedDeviceId());
+        QTRY_VERIFY(m_rig->shows("connectionView"));
     }
 
     // Each reason Bluetooth cannot be used gets its own plain explanation,
@@ -237,14 +312,14 @@ private Q_SLOTS:
         const QString book = books.pathFor(m_rig->radio.selfInfo().publicKey);
         QVERIFY(QFile::exists(book));
 
-        QObject* forget = m_rig->find("forgetRadioMenuItem");
+        QObject* forget = m_rig->find("forgetThisRadioMenuItem");
         QVERIFY(forget && forget->property("enabled").toBool());
-        QObject* dialog = m_rig->find("forgetRadioDialog");
+        QObject* dialog = m_rig->find("forgetThisRadioDialog");
         QVERIFY(dialog);
         QMetaObject::invokeMethod(dialog, "open");
-        QTRY_VERIFY(m_rig->shows("forgetRadioConfirm"));
-        QVERIFY(textOf("forgetRadioTitle").contains(m_rig->radio.selfInfo().name));
-        click(m_rig->item("forgetRadioConfirm"));
+        QTRY_VERIFY(m_rig->shows("forgetThisRadioConfirm"));
+        QVERIFY(textOf("forgetThisRadioTitle").contains(m_rig->radio.selfInfo().name));
+        click(m_rig->item("forgetThisRadioConfirm"));
         QTest::qWait(400);
         QTRY_VERIFY(m_rig->shows("connectionView"));
         QVERIFY(!QFile::exists(book));

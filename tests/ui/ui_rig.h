@@ -2,6 +2,7 @@
 
 #include "sim_rig.h"
 #include "translations.h"
+#include "transport/pairing_prompt.h"
 
 #include <QAbstractItemModel>
 #include <QQmlApplicationEngine>
@@ -179,6 +180,8 @@ struct UiRig : SimRig {
 // The whole window (Main.qml) over a rig's controller, its items found by
 // object name. The engine goes before the controller it shows.
 struct WindowRig : UiRig {
+    // What a radio asks while it pairs, as the Bluetooth adapter would ask it.
+    PairingPrompt pairingPrompt;
     QQmlApplicationEngine engine;
 
     explicit WindowRig(Neighbours neighbours = demoNeighbours,
@@ -186,7 +189,9 @@ struct WindowRig : UiRig {
         : UiRig(neighbours) {
         if (network)
             engine.setNetworkAccessManagerFactory(network);
-        engine.setInitialProperties({{u"controller"_s, QVariant::fromValue(controller.get())}});
+        engine.setInitialProperties(
+            {{u"controller"_s, QVariant::fromValue(controller.get())},
+             {u"pairingPrompt"_s, QVariant::fromValue<QObject*>(&pairingPrompt)}});
         engine.load(QUrl(u"qrc:/qt/qml/Talvenne/Main.qml"_s));
     }
 

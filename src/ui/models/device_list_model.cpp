@@ -17,9 +17,12 @@ void DeviceListModel::attach(MeshController* controller) {
             m_count = int(this->controller()->discoveredDevices().size());
             endInsertRows();
             Q_EMIT countChanged();
+            namesChanged();
         });
-        connect(controller, &MeshController::discoveredDeviceChanged, this,
-                [this](int row) { Q_EMIT dataChanged(index(row), index(row)); });
+        connect(controller, &MeshController::discoveredDeviceChanged, this, [this](int row) {
+            Q_EMIT dataChanged(index(row), index(row));
+            namesChanged();
+        });
         connect(controller, &MeshController::discoveredDevicesReset, this, [this] {
             beginResetModel();
             m_count = int(this->controller()->discoveredDevices().size());
@@ -28,6 +31,21 @@ void DeviceListModel::attach(MeshController* controller) {
         });
     }
     Q_EMIT countChanged();
+}
+
+// A new radio or a new name can make another row's name ambiguous.
+void DeviceListModel::namesChanged() {
+    if (m_count > 1)
+        Q_EMIT dataChanged(index(0), index(m_count - 1), {AddressRole});
+}
+
+bool DeviceListModel::nameShared(int row) const {
+    const QList<DiscoveredDevice>& devices = controller()->discoveredDevices();
+    for (int other = 0; other < m_count && other < devices.size(); ++other) {
+        if (other != row && devices.at(other).name == devices.at(row).name)
+            return true;
+    }
+    return false;
 }
 
 int DeviceListModel::rowCount(const QModelIndex& parent) const {
@@ -48,16 +66,25 @@ QVariant DeviceListModel::data(const QModelIndex& index, int role) const {
         return device.rssi;
     case RssiTextRole:
         return ViewLogic::rssiText(device.rssi);
+    case KnownRole:
+        return device.known;
+    case HeardRole:
+        return device.rssi != 0;
+    case AddressRole:
+        if (!nameShared(index.row()))
+            return QString();
+        // Where the system hides addresses, the start of the id tells them apart.
+        return device.address.isEmpty() ? device.id.toString(QUuid::WithoutBraces).left(8)
+                                        : ViewLogic::safeName(device.address);
     }
     return {};
 }
 
 QHash<int, QByteArray> DeviceListModel::roleNames() const {
     return {
-        {IdRole, "deviceId"},
-        {NameRole, "name"},
-        {RssiRole, "rssi"},
-        {RssiTextRole, "rssiText"},
+        {IdRole, "deviceId"},       {NameRole, "name"},   {RssiRole, "rssi"},
+        {RssiTextRole, "rssiText"}, {KnownRole, "known"}, {HeardRole, "heard"},
+        {AddressRole, "address"},
     };
 }
 

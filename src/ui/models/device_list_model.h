@@ -9,7 +9,8 @@
 class MeshController;
 
 // The radios found by the scan, in the controller's order. Follows the
-// controller's row signals one to one.
+// controller's row signals one to one. Radios of the same name show what
+// tells them apart (their address), and radios the system knows are marked.
 class DeviceListModel : public ControllerBoundListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -21,6 +22,10 @@ public:
         NameRole,
         RssiRole,
         RssiTextRole, // "-70 dBm"
+        KnownRole,    // the system knows it (paired, trusted, connected)
+        HeardRole,    // false for a known radio not heard in this scan
+        // The address while another listed radio has the same name, else empty.
+        AddressRole,
     };
     Q_ENUM(Role)
 
@@ -42,6 +47,9 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    void namesChanged();
+    bool nameShared(int row) const;
+
     // The number of rows views were told about; the controller's list may
     // already be longer while an insertion is being announced.
     int m_count = 0;

@@ -190,6 +190,11 @@ QCoro::Task<void> DeviceViewModel::appear() {
     Q_EMIT stateChanged();
 }
 
+void DeviceViewModel::forgetRadio() {
+    if (controller())
+        controller()->forgetDevice();
+}
+
 void DeviceViewModel::disconnectRadio() {
     if (controller())
         controller()->disconnectFromDevice();

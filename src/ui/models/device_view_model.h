@@ -76,6 +76,8 @@ public:
     Q_INVOKABLE void commitTxPower();
     Q_INVOKABLE void refresh();
     Q_INVOKABLE void disconnectRadio();
+    // "Forget this radio in Bluetooth": disconnects and removes the bond.
+    Q_INVOKABLE void forgetRadio();
 
 Q_SIGNALS:
     void changed();

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 
-// A stand-in BlueZ for the end-to-end tests, on the bus that
+// A stand-in BlueZ (and logind) for the end-to-end tests, on the bus that
 // DBUS_SYSTEM_BUS_ADDRESS names. Prints "ready" once both of its names are
 // owned. QtBluetooth runs the owner of org.bluez with --version to learn
 // which BlueZ it talks to: the answer is the version whose behaviour this
@@ -39,10 +39,11 @@ int main(int argc, char* argv[]) {
     FakeBluez bluez(bluezBus);
     if (args.contains(QStringLiteral("--no-adapter")))
         bluez.removeAdapter();
-    FakeBluezControl control(&bluez);
+    FakeLogind logind(controlBus);
+    FakeBluezControl control(&bluez, &logind);
     controlBus.registerObject(QStringLiteral("/control"), &control,
                               QDBusConnection::ExportAllSlots);
-    if (!controlBus.registerService(QStringLiteral("org.talvenne.FakeBluez")) ||
+    if (!controlBus.registerService(QStringLiteral("org.talvenne.FakeBluez")) || !logind.start() ||
         (!args.contains(QStringLiteral("--no-service")) && !bluez.claimService())) {
         std::fputs("cannot own the bus names\n", stderr);
         return 1;

@@ -26,6 +26,10 @@ Rectangle {
         id: bluetooth
         adapter: view.bluetoothAdapter
     }
+    ConnectionFailureModel {
+        id: failure
+        controller: view.controller
+    }
 
     Flickable {
         anchors.fill: parent
@@ -104,11 +108,44 @@ Rectangle {
                 }
             }
 
+            // After a failed connection: the radio again, or forgotten in
+            // Bluetooth when its bond or cached services no longer fit.
+            RowLayout {
+                objectName: "failureActions"
+                visible: view.shell.connectionError.length > 0 && failure.radioName.length > 0
+                Layout.alignment: Qt.AlignHCenter
+                spacing: 10
+                SecondaryButton {
+                    objectName: "retryButton"
+                    visible: failure.canRetry
+                    text: qsTrId("connection.button.retry")
+                    onClicked: {
+                        view.shell.dismissConnectionError()
+                        failure.retry()
+                    }
+                }
+                SecondaryButton {
+                    objectName: "forgetFailedButton"
+                    text: qsTrId("connection.button.forget")
+                    tint: Theme.red
+                    onClicked: forgetDialog.open()
+                }
+            }
+
             ScanButton {
                 objectName: "scanButton"
                 Layout.alignment: Qt.AlignHCenter
                 shell: view.shell
             }
+        }
+    }
+
+    ForgetRadioDialog {
+        id: forgetDialog
+        radioName: failure.radioName
+        onConfirmed: {
+            view.shell.dismissConnectionError()
+            failure.forget()
         }
     }
 }

@@ -104,6 +104,9 @@ Rectangle {
                 name: model.name
                 rssi: model.rssi
                 rssiText: model.rssiText
+                known: model.known
+                heard: model.heard
+                address: model.address
                 onActivated: {
                     card.shell.dismissConnectionError()
                     devices.connectTo(index)

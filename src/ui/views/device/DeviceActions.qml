@@ -3,7 +3,8 @@ import QtQuick.Layouts
 import Talvenne
 
 // The buttons at the foot of the device pane: the two adverts with their
-// brief "sent" state, reboot (after a confirmation) and disconnect.
+// brief "sent" state, reboot (after a confirmation), disconnect, and
+// forgetting the radio in Bluetooth (after a confirmation).
 ColumnLayout {
     id: actions
 
@@ -11,6 +12,7 @@ ColumnLayout {
     required property ShellModel shell
 
     signal rebootRequested()
+    signal forgetRequested()
 
     spacing: 8
 
@@ -61,5 +63,12 @@ ColumnLayout {
         text: qsTrId("device.button.disconnect")
         symbol: "wifi.slash"
         onClicked: actions.device.disconnectRadio()
+    }
+    PaneButton {
+        objectName: "forgetButton"
+        text: qsTrId("device.button.forget")
+        symbol: "trash"
+        tint: Theme.red
+        onClicked: actions.forgetRequested()
     }
 }

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Talvenne
 
 // The inspector pane of the connected radio: identity, radio settings and
-// battery, statistics, and the advert, reboot and disconnect buttons.
+// battery, statistics, and the advert, reboot, disconnect and forget buttons.
 ScrollView {
     id: pane
 
@@ -67,11 +67,17 @@ ScrollView {
             device: viewModel
             shell: radio
             onRebootRequested: rebootDialog.open()
+            onForgetRequested: forgetDialog.open()
         }
     }
 
     RebootDialog {
         id: rebootDialog
         onConfirmed: pane.controller.reboot()
+    }
+    ForgetRadioDialog {
+        id: forgetDialog
+        radioName: viewModel.name
+        onConfirmed: viewModel.forgetRadio()
     }
 }

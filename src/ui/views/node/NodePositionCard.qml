@@ -3,8 +3,9 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// Where a node is: its coordinates and a button that opens the position on
-// OpenStreetMap in the browser. Shown only for nodes with a position.
+// Where a node is: a map of it, its coordinates, how far it is from the
+// user's radio, and a button that opens the position on OpenStreetMap in
+// the browser. Shown only for nodes with a position.
 Rectangle {
     id: card
 
@@ -24,6 +25,14 @@ Rectangle {
         y: 12
         width: card.width - 32
         spacing: 8
+        NodeMap {
+            id: nodeMap
+            Layout.fillWidth: true
+            Layout.preferredHeight: implicitHeight
+            controller: card.node.controller
+            publicKey: card.node.publicKey
+            compact: card.node.inspector
+        }
         RowLayout {
             spacing: 8
             Icon {
@@ -41,6 +50,28 @@ Rectangle {
                 selectionColor: Theme.selection
                 font.pixelSize: Theme.calloutSize
                 font.family: "monospace"
+            }
+        }
+        RowLayout {
+            objectName: "distanceRow"
+            visible: nodeMap.distanceText.length > 0
+            spacing: 8
+            Icon {
+                symbol: "location.north.circle"
+                color: Theme.accent
+            }
+            Label {
+                text: qsTrId("node.detail.distance")
+                color: Theme.secondaryText
+                font.pixelSize: Theme.calloutSize
+            }
+            Label {
+                objectName: "distanceText"
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignRight
+                text: nodeMap.distanceText
+                color: Theme.primaryText
+                font.pixelSize: Theme.calloutSize
             }
         }
         Button {

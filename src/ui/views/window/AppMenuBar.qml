@@ -3,8 +3,8 @@ import QtQuick.Controls
 import Talvenne
 
 // The window's menus: File (Connect to Another Radio, Disconnect while
-// connected, Forget This Radio, Quit), View (the two
-// sidebar modes, Find, the inspector panes) and Help (About). Their
+// connected, Forget This Radio, Quit), View (the two sidebar modes, the map,
+// Find, the inspector panes) and Help (About). Their
 // shortcuts work whether or not a menu is open.
 MenuBar {
     id: bar
@@ -15,7 +15,7 @@ MenuBar {
 
     signal aboutRequested()
     signal connectAnotherRequested()
-    signal forgetRadioRequested()
+    signal forgetThisRadioRequested()
     signal historySearchRequested()
     // File > Quit: the window closes, which may ask first.
     signal quitRequested()
@@ -69,12 +69,12 @@ MenuBar {
             }
         }
         BarItem {
-            objectName: "forgetRadioMenuItem"
+            objectName: "forgetThisRadioMenuItem"
             visible: bar.shell.canForgetRadio
             action: Action {
                 text: qsTrId("menu.file.forget.radio")
                 enabled: bar.shell.canForgetRadio
-                onTriggered: bar.forgetRadioRequested()
+                onTriggered: bar.forgetThisRadioRequested()
             }
         }
         BarItem {
@@ -117,6 +117,17 @@ MenuBar {
                 checkable: true
                 checked: bar.mainView !== null && bar.mainView.mode === "nodes"
                 onTriggered: bar.mainView.mode = "nodes"
+            }
+        }
+        BarItem {
+            objectName: "mapMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.map")
+                shortcut: "Ctrl+3"
+                enabled: bar.mainView !== null
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.showsMap
+                onTriggered: bar.mainView.toggleMap()
             }
         }
         MenuSeparator {}

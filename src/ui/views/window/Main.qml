@@ -9,6 +9,8 @@ ApplicationWindow {
     required property MeshController controller
     // The Bluetooth adapter, for the connection screen's explanations.
     property QtObject bluetoothAdapter: null
+    // What a radio asks while it pairs, for the PIN sheet.
+    property QtObject pairingPrompt: null
     readonly property MainView mainView: content.mainView
 
     objectName: "talvenneWindow"
@@ -44,7 +46,7 @@ ApplicationWindow {
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
         onConnectAnotherRequested: radioPicker.open()
-        onForgetRadioRequested: forgetRadio.open()
+        onForgetThisRadioRequested: forgetThisRadio.open()
         onHistorySearchRequested: historySearch.open()
         onQuitRequested: window.close()
     }
@@ -75,9 +77,13 @@ ApplicationWindow {
         bluetoothAdapter: window.bluetoothAdapter
     }
 
-    ForgetRadioDialog {
-        id: forgetRadio
+    ForgetThisRadioDialog {
+        id: forgetThisRadio
         shell: shell
+    }
+
+    PinSheet {
+        prompt: window.pairingPrompt
     }
 
     ContentView {

@@ -14,15 +14,21 @@ Item {
     property string mode: "messages"      // "messages" or "nodes"
     property string nodeSelection: ""     // a public key in nodes mode
     property string inspector: ""         // "", "device" or "chatInfo"
+    // View > Map: the map of every node in the detail column, over the
+    // chat or node it hides until a row, a mode or a marker is chosen.
+    property bool showsMap: false
     property bool showAddContact: false
     property bool showAddChannel: false
 
     // The chat in the detail column, if one is open.
     readonly property ChatView chat: chatLoader.item as ChatView
-    readonly property string chatContactKey: mode === "messages" ? shell.currentChatContactKey : ""
+    readonly property string chatContactKey: mode === "messages" && !showsMap
+                                             ? shell.currentChatContactKey : ""
     // What the window's title names: the open chat with its subtitle, or the
     // node shown; empty when the detail column is a placeholder.
     readonly property string windowTitle: {
+        if (main.showsMap)
+            return qsTrId("map.title")
         if (mode === "messages" && main.chat)
             return main.chat.title + " – " + main.chat.subtitle
         if (mode === "nodes" && nodeDetailLoader.item)
@@ -38,10 +44,36 @@ Item {
     function nodeDetail() { return nodeDetailLoader.item as NodeDetailView }
 
     function toggleInspector(pane) { inspector = inspector === pane ? "" : pane }
+    function toggleMap() {
+        showsMap = !showsMap
+        if (showsMap)
+            focusMapLater.start()
+    }
+    Timer {
+        id: focusMapLater
+        interval: 0
+        onTriggered: if (meshMapLoader.item) (meshMapLoader.item as MeshMapView).focusMap()
+    }
+
+    // A marker chosen on the map: the chat of a companion or a room, the
+    // details of any other node.
+    function openFromMap(publicKey, canChat) {
+        if (canChat) {
+            main.shell.select("contact:" + publicKey)
+            main.mode = "messages"
+        } else {
+            main.mode = "nodes"
+            main.nodeSelection = publicKey
+        }
+        main.showsMap = false
+        enterDetailLater.start()
+    }
     function focusSearch() { sidebar.focusSearch() }
 
     // Enter or a click on a sidebar row: the keyboard moves on to the detail.
     function enterDetail() {
+        if (main.showsMap)
+            return
         if (mode === "messages" && main.chat)
             main.chat.focusComposer()
         else if (mode === "nodes" && nodeDetailLoader.item)
@@ -50,8 +82,13 @@ Item {
 
     Connections {
         target: main.shell
-        function onConversationOpened() { main.mode = "messages" }
+        function onConversationOpened() {
+            main.mode = "messages"
+            main.showsMap = false
+        }
+        function onSelectedConversationKeyChanged() { main.showsMap = false }
     }
+    onNodeSelectionChanged: showsMap = false
 
     AdvertSender {
         id: advert
@@ -134,6 +171,14 @@ Item {
                 onClicked: advert.send()
             }
             ToolbarButton {
+                objectName: "mapButton"
+                symbol: "map"
+                text: qsTrId("main.toolbar.map")
+                help: qsTrId("main.toolbar.map.help")
+                checked: main.showsMap
+                onClicked: main.toggleMap()
+            }
+            ToolbarButton {
                 objectName: "conversationInfoButton"
                 visible: main.chatContactKey.length > 0
                 symbol: "info.circle"
@@ -186,9 +231,15 @@ Item {
             shell: main.shell
             mode: main.mode
             nodeSelection: main.nodeSelection
-            onModePicked: (mode) => main.mode = mode
+            onModePicked: (mode) => {
+                main.mode = mode
+                main.showsMap = false
+            }
             onNodeSelected: (key) => main.nodeSelection = key
-            onRowActivated: enterDetailLater.start()
+            onRowActivated: {
+                main.showsMap = false
+                enterDetailLater.start()
+            }
             Timer { id: enterDetailLater; interval: 0; onTriggered: main.enterDetail() }
         }
 
@@ -207,6 +258,8 @@ Item {
                 objectName: "chatLoader"
                 anchors.fill: parent
                 active: detail.showChat
+                // Under the map the chat stays as it was, draft included.
+                visible: !main.showsMap
                 Component.onCompleted: setSource("ChatView.qml", {
                     controller: main.controller,
                     conversationKey: Qt.binding(function () { return detail.conversationKey }),
@@ -220,7 +273,7 @@ Item {
             EmptyDetail {
                 objectName: "conversationEmptyDetail"
                 anchors.fill: parent
-                visible: main.mode === "messages" && !detail.showChat
+                visible: main.mode === "messages" && !detail.showChat && !main.showsMap
                 symbol: "bubble.left.and.bubble.right"
                 title: qsTrId("main.empty.conversation.title")
                 message: qsTrId("main.empty.conversation.message")
@@ -229,6 +282,7 @@ Item {
                 id: nodeDetailLoader
                 objectName: "nodeDetailLoader"
                 anchors.fill: parent
+                visible: !main.showsMap
                 readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
                 active: main.mode === "nodes" && hasNode
                 sourceComponent: NodeDetailView {
@@ -243,10 +297,22 @@ Item {
             EmptyDetail {
                 objectName: "nodeEmptyDetail"
                 anchors.fill: parent
-                visible: main.mode === "nodes" && !(main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection))
+                visible: main.mode === "nodes" && !main.showsMap
+                         && !(main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection))
                 symbol: "point.3.connected.trianglepath.dotted"
                 title: qsTrId("main.empty.node.title")
                 message: qsTrId("main.empty.node.message")
+            }
+            Loader {
+                id: meshMapLoader
+                objectName: "meshMapLoader"
+                anchors.fill: parent
+                active: main.showsMap
+                sourceComponent: MeshMapView {
+                    controller: main.controller
+                    onNodeChosen: (publicKey, canChat) => main.openFromMap(publicKey, canChat)
+                    onSelfChosen: main.inspector = "device"
+                }
             }
         }
 

@@ -3,13 +3,14 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// File > Forget This Radio: says what goes and what stays before it goes.
+// File > Forget This Radio: says what goes (the radio's node book, reconnecting
+// to it) and what stays (the history, the Bluetooth pairing) before it goes.
 Dialog {
     id: dialog
 
     required property ShellModel shell
 
-    objectName: "forgetRadioDialog"
+    objectName: "forgetThisRadioDialog"
     parent: Overlay.overlay
     anchors.centerIn: parent
     modal: true
@@ -29,7 +30,7 @@ Dialog {
         spacing: 12
         Text {
             textFormat: Text.PlainText
-            objectName: "forgetRadioTitle"
+            objectName: "forgetThisRadioTitle"
             Layout.fillWidth: true
             text: qsTrId("forget.radio.title").arg(dialog.shell.pillTitle)
             color: Theme.primaryText
@@ -39,7 +40,7 @@ Dialog {
         }
         Text {
             textFormat: Text.PlainText
-            objectName: "forgetRadioText"
+            objectName: "forgetThisRadioText"
             Layout.fillWidth: true
             text: qsTrId("forget.radio.text")
             color: Theme.primaryText
@@ -51,12 +52,12 @@ Dialog {
             spacing: 8
             SecondaryButton {
                 id: cancelButton
-                objectName: "forgetRadioCancel"
+                objectName: "forgetThisRadioCancel"
                 text: qsTrId("forget.radio.cancel")
                 onClicked: dialog.close()
             }
             ProminentButton {
-                objectName: "forgetRadioConfirm"
+                objectName: "forgetThisRadioConfirm"
                 text: qsTrId("forget.radio.confirm")
                 onClicked: {
                     dialog.close()
