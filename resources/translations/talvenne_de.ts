@@ -135,6 +135,10 @@
         <source>Group channel</source>
         <translation>Gruppenkanal</translation>
     </message>
+    <message id="sidebar.row.name.and.key">
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
     <message id="sidebar.channel.remove">
         <source>Remove Channel</source>
         <translation>Kanal entfernen</translation>

@@ -17,6 +17,9 @@ using MeshProtocol::AdvertType;
 
 Q_DECLARE_METATYPE(ViewLogic::Tint)
 
+// Names that the node books give to keys.
+using BookNames = QHash<QString, QString>;
+
 namespace {
 
 const QString keyA = u"aa"_s + QString(62, u'0');
@@ -161,17 +164,39 @@ private Q_SLOTS:
 
     // Conversations whose contact the radio does not know stay listed, after
     // its contacts, newest first, under a book's name or the key; empty ones
-    // (only made for a contact once listed) do not.
+    // (only made for a contact once listed) do not. A book's name that reads
+    // like another row's (an impostor's, or an old key of the same person)
+    // gets the start of its key.
     void messagesListTheConversationsTheRadioDoesNotKnow_data() {
         QTest::addColumn<QString>("search");
+        QTest::addColumn<BookNames>("bookNames");
         QTest::addColumn<QStringList>("contacts");
-        QTest::newRow("all") << QString() << QStringList{"Known", "Harbour", keyD.left(12)};
-        QTest::newRow("by a book's name") << u"harb"_s << QStringList{"Harbour"};
-        QTest::newRow("by key") << u"dd333"_s << QStringList{keyD.left(12)};
+        const auto keyed = [](const char* name, const QString& key) {
+            return QString::fromUtf8(name) + u" ("_s + key.left(12) + u')';
+        };
+        QTest::newRow("all") << QString() << BookNames{{keyB, u"Harbour"_s}}
+                             << QStringList{"Known", "Harbour", keyD.left(12)};
+        QTest::newRow("by a book's name")
+            << u"harb"_s << BookNames{{keyB, u"Harbour"_s}} << QStringList{"Harbour"};
+        QTest::newRow("by key") << u"dd333"_s << BookNames{{keyB, u"Harbour"_s}}
+                                << QStringList{keyD.left(12)};
+        QTest::newRow("a listed contact's name")
+            << QString() << BookNames{{keyB, u"Known"_s}}
+            << QStringList{"Known", keyed("Known", keyB), keyD.left(12)};
+        QTest::newRow("a listed contact's name, spaced and cased otherwise")
+            << QString() << BookNames{{keyB, u" known "_s}}
+            << QStringList{"Known", keyed(" known ", keyB), keyD.left(12)};
+        QTest::newRow("two of them under one name")
+            << QString() << BookNames{{keyB, u"Harbour"_s}, {keyD, u"Harbour"_s}}
+            << QStringList{"Known", keyed("Harbour", keyB), keyed("Harbour", keyD)};
+        QTest::newRow("the search finds it by its name")
+            << u"know"_s << BookNames{{keyB, u"Known"_s}}
+            << QStringList{"Known", keyed("Known", keyB)};
     }
 
     void messagesListTheConversationsTheRadioDoesNotKnow() {
         QFETCH(QString, search);
+        QFETCH(BookNames, bookNames);
         const auto conversation = [](const QString& key, qint64 lastActivity, bool withMessage) {
             Conversation c;
             c.target = ConversationID::contact(key);
@@ -186,7 +211,7 @@ private Q_SLOTS:
             conversations.insert(c.target.conversationKey(), c);
         const QList<Contact> known{contact(keyA, u"Known"_s, AdvertType::chat, 1)};
         const MessagesList list =
-            messagesList({}, known, conversations, {}, search, QLocale(), {{keyB, u"Harbour"_s}});
+            messagesList({}, known, conversations, {}, search, QLocale(), bookNames);
         QTEST(titles(list.contacts), "contacts");
         QVERIFY(!messagesList({}, {}, conversations, {}, {}).showEmptyState);
     }

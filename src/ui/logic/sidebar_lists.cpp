@@ -6,6 +6,8 @@ namespace ViewLogic {
 
 namespace {
 
+constexpr qsizetype keyPrefixLength = 12;
+
 bool newerAdvert(const Contact& a, const Contact& b) {
     return a.lastAdvert > b.lastAdvert;
 }
@@ -68,14 +70,27 @@ MessagesList messagesList(const QList<Channel>& channels, const QList<Contact>& 
             return a->lastActivity > b->lastActivity;
         return a->target.contactKey() < b->target.contactKey();
     });
+    // A book's name that a contact of the radio, or another such
+    // conversation, also goes by gets the key beside it: two rows that read
+    // alike would be two people the user cannot tell apart.
+    QHash<QString, int> nameUses;
+    const auto sameName = [](const QString& name) { return name.simplified().toCaseFolded(); };
+    for (const Contact& contact : contacts)
+        ++nameUses[sameName(contact.name)];
+    for (const Conversation* conversation : std::as_const(unlisted))
+        ++nameUses[sameName(knownNames.value(conversation->target.contactKey()))];
     for (const Conversation* conversation : std::as_const(unlisted)) {
         Contact known;
         known.publicKey = conversation->target.contactKey();
         known.name = knownNames.value(known.publicKey);
         known.type = MeshProtocol::AdvertType::chat;
-        if (matchesSearch(known, search, locale))
-            list.contacts.append(
-                contactRow(known, conversation, favorites.contains(known.publicKey)));
+        if (!matchesSearch(known, search, locale))
+            continue;
+        ConversationRow row = contactRow(known, conversation, favorites.contains(known.publicKey));
+        if (!known.name.isEmpty() && nameUses.value(sameName(known.name)) > 1)
+            row.title = qtTrId("sidebar.row.name.and.key")
+                            .arg(row.title, known.publicKey.left(keyPrefixLength));
+        list.contacts.append(row);
     }
 
     // The search never causes the empty state: it is about having nothing at all.

@@ -24,7 +24,8 @@ bool isConversationContact(const Contact& contact);
 // pass the search, favourites first, then by last advert, newest first; after
 // them the conversations with messages whose contact the radio does not know
 // (it dropped them, or it is away and its book is lost), newest first, under
-// the name `knownNames` gives their key (else the key).
+// the name `knownNames` gives their key (else the key), with the start of the
+// key beside a name that a contact or another such row also goes by.
 struct MessagesList {
     QList<ConversationRow> channels; // the channels section, shown when not empty
     QList<ConversationRow> contacts; // the contacts section
