@@ -13,6 +13,7 @@
 #include "transport/bluetooth_transport.h"
 #include "transport/qt_ble_adapter.h"
 #include "window_activation.h"
+#include "window_probe.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -148,6 +149,8 @@ int main(int argc, char* argv[]) {
         }
     });
     openConversationsFromNotifications(notifications, engine);
+    // Process-level tests read the window through it; off unless asked for.
+    WindowProbe::startIfAsked(qobject_cast<QQuickWindow*>(engine.rootObjects().value(0)));
     // The remembered radio's book fills the lists right after the first
     // frame, which it does not wait for. The times are logged under
     // talvenne.startup (QT_LOGGING_RULES="talvenne.startup.info=true").
