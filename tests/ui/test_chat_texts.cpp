@@ -1,11 +1,11 @@
 // What the chat shows: its header, the composer's limit, and a message
 // bubble's text in runs, a channel sender's name, badge and colour, the
 // footer and the delivery report.
+#include "text/text_segments.h"
 #include "ui/logic/channel_sender.h"
 #include "ui/logic/chat_header.h"
 #include "ui/logic/composer.h"
 #include "ui/logic/delivery_report.h"
-#include "ui/logic/text_segments.h"
 #include "ui/translations.h"
 
 #include <QCoreApplication>
@@ -13,6 +13,7 @@
 #include <QTest>
 
 using namespace ViewLogic;
+using namespace Text;
 using namespace Qt::StringLiterals;
 using MeshProtocol::AdvertType;
 using State = ChatMessage::DeliveryState;

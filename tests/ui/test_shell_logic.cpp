@@ -90,17 +90,18 @@ private Q_SLOTS:
     }
 
     // A row's title, subtitle and avatar: the public channel by its secret,
-    // a slot by its number, a contact without a name by its key and type.
+    // a slot by its number, a contact without a name by its key and type;
+    // the last message's mentions as its bubble shows them.
     void rowValues() {
         Conversation conversation;
         ChatMessage message;
-        message.text = u"last words"_s;
+        message.text = u"@[Bob Smith], last words"_s;
         conversation.messages = {message};
         conversation.lastActivity = QDateTime::fromSecsSinceEpoch(1000, Qt::UTC);
         const ConversationRow row =
             channelRow(channel(0, {}, u"5D0C2A7F91E4B8365FA0C7D21E9B4A83"_s), &conversation);
         QCOMPARE(row.title, u"Public"_s);
-        QCOMPARE(row.subtitle, u"last words"_s);
+        QCOMPARE(row.subtitle, u"@Bob Smith, last words"_s);
         QVERIFY(row.hasTime());
         QCOMPARE(row.symbol, u"globe"_s);
         const ConversationRow other =
