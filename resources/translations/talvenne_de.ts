@@ -347,9 +347,17 @@
         <source>Getting Bluetooth ready…</source>
         <translation>Bluetooth wird vorbereitet …</translation>
     </message>
+    <message id="connection.empty.none.found">
+        <source>No radio found nearby</source>
+        <translation>Kein Funkgerät in der Nähe gefunden</translation>
+    </message>
     <message id="connection.button.scan">
         <source>Scan</source>
         <translation>Suchen</translation>
+    </message>
+    <message id="connection.button.scan.again">
+        <source>Scan Again</source>
+        <translation>Erneut suchen</translation>
     </message>
     <message id="connection.button.stop">
         <source>Stop</source>

@@ -347,9 +347,17 @@
         <source>Getting Bluetooth ready…</source>
         <translation>Getting Bluetooth ready…</translation>
     </message>
+    <message id="connection.empty.none.found">
+        <source>No radio found nearby</source>
+        <translation>No radio found nearby</translation>
+    </message>
     <message id="connection.button.scan">
         <source>Scan</source>
         <translation>Scan</translation>
+    </message>
+    <message id="connection.button.scan.again">
+        <source>Scan Again</source>
+        <translation>Scan Again</translation>
     </message>
     <message id="connection.button.stop">
         <source>Stop</source>
