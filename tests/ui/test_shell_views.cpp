@@ -326,6 +326,17 @@ private Q_SLOTS:
         QTRY_COMPARE(main->property("nodeSelection").toString(), second);
         QCOMPARE(m_rig->value("nodeList", "currentIndex").toInt(), 1);
 
+        // Removed, it leaves the empty detail and no row highlighted.
+        QTRY_VERIFY(m_rig->shows("removeButton"));
+        click(m_rig->find<QQuickItem>("removeButton"));
+        m_rig->advance(2s);
+        QTRY_COMPARE(countOf("nodeList"), 3);
+        QVERIFY(!m_rig->controller->contactForKey(second));
+        QCOMPARE(main->property("nodeSelection").toString(), QString());
+        QTRY_VERIFY(m_rig->shows("nodeEmptyDetail"));
+        QVERIFY(!m_rig->find("nodeDetailView"));
+        QCOMPARE(m_rig->value("nodeList", "currentIndex").toInt(), -1);
+
         QCOMPARE(m_rig->value("sidebarSearch", "placeholderText").toString(),
                  qtTrId("sidebar.search.nodes"));
         m_rig->find("sidebarSearch")->setProperty("text", u"zzzz"_s);

@@ -223,12 +223,25 @@ Item {
                 title: qsTrId("main.empty.conversation.title")
                 message: qsTrId("main.empty.conversation.message")
             }
+            // The selected node while it is in the contact list. One that
+            // leaves it (removed here or by the radio) is no longer selected;
+            // one that is merely out of sight while the radio is away stays.
+            NodeDetailModel {
+                id: selectedNode
+                objectName: "selectedNode"
+                controller: main.controller
+                publicKey: main.nodeSelection
+                onExistsChanged: {
+                    if (!exists && main.nodeSelection.length > 0 && main.shell.connected
+                            && !main.shell.syncing)
+                        main.nodeSelection = ""
+                }
+            }
             Loader {
                 id: nodeDetailLoader
                 objectName: "nodeDetailLoader"
                 anchors.fill: parent
-                readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
-                active: main.mode === "nodes" && hasNode
+                active: main.mode === "nodes" && selectedNode.exists
                 sourceComponent: NodeDetailView {
                     controller: main.controller
                     publicKey: main.nodeSelection
@@ -241,7 +254,7 @@ Item {
             EmptyDetail {
                 objectName: "nodeEmptyDetail"
                 anchors.fill: parent
-                visible: main.mode === "nodes" && !(main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection))
+                visible: main.mode === "nodes" && !selectedNode.exists
                 symbol: "point.3.connected.trianglepath.dotted"
                 title: qsTrId("main.empty.node.title")
                 message: qsTrId("main.empty.node.message")
