@@ -185,6 +185,41 @@ private Q_SLOTS:
         QVERIFY(m_rig->controller->transportState() != TransportState::connected);
     }
 
+    // After connecting the focus is on the conversation list, and shows.
+    // Tab and Shift+Tab leave the composer without typing anything, and
+    // every pane is reached by Tab: the sidebar, the chat and either
+    // inspector beside it.
+    void tabReachesEveryPane_data() {
+        QTest::addColumn<QString>("inspector");
+        QTest::addColumn<QByteArray>("paneItem"); // a control inside the inspector
+        QTest::newRow("device") << u"device"_s << QByteArray("editNameButton");
+        QTest::newRow("chat info") << u"chatInfo"_s << QByteArray("favoriteButton");
+    }
+
+    void tabReachesEveryPane() {
+        QFETCH(QString, inspector);
+        QFETCH(QByteArray, paneItem);
+        QVERIFY(m_rig->connectToMainView());
+        QTRY_COMPARE(focusName(), u"conversationList"_s);
+        QTRY_VERIFY(m_rig->shows("listFocusRing"));
+
+        m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+        find("mainView")->setProperty("inspector", inspector);
+        m_rig->advance(2s);
+        QVERIFY(tabTo("composerText"));
+        type(u"hi"_s);
+        key(Qt::Key_Tab);
+        QVERIFY(focusName() != u"composerText"_s);
+        QVERIFY(tabTo("composerText"));
+        key(Qt::Key_Backtab);
+        QVERIFY(focusName() != u"composerText"_s);
+        QCOMPARE(m_rig->text("composerText"), u"hi"_s);
+
+        QVERIFY(tabTo(paneItem.constData(), m_rig->find<QQuickItem>("inspector")));
+        QVERIFY(tabTo("sidebarSearch"));
+        QVERIFY(tabTo("conversationList"));
+    }
+
     // Every interactive element of the main views carries a name for screen
     // readers, read through Qt's accessibility interfaces; the window's
     // title names the open chat or node.

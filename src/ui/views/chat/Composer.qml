@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Talvenne
 
 // The message field with its send button and the length limit below.
-// Return sends, Shift+Return starts a new line. The draft is cut to the
+// Return sends, Shift+Return starts a new line, Tab moves on. The draft is cut to the
 // limit as it is typed or pasted.
 Rectangle {
     id: composer
@@ -88,6 +88,16 @@ Rectangle {
                         }
                         Accessible.name: placeholderText
                         Keys.onEscapePressed: composer.leaveRequested()
+                        // Tab and Shift+Tab move on, as from any other field;
+                        // a message has no use for tab characters.
+                        Keys.onTabPressed: event => {
+                            field.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                            event.accepted = true
+                        }
+                        Keys.onBacktabPressed: event => {
+                            field.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+                            event.accepted = true
+                        }
                         Keys.onPressed: event => {
                             if (event.key !== Qt.Key_Return && event.key !== Qt.Key_Enter)
                                 return

@@ -33,6 +33,8 @@ Item {
     objectName: "mainView"
 
     onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
+    // Connected: the keyboard starts on the conversation list.
+    Component.onCompleted: sidebar.focusList()
 
     // The node in the detail column, if one is shown.
     function nodeDetail() { return nodeDetailLoader.item as NodeDetailView }
