@@ -519,6 +519,18 @@
         <source>Copy the secret</source>
         <translation>Das Geheimnis kopieren</translation>
     </message>
+    <message id="add.contact.exists">
+        <source>%1 is already a contact.</source>
+        <translation>%1 ist schon ein Kontakt.</translation>
+    </message>
+    <message id="add.channel.exists">
+        <source>You have already joined %1.</source>
+        <translation>Du bist %1 schon beigetreten.</translation>
+    </message>
+    <message id="add.button.open">
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
     <message id="%lld/64">
         <source>%1/64</source>
         <translation>%1/64</translation>

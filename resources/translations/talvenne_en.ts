@@ -519,6 +519,18 @@
         <source>Copy the secret</source>
         <translation>Copy the secret</translation>
     </message>
+    <message id="add.contact.exists">
+        <source>%1 is already a contact.</source>
+        <translation>%1 is already a contact.</translation>
+    </message>
+    <message id="add.channel.exists">
+        <source>You have already joined %1.</source>
+        <translation>You have already joined %1.</translation>
+    </message>
+    <message id="add.button.open">
+        <source>Open</source>
+        <translation>Open</translation>
+    </message>
     <message id="%lld/64">
         <source>%1/64</source>
         <translation>%1/64</translation>

@@ -70,6 +70,7 @@ Item {
             controller: main.controller
             Component.onCompleted: open()
             onClosed: main.showAddContact = false
+            onOpenRequested: (key) => main.shell.open(key)
         }
     }
     Loader {
@@ -79,6 +80,7 @@ Item {
             controller: main.controller
             Component.onCompleted: open()
             onClosed: main.showAddChannel = false
+            onOpenRequested: (key) => main.shell.open(key)
         }
     }
 
