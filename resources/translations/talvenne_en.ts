@@ -315,6 +315,10 @@
         <source>Expected within %1 s</source>
         <translation>Expected within %1 s</translation>
     </message>
+    <message id="chat.message.delivery.unconfirmed">
+        <source>Not confirmed within %1 s</source>
+        <translation>Not confirmed within %1 s</translation>
+    </message>
     <message id="connection.title">
         <source>Talvenne</source>
         <translation>Talvenne</translation>

@@ -503,6 +503,53 @@ private Q_SLOTS:
     // At the minimum and the default width, with either inspector open,
     // nothing sticks out of the window or out of the pane that clips it, and
     // no unwrapped text is wider than the room it got.
+    // While the radio is away the composer says why, whole, beside either
+    // pane at the smallest window and in German too.
+    void reconnectingNoteIsReadWhole_data() {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("inspector");
+        for (const char* language : {"en", "de"})
+            for (const char* inspector : {"", "device", "chatInfo"})
+                QTest::addRow("%s %s", language, inspector) << language << inspector;
+    }
+    void reconnectingNoteIsReadWhole() {
+        QFETCH(QString, language);
+        QFETCH(QString, inspector);
+        QTranslator german;
+        if (language == u"de"_s) {
+            QVERIFY(german.load(u"talvenne_de"_s, translationsFolder()));
+            QCoreApplication::installTranslator(&german);
+            m_rig = std::make_unique<WindowRig>();
+        }
+        const auto restore = qScopeGuard([&] { QCoreApplication::removeTranslator(&german); });
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+        find("mainView")->setProperty("inspector", inspector);
+        window()->resize(900, 600);
+        m_rig->controller->enableAutomaticReconnection();
+        m_rig->radio.setInRange(false);
+        m_rig->radio.dropLink();
+        m_rig->advance(2s);
+        QTest::qWait(200);
+        auto* note = m_rig->find<QQuickItem>("composerNote");
+        QVERIFY(note && note->isVisible());
+        QVERIFY2(textOf(note).contains(QChar(0x2026)), qPrintable(textOf(note)));
+        QVERIFY(!note->property("truncated").toBool());
+        QVERIFY(note->property("contentWidth").toReal() <= note->width() + 1);
+        const QRectF drawn = note->mapRectToScene(
+            QRectF(0, 0, note->width(), note->property("contentHeight").toReal()));
+        // Left of an open pane, above the window's foot.
+        auto* pane = m_rig->find<QQuickItem>("inspector");
+        const qreal right = pane && pane->isVisible() && pane->width() > 0
+                                ? pane->mapToScene(QPointF(0, 0)).x()
+                                : window()->width();
+        QVERIFY2(drawn.right() <= right + 1 && drawn.bottom() <= window()->height(),
+                 qPrintable(u"%1..%2 of %3, foot %4"_s.arg(drawn.left())
+                                .arg(drawn.right())
+                                .arg(right)
+                                .arg(drawn.bottom())));
+    }
+
     void minimumSizeLaysOut_data() {
         QTest::addColumn<int>("width");
         QTest::addColumn<QString>("inspector");

@@ -244,7 +244,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return Look::tintName(ViewLogic::bubbleFooter(*message).stateTint);
     case ReportLinesRole: {
         QVariantList lines;
-        for (const ViewLogic::ReportLine& line : ViewLogic::reportLines(*message))
+        for (const ViewLogic::ReportLine& line :
+             ViewLogic::reportLines(*message, QLocale(), controller()->clock()->now()))
             lines.append(QVariantMap{{QStringLiteral("symbol"), line.symbol},
                                      {QStringLiteral("text"), line.text.text()},
                                      {QStringLiteral("tint"), Look::tintName(line.tint)}});

@@ -143,6 +143,7 @@ Rectangle {
             readonly property bool blocked: composer.chat.sendBlockedReason.length > 0
             // Why nothing can be sent just now, in place of the length rule.
             Icon {
+                Layout.alignment: Qt.AlignTop
                 symbol: parent.blocked ? "wifi.slash" : "shippingbox"
                 size: Theme.caption2Size + 1
                 color: parent.blocked ? Theme.orange : Theme.secondaryText
@@ -151,13 +152,15 @@ Rectangle {
                 objectName: "composerNote"
                 Layout.fillWidth: true
                 textFormat: Text.PlainText
-                elide: Text.ElideRight
+                // Read whole: a narrow chat takes it on a second line.
+                wrapMode: Text.Wrap
                 text: parent.blocked ? composer.chat.sendBlockedReason
                                      : qsTrId("chat.composer.limit").arg(composer.chat.limit)
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
             Text {
+                Layout.alignment: Qt.AlignTop
                 textFormat: Text.PlainText
                 objectName: "composerCounter"
                 text: composer.chat.counterText(field.text)
