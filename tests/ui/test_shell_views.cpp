@@ -199,9 +199,18 @@ private Q_SLOTS:
         QVERIFY(m_rig->shows("conversationEmptyDetail"));
         QVERIFY(!m_rig->shows("sidebarEmptyState"));
         QVERIFY(!m_rig->shows("conversationInfoButton"));
+        // The toolbar's buttons stay in place as the info button comes.
+        const auto xOf = [&](const char* name) {
+            auto* item = m_rig->find<QQuickItem>(name);
+            return item ? item->mapToScene(QPointF(0, 0)).x() : -1;
+        };
+        const QList<qreal> before{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")};
         const auto target = m_rig->chatWith(u"Aino Virtanen"_s);
         m_rig->controller->setSelectedConversation(target);
         QTRY_VERIFY(m_rig->shows("conversationInfoButton"));
+        QTest::qWait(50);
+        QCOMPARE((QList<qreal>{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")}),
+                 before);
         QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 1);
         m_rig->controller->setSelectedConversation(ConversationID::channel(0));
         QTRY_VERIFY(!m_rig->shows("conversationInfoButton"));

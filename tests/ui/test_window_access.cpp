@@ -189,6 +189,32 @@ private Q_SLOTS:
         QVERIFY(m_rig->controller->transportState() != TransportState::connected);
     }
 
+    // The menus list each item's shortcut beside it.
+    void menusListTheirShortcuts_data() {
+        QTest::addColumn<QByteArray>("item");
+        QTest::addColumn<QString>("shortcut");
+        QTest::newRow("disconnect") << QByteArray("disconnectMenuItem") << u"Ctrl+Shift+D"_s;
+        QTest::newRow("quit, a standard key") << QByteArray("quitMenuItem") << u"Ctrl+Q"_s;
+        QTest::newRow("messages") << QByteArray("messagesMenuItem") << u"Ctrl+1"_s;
+        QTest::newRow("find") << QByteArray("findMenuItem") << u"Ctrl+F"_s;
+        QTest::newRow("search messages")
+            << QByteArray("historySearchMenuItem") << u"Ctrl+Shift+F"_s;
+        QTest::newRow("device") << QByteArray("deviceMenuItem") << u"Ctrl+Shift+I"_s;
+        QTest::newRow("none on a switch") << QByteArray("autoReconnectMenuItem") << QString();
+    }
+    void menusListTheirShortcuts() {
+        QFETCH(QByteArray, item);
+        QFETCH(QString, shortcut);
+        QVERIFY(m_rig->connectToMainView());
+        QObject* menuItem = find(item.constData());
+        QVERIFY(menuItem);
+        auto* shown = menuItem->findChild<QQuickItem*>(u"shortcutText"_s);
+        QVERIFY(shown);
+        QCOMPARE(textOf(shown), shortcut);
+        QCOMPARE(shown->isVisible() || !menuItem->property("visible").toBool(),
+                 !shortcut.isEmpty() || !menuItem->property("visible").toBool());
+    }
+
     // After connecting the focus is on the conversation list, and shows.
     // Tab and Shift+Tab leave the composer without typing anything, and
     // every pane is reached by Tab: the sidebar, the chat and either

@@ -135,14 +135,22 @@ Item {
                 showText: true
                 onClicked: advert.send()
             }
-            ToolbarButton {
-                objectName: "conversationInfoButton"
-                visible: main.chatContactKey.length > 0
-                symbol: "info.circle"
-                text: qsTrId("main.toolbar.conversation.info")
-                help: qsTrId("main.toolbar.conversation.info.help")
-                checked: main.inspector === "chatInfo"
-                onClicked: main.toggleInspector("chatInfo")
+            // Its place is kept while it is hidden, so the buttons beside it
+            // stay where they are as chats are chosen.
+            Item {
+                implicitWidth: infoButton.implicitWidth
+                implicitHeight: infoButton.implicitHeight
+                ToolbarButton {
+                    id: infoButton
+                    objectName: "conversationInfoButton"
+                    anchors.fill: parent
+                    visible: main.chatContactKey.length > 0
+                    symbol: "info.circle"
+                    text: qsTrId("main.toolbar.conversation.info")
+                    help: qsTrId("main.toolbar.conversation.info.help")
+                    checked: main.inspector === "chatInfo"
+                    onClicked: main.toggleInspector("chatInfo")
+                }
             }
             ToolbarButton {
                 objectName: "deviceButton"
