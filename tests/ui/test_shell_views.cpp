@@ -415,7 +415,8 @@ private Q_SLOTS:
 
         // Removed, it leaves the empty detail and no row highlighted.
         QTRY_VERIFY(m_rig->shows("removeButton"));
-        click(m_rig->find<QQuickItem>("removeButton"));
+        // Below the node's map, the button may lie past the window's edge.
+        QMetaObject::invokeMethod(m_rig->find("removeButton"), "clicked");
         m_rig->advance(2s);
         QTRY_COMPARE(countOf("nodeList"), 3);
         QVERIFY(!m_rig->controller->contactForKey(second));
