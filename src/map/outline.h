@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
-// The bundled base map: land and country borders of the whole world at a
-// few scales (resources/map/world-outline.bin, made by
+// The bundled base map: land, lakes and country borders of the whole world
+// at a few scales (resources/map/world-outline.bin, made by
 // scripts/make-outline.py), projected into the unit square of Web Mercator
 // (map/projection.h) as it is read.
 namespace Map {
@@ -25,15 +25,16 @@ struct OutlineLevel {
         std::uint32_t first = 0;
         std::uint32_t count = 0;
     };
-    // Part of a ring's edges that is coastline: `edges` edges from the point
-    // `start` on, wrapping around the ring's end.
+    // Part of a ring's edges that is coastline (or a lake's shore): `edges`
+    // edges from the point `start` on, wrapping around the ring's end.
     struct Coast {
         std::uint32_t ring = 0;
         std::uint32_t start = 0;
         std::uint32_t edges = 0;
     };
-    // A piece of land (an outer ring and its holes), cut small enough that a
-    // tile only reads the pieces it shows. Only its coast edges are stroked.
+    // A piece of land or of a lake (an outer ring and its holes, the islands
+    // of a lake), cut small enough that a tile only reads the pieces it
+    // shows. Only its coast edges are stroked.
     struct Piece {
         std::uint32_t firstRing = 0;
         std::uint32_t ringCount = 0;
@@ -51,11 +52,13 @@ struct OutlineLevel {
     std::vector<OutlinePoint> points;
     std::vector<Ring> rings;
     std::vector<Coast> coasts;
-    std::vector<Piece> pieces;
+    std::vector<Piece> pieces; // land
+    std::vector<Piece> lakes;  // drawn as water over the land
     std::vector<Border> borders;
 
-    // Indexes of the pieces and borders whose bounds meet `world`.
+    // Indexes of the pieces, lakes and borders whose bounds meet `world`.
     std::vector<std::uint32_t> piecesIn(const QRectF& world) const;
+    std::vector<std::uint32_t> lakesIn(const QRectF& world) const;
     std::vector<std::uint32_t> bordersIn(const QRectF& world) const;
 
     // Builds the lookup the two queries use; the reader calls it.
@@ -68,6 +71,7 @@ private:
                                       const std::vector<Feature>& features,
                                       const QRectF& world) const;
     std::vector<std::vector<std::uint32_t>> m_pieceGrid;
+    std::vector<std::vector<std::uint32_t>> m_lakeGrid;
     std::vector<std::vector<std::uint32_t>> m_borderGrid;
 };
 

@@ -1,6 +1,7 @@
 #include "notifications/notification_manager.h"
 
 #include "model/application_id.h"
+#include "notifications/notification_text.h"
 
 #include <QDBusPendingCall>
 #include <QDBusServiceWatcher>
@@ -98,8 +99,8 @@ void NotificationManager::postNotification(const QString& title, const QString& 
         shown.count = 0;
     }
     ++shown.count;
-    shown.title = title;
-    shown.body = body;
+    shown.title = NotificationText::title(title);
+    shown.body = NotificationText::body(body);
     if (shown.inFlight)
         shown.stale = true;
     else

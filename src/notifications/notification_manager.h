@@ -26,8 +26,9 @@ class QDBusServiceWatcher;
 // One conversation shows one notification: further messages replace it with
 // the count of messages since it was last read and the latest text, and
 // withdrawNotifications() closes it. Texts are always plain: a server that
-// renders markup gets the body escaped. Where the server offers actions, the
-// notification's default action reports activated().
+// renders markup gets the body escaped. What the title and body say of the
+// conversation and the message is NotificationText's. Where the server
+// offers actions, the notification's default action reports activated().
 class NotificationManager : public Notifier {
     Q_OBJECT
     Q_PROPERTY(bool authorized READ authorized NOTIFY authorizedChanged)

@@ -82,6 +82,15 @@ QByteArray landSquare() {
            points(square);
 }
 
+// A lake in that square, 12°E 52°N to 18°E 58°N, with an island at 14°E
+// 54°N. Its outer ring's third edge (the top) is a cut: two shore runs.
+QByteArray lakeWithAnIsland() {
+    const QList<QPoint> shore{{192, 142}, {198, 142}, {198, 148}, {192, 148}};
+    const QList<QPoint> island{{194, 144}, {195, 144}, {195, 145}, {194, 145}};
+    return QByteArray(1, '\2') + varint(2) + varint(4) + varint(3) + varint(2) + varint(1) +
+           varint(1) + points(shore) + varint(4) + varint(1) + varint(4) + points(island);
+}
+
 QByteArray borderLine() {
     return QByteArray(1, '\1') + varint(1) + varint(2) + points({{200, 140}, {210, 150}});
 }
@@ -368,6 +377,37 @@ private Q_SLOTS:
         QCOMPARE(outline->levelFor(7), &level);
     }
 
+    // A lake is kept apart from the land it lies on; its shore, islands
+    // included, is stroked and its cut is not.
+    void readsALake() {
+        QString error;
+        const std::optional<Map::Outline> outline = Map::readOutline(
+            outlineFile(levelHeader(0, 3) + landSquare() + lakeWithAnIsland() + borderLine()),
+            &error);
+        QVERIFY2(outline, qPrintable(error));
+        const Map::OutlineLevel& level = outline->levels.front();
+        QCOMPARE(level.pieces.size(), size_t(1));
+        QCOMPARE(level.lakes.size(), size_t(1));
+        const Map::OutlineLevel::Piece& lake = level.lakes.front();
+        QCOMPARE(lake.ringCount, 2u);
+        QCOMPARE(level.rings[lake.firstRing + 1].count, 4u);
+        const auto shore = [&](std::uint32_t i) {
+            const Map::OutlineLevel::Coast& c = level.coasts[lake.firstCoast + i];
+            return QList<std::uint32_t>{c.ring - lake.firstRing, c.start, c.edges};
+        };
+        QCOMPARE(lake.coastCount, 3u);
+        QCOMPARE(shore(0), (QList<std::uint32_t>{0, 0, 2}));
+        QCOMPARE(shore(1), (QList<std::uint32_t>{0, 3, 1}));
+        QCOMPARE(shore(2), (QList<std::uint32_t>{1, 0, 4}));
+        QVERIFY((lake.bounds.topLeft() - Map::project({58, 12})).manhattanLength() < 1e-6);
+        QVERIFY((lake.bounds.bottomRight() - Map::project({52, 18})).manhattanLength() < 1e-6);
+        const QRectF onTheLake(Map::project({55, 16}), QSizeF(0.001, 0.001));
+        QCOMPARE(level.lakesIn(onTheLake), std::vector<std::uint32_t>{0});
+        QCOMPARE(level.piecesIn(onTheLake), std::vector<std::uint32_t>{0});
+        // On the land square beside the lake: no lake.
+        QVERIFY(level.lakesIn(QRectF(Map::project({51, 19}), QSizeF(0.001, 0.001))).empty());
+    }
+
     void refusesBrokenOutlines_data() {
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QString>("error");
@@ -391,6 +431,16 @@ private Q_SLOTS:
             << outlineFile(levelHeader(0, 1) + QByteArray(1, '\0') + varint(1) + varint(3) +
                            varint(1) + varint(2) + points({{1, 1}, {2, 2}, {1, 2}}))
             << u"a ring's edges do not add up"_s;
+        QTest::newRow("a lake without a ring")
+            << outlineFile(levelHeader(0, 2) + landSquare() + QByteArray(1, '\2') + varint(0))
+            << u"a piece of a lake without a ring"_s;
+        QTest::newRow("a lake's shore that does not add up")
+            << outlineFile(levelHeader(0, 1) + QByteArray(1, '\2') + varint(1) + varint(3) +
+                           varint(2) + varint(1) + varint(1) + points({{1, 1}, {2, 2}, {1, 2}}))
+            << u"a ring's edges do not add up"_s;
+        QTest::newRow("cut in a lake")
+            << outlineFile(levelHeader(0, 2) + landSquare() + lakeWithAnIsland().chopped(3))
+            << u"the file ends early"_s;
         QTest::newRow("a point outside the world")
             << outlineFile(levelHeader(0, 1) + QByteArray(1, '\1') + varint(1) + varint(2) +
                            points({{10, 10}, {400, 10}}))
@@ -434,10 +484,14 @@ private Q_SLOTS:
         QCOMPARE(outline->levelFor(18), &outline->levels[1]);
         for (const Map::OutlineLevel& level : outline->levels) {
             QVERIFY(level.pieces.size() > 1000 && level.borders.size() > 300);
+            // Natural Earth's lakes at 1:50m, at both scales.
+            QVERIFY(level.lakes.size() > 250);
             // (Near the poles a small piece is tall in Mercator.)
-            for (const Map::OutlineLevel::Piece& piece : level.pieces)
-                QVERIFY2(piece.bounds.width() < 0.25 && piece.bounds.height() < 0.5,
-                         "a piece spans the world");
+            for (const auto* pieces : {&level.pieces, &level.lakes}) {
+                for (const Map::OutlineLevel::Piece& piece : *pieces)
+                    QVERIFY2(piece.bounds.width() < 0.25 && piece.bounds.height() < 0.5,
+                             "a piece spans the world");
+            }
         }
     }
 

@@ -1,5 +1,6 @@
 #include "../e2e/private_bus.h"
 #include "notifications/notification_manager.h"
+#include "notifications/notification_text.h"
 #include "translations.h"
 
 #include <QDBusConnection>
@@ -184,31 +185,54 @@ private Q_SLOTS:
     }
 
     // Message texts are the mesh's: plain for every server, escaped for one
-    // that renders markup, never markup of our own.
+    // that renders markup, never markup of our own; treated as the window's
+    // labels treat them (no direction overrides, right-to-left isolated),
+    // mentions as the bubble shows them, and cut short on a character.
     void bodiesArePlainText_data() {
         QTest::addColumn<QStringList>("capabilities");
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("body");
+        QTest::addColumn<QString>("shownTitle");
         QTest::addColumn<QString>("shownBody");
 
         const QStringList plain{u"body"_s, u"sound"_s};
         const QStringList markup{u"body"_s, u"body-markup"_s, u"body-hyperlinks"_s};
+        const QString ada = u"Ada"_s;
         QTest::newRow("plain server, angle brackets")
-            << plain << u"Ada"_s << u"meet at <gate 3> at 5"_s << u"meet at <gate 3> at 5"_s;
+            << plain << ada << u"meet at <gate 3> at 5"_s << ada << u"meet at <gate 3> at 5"_s;
         QTest::newRow("markup server, angle brackets")
-            << markup << u"Ada"_s << u"meet at <gate 3> at 5"_s << u"meet at &lt;gate 3&gt; at 5"_s;
+            << markup << ada << u"meet at <gate 3> at 5"_s << ada
+            << u"meet at &lt;gate 3&gt; at 5"_s;
         QTest::newRow("markup server, tags, link and entities")
             << markup << u"<b>Mallory</b>"_s
-            << u"<b>bold</b> <a href=\"http://x\">site</a> &amp; Grüße 👋"_s
+            << u"<b>bold</b> <a href=\"http://x\">site</a> &amp; Grüße 👋"_s << u"<b>Mallory</b>"_s
             << u"&lt;b&gt;bold&lt;/b&gt; &lt;a href=&quot;http://x&quot;&gt;site&lt;/a&gt; "
                u"&amp;amp; Grüße 👋"_s;
-        QTest::newRow("plain server, empty body") << plain << u"Relay"_s << QString() << QString();
+        QTest::newRow("plain server, empty body")
+            << plain << u"Relay"_s << QString() << u"Relay"_s << QString();
+        QTest::newRow("direction overrides")
+            << plain << u"\u202Egnp.exe Eve"_s << u"pay \u202E0001\u202C now"_s
+            << u"\uFFFDgnp.exe Eve"_s << u"pay \uFFFD0001\uFFFD now"_s;
+        QTest::newRow("right-to-left name, line breaks")
+            << plain << u"שלום"_s << u"one\n\ntwo"_s << u"\u2068שלום\u2069"_s << u"one two"_s;
+        QTest::newRow("mentions") << plain << ada << u"@[Bob Tanaka] and @[], @Eve"_s << ada
+                                  << u"@Bob Tanaka and @, @Eve"_s;
+        const QString word = QString(500, u'w');
+        QTest::newRow("a long word")
+            << plain << ada << word << ada << word.left(NotificationText::bodyLength) + u"\u2026"_s;
+        QString flags;
+        for (int i = 0; i < 130; ++i)
+            flags += u"🇫🇮"_s;
+        QTest::newRow("cut between flags, never inside one")
+            << plain << ada << flags << ada
+            << flags.left(4 * NotificationText::bodyLength) + u"\u2026"_s;
     }
 
     void bodiesArePlainText() {
         QFETCH(QStringList, capabilities);
         QFETCH(QString, title);
         QFETCH(QString, body);
+        QFETCH(QString, shownTitle);
         QFETCH(QString, shownBody);
 
         m_server.capabilities = capabilities;
@@ -224,8 +248,8 @@ private Q_SLOTS:
         QCOMPARE(shown.appName, u"Talvenne"_s);
         QCOMPARE(shown.replacesId, 0u);
         QCOMPARE(shown.appIcon, u"io.github.talvenne.Talvenne"_s);
-        // The summary is never markup, so it goes as it is.
-        QCOMPARE(shown.summary, title);
+        // The summary is never markup, so it is not escaped.
+        QCOMPARE(shown.summary, shownTitle);
         QCOMPARE(shown.body, shownBody);
         QCOMPARE(shown.hints.value(u"desktop-entry"_s).toString(),
                  u"io.github.talvenne.Talvenne"_s);

@@ -42,7 +42,7 @@ private Q_SLOTS:
 
     void counters_data() {
         QTest::addColumn<QString>("typed");
-        QTest::addColumn<int>("required");
+        QTest::addColumn<int>("required"); // 0: a name's bytes
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("isError");
         QTest::newRow("no hex at all") << u"xyz: -"_s << 64 << u"0/64"_s << false;
@@ -52,13 +52,22 @@ private Q_SLOTS:
             << false;
         QTest::newRow("one too many") << key64 + u'a' << 64 << u"65/64"_s << true;
         QTest::newRow("secret") << secret32.toUpper() << 32 << u"32/32"_s << false;
+        QTest::newRow("name, blanks around not counted")
+            << u" Saana\u00a0"_s << 0 << u"5/32"_s << false;
+        QTest::newRow("name, accents count twice")
+            << u"Jérôme Bélanger à la Pêche Noir"_s << 0 << u"36/32"_s << true;
+        QTest::newRow("name, just fits") << QString(32, u'x') << 0 << u"32/32"_s << false;
+        QTest::newRow("name, emoji count four")
+            << QString(7, u'x') + u"\U0001F680"_s.repeated(6) << 0 << u"31/32"_s << false;
     }
     void counters() {
         QFETCH(QString, typed);
         QFETCH(int, required);
         QFETCH(QString, text);
         QFETCH(bool, isError);
-        QCOMPARE(ViewLogic::hexCounter(typed, required), (ViewLogic::HexCounter{text, isError}));
+        const auto counter =
+            required ? ViewLogic::hexCounter(typed, required) : ViewLogic::nameCounter(typed);
+        QCOMPARE(counter, (ViewLogic::FieldCounter{text, isError}));
     }
 
     void submitRules_data() {
@@ -71,16 +80,24 @@ private Q_SLOTS:
         QTest::newRow("contact") << -1 << u"Aino"_s << key64 << QString() << false << true;
         QTest::newRow("contact, name of spaces")
             << -1 << u"   "_s << key64 << QString() << false << false;
+        QTest::newRow("contact, name over 32 bytes")
+            << -1 << QString(16, u'ö') + u"!"_s << key64 << QString() << false << false;
         QTest::newRow("contact, short key")
             << -1 << u"Aino"_s << key64.left(63) << QString() << false << false;
         QTest::newRow("create") << 0 << u"Owls"_s << QString() << QString() << false << true;
         QTest::newRow("create, no name")
             << 0 << u"\t"_s << QString() << QString() << false << false;
+        QTest::newRow("create, name over 32 bytes")
+            << 0 << QString(33, u'o') << QString() << QString() << false << false;
         QTest::newRow("join private") << 1 << u"Owls"_s << secret32 << QString() << false << true;
         QTest::newRow("join private, short secret")
             << 1 << u"Owls"_s << secret32.left(31) << QString() << false << false;
         QTest::newRow("join public") << 2 << u"Public"_s << QString() << QString() << false << true;
         QTest::newRow("join hashtag") << 3 << QString() << QString() << u"#lora"_s << false << true;
+        QTest::newRow("join hashtag, 31 letters and the #")
+            << 3 << QString() << QString() << QString(31, u'l') << false << true;
+        QTest::newRow("join hashtag, one more")
+            << 3 << QString() << QString() << QString(32, u'l') << false << false;
         QTest::newRow("join hashtag, only pasted blanks")
             << 3 << QString() << QString() << u"\u00a0\u3000"_s << false << false;
         QTest::newRow("join hashtag, working")

@@ -1,11 +1,11 @@
 // What the chat shows: its header, the composer's limit, and a message
 // bubble's text in runs, a channel sender's name, badge and colour, the
 // footer and the delivery report.
+#include "text/text_segments.h"
 #include "ui/logic/channel_sender.h"
 #include "ui/logic/chat_header.h"
 #include "ui/logic/composer.h"
 #include "ui/logic/delivery_report.h"
-#include "ui/logic/text_segments.h"
 #include "ui/translations.h"
 
 #include <QCoreApplication>
@@ -13,6 +13,7 @@
 #include <QTest>
 
 using namespace ViewLogic;
+using namespace Text;
 using namespace Qt::StringLiterals;
 using MeshProtocol::AdvertType;
 using State = ChatMessage::DeliveryState;
@@ -298,9 +299,10 @@ private Q_SLOTS:
     void reportLines_data() {
         QTest::addColumn<ChatMessage>("message");
         QTest::addColumn<QStringList>("lines");
+        QTest::addColumn<int>("secondsLater"); // when the report is read; -1: unknown
         const QString date = u"calendar, secondary: 3 Feb 2024 14:05:09"_s;
         QTest::newRow("nothing optional")
-            << outgoing(State::sending) << QStringList{u"clock, secondary: Sending…"_s, date};
+            << outgoing(State::sending) << QStringList{u"clock, secondary: Sending…"_s, date} << -1;
 
         ChatMessage full = outgoing(State::sent);
         full.hopCount = 2;
@@ -315,7 +317,17 @@ private Q_SLOTS:
                            QStringLiteral("antenna.radiowaves.left.and.right, red: "
                                           "Signal-to-noise -7.25 dB"),
                            u"hourglass, secondary: Expected within 12.0 s"_s,
-                           date};
+                           date}
+            << -1;
+        ChatMessage waiting = outgoing(State::sent);
+        waiting.estimatedTimeoutMillis = 6000;
+        const QString sent = u"checkmark, secondary: Sent, waiting for confirmation"_s;
+        QTest::newRow("sent, twice its time gone")
+            << waiting << QStringList{sent, u"hourglass, secondary: Expected within 6.0 s"_s, date}
+            << 12;
+        QTest::newRow("sent, long past its time")
+            << waiting
+            << QStringList{sent, u"hourglass, orange: Not confirmed within 6.0 s"_s, date} << 13;
         ChatMessage delivered = full;
         delivered.deliveryState = State::delivered;
         delivered.hopCount = 1;
@@ -327,19 +339,24 @@ private Q_SLOTS:
                            u"timer, secondary: Round trip 1.3 s"_s,
                            QStringLiteral("antenna.radiowaves.left.and.right, green: "
                                           "Signal-to-noise 6.25 dB"),
-                           date};
+                           date}
+            << 600;
         ChatMessage failed = outgoing(State::failed);
         failed.hopCount = 0;
         QTest::newRow("failed, direct")
             << failed
             << QStringList{u"exclamationmark.triangle.fill, red: Failed to send"_s,
-                           u"arrow.up.right, secondary: Direct, no hops"_s, date};
+                           u"arrow.up.right, secondary: Direct, no hops"_s, date}
+            << 600;
     }
 
     void reportLines() {
         QFETCH(ChatMessage, message);
+        QFETCH(int, secondsLater);
+        const QDateTime now =
+            secondsLater < 0 ? QDateTime() : message.timestamp.addSecs(secondsLater);
         QStringList lines;
-        for (const ReportLine& line : ViewLogic::reportLines(message, english))
+        for (const ReportLine& line : ViewLogic::reportLines(message, english, now))
             lines << u"%1, %2: %3"_s.arg(line.symbol, tintName(line.tint), line.text.text());
         QTEST(lines, "lines");
     }
@@ -354,11 +371,11 @@ private Q_SLOTS:
         message.snr = 5;
         BubbleFooter footer = bubbleFooter(message, english);
         QCOMPARE(footer.time, u"14:05"_s);
-        QCOMPARE(footer.snr, u"\u00B7 5 dB"_s);
+        QCOMPARE(footer.snr, u"\u00B7 5\u00A0dB"_s);
         QCOMPARE(footer.snrTint, Tint::green);
         QVERIFY(footer.outgoing);
         QCOMPARE(footer.hops, u"0"_s);
-        QCOMPARE(footer.roundTrip, u"\u00B7 2.3s"_s);
+        QCOMPARE(footer.roundTrip, u"\u00B7 2.3\u00A0s"_s);
         QCOMPARE(footer.stateSymbol, u"exclamationmark.triangle.fill"_s);
         QCOMPARE(footer.stateTint, Tint::red);
 

@@ -68,8 +68,9 @@ private Q_SLOTS:
         QVERIFY(!searchExcerpt(emoji, SearchMatch{33, 5}).before.at(1).isLowSurrogate());
     }
 
-    // Newest first, a channel sender's name is not searched, new messages
-    // join the results, a message sent again and a new query are followed.
+    // Newest first, a channel sender's name is searched with the same
+    // folding, new messages join the results, a message sent again and a
+    // new query are followed.
     void modelFollowsTheHistory() {
         UiRig rig(UiRig::alone);
         QVERIFY(rig.connect());
@@ -90,10 +91,24 @@ private Q_SLOTS:
         model.setController(rig.controller.get());
         model.setQuery(u"HARBOUR"_s);
         model.finishNow();
-        QCOMPARE(column(model, "match"), (QStringList{"harbour", "Harbour"}));
-        QCOMPARE(column(model, "sender"),
-                 (QStringList{qtTrId("search.history.sender.you"), "aaaaaaaaaaaa"}));
+        QCOMPARE(column(model, "match"), (QStringList{"harbour", QString(), "Harbour"}));
+        QCOMPARE(column(model, "sender"), (QStringList{qtTrId("search.history.sender.you"),
+                                                       "Harbourmaster", "aaaaaaaaaaaa"}));
+        QCOMPARE(column(model, "after").at(1), u"all clear"_s);
         QVERIFY(model.emptyText().isEmpty());
+
+        // The name matches on its own; no query runs on from it into the text.
+        add(Direction::incoming, u"Jérôme Bélanger: on my way"_s, publicChannel);
+        for (const auto& [query, found] : {std::pair{u"jerome"_s, 1},
+                                           {u"BELANGER"_s, 1},
+                                           {u"belanger on"_s, 0},
+                                           {u"r: on"_s, 0}}) {
+            model.setQuery(query);
+            model.finishNow();
+            QVERIFY2(model.rowCount() == found, qPrintable(query));
+        }
+        model.setQuery(u"HARBOUR"_s);
+        model.finishNow();
 
         add(Direction::incoming, u"Bob: the harbour is full"_s, publicChannel);
         QCOMPARE(column(model, "sender").first(), u"Bob"_s);
@@ -103,7 +118,7 @@ private Q_SLOTS:
         rig.clock.advance(10min);
         QVERIFY(rig.controller->sendAgain(failed, aino));
         model.finishNow();
-        QCOMPARE(model.rowCount(), 3);
+        QCOMPARE(model.rowCount(), 4);
         QVERIFY(!column(model, "messageId").contains(failed.toString(QUuid::WithoutBraces)));
         QCOMPARE(column(model, "after").first(), u" it is"_s);
 

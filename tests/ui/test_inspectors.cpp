@@ -125,11 +125,32 @@ private Q_SLOTS:
         rig.clock.advance(1s);
         QVERIFY(rig.radio.writtenFrames().isEmpty());
 
+        // The radio has been up a while; after its reboot the pane reads
+        // the new counts by itself once the radio is back.
+        const auto uptime = [&] {
+            for (const QVariant& row : device->statistics()) {
+                if (row.toMap().value(u"label"_s) == qtTrId("device.field.uptime"))
+                    return row.toMap().value(u"value"_s).toString();
+            }
+            return QString();
+        };
+        rig.clock.advance(20min);
+        device->refresh();
+        rig.clock.advance(1s);
+        QCOMPARE(uptime(), u"20m"_s);
+        rig.controller->enableAutomaticReconnection();
         QMetaObject::invokeMethod(findItem(*view, "rebootButton"), "clicked");
         QTRY_VERIFY(dialog->property("opened").toBool());
         QMetaObject::invokeMethod(dialog->findChild<QObject*>(u"rebootConfirm"_s), "clicked");
         rig.clock.advance(1s);
         QVERIFY(rig.radio.writtenFrames().contains(MeshProtocol::reboot()));
+        QTRY_VERIFY(rig.controller->transportState() != TransportState::connected);
+        for (int i = 0; i < 10 && rig.controller->transportState() != TransportState::connected;
+             ++i)
+            rig.clock.advance(1s);
+        rig.clock.advance(3s);
+        QCOMPARE(rig.controller->transportState(), TransportState::connected);
+        QCOMPARE(uptime(), u"0m"_s);
     }
 
     // Each press ends its own "sent" two seconds after it; a sender that goes

@@ -20,8 +20,10 @@
 #include <QtQml/qqmlextensionplugin.h>
 #include <cmath>
 #include <limits>
+#include <map>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
+Q_DECLARE_METATYPE(Map::GeoPoint)
 
 using MeshProtocol::AdvertType;
 
@@ -155,38 +157,65 @@ private Q_SLOTS:
 
     // --- the base map
 
-    // Helsinki on land and the gulf south of it in water, drawn from the
-    // coarse scale and from the detailed one, light and dark.
+    // A place on land and one in water, drawn from the coarse scale and from
+    // the detailed one, light and dark: the land in the land's colour, the
+    // sea and the lakes in the water's, and a shore stroked between them.
     void outlineTiles_data() {
         QTest::addColumn<int>("zoom");
         QTest::addColumn<bool>("dark");
-        QTest::newRow("coarse") << 4 << false;
-        QTest::newRow("detailed") << 8 << false;
-        QTest::newRow("detailed, dark") << 8 << true;
+        QTest::addColumn<Map::GeoPoint>("land");
+        QTest::addColumn<Map::GeoPoint>("water");
+        const Map::GeoPoint helsinki{60.25, 25.0}; // inland a little
+        const Map::GeoPoint gulfOfFinland{59.85, 24.9};
+        QTest::newRow("sea, coarse") << 4 << false << helsinki << gulfOfFinland;
+        QTest::newRow("sea, detailed") << 8 << false << helsinki << gulfOfFinland;
+        QTest::newRow("sea, detailed, dark") << 8 << true << helsinki << gulfOfFinland;
+        const Map::GeoPoint southOfVictoria{-3.5, 33.0};
+        const Map::GeoPoint lakeVictoria{-1.5, 33.0};
+        QTest::newRow("Lake Victoria, coarse") << 4 << false << southOfVictoria << lakeVictoria;
+        QTest::newRow("Lake Victoria, detailed") << 8 << false << southOfVictoria << lakeVictoria;
+        QTest::newRow("Lake Ladoga, dark")
+            << 6 << true << Map::GeoPoint{61.0, 33.6} << Map::GeoPoint{60.8, 31.3};
+        QTest::newRow("Lake Superior, zoomed in")
+            << 10 << false << Map::GeoPoint{46.0, -87.5} << Map::GeoPoint{47.5, -87.5};
+        QTest::newRow("an island in Lake Huron")
+            << 7 << false << Map::GeoPoint{45.78, -82.0} << Map::GeoPoint{45.3, -82.0};
     }
     void outlineTiles() {
         QFETCH(int, zoom);
         QFETCH(bool, dark);
+        QFETCH(Map::GeoPoint, land);
+        QFETCH(Map::GeoPoint, water);
         BaseMap::instance()->load();
         QTRY_VERIFY_WITH_TIMEOUT(BaseMap::instance()->isLoaded(), 10000);
         QVERIFY(BaseMap::instance()->outline());
         const MapStyle style = dark ? MapStyle::dark() : MapStyle::light();
         const double tiles = std::exp2(zoom);
-        const auto pixelOf = [&](double latitude, double longitude, Map::TileId& tile) {
-            const QPointF world = Map::project({latitude, longitude}) * tiles;
-            tile = {zoom, int(world.x()), int(world.y())};
-            return QPoint(int((world.x() - tile.x) * 256), int((world.y() - tile.y) * 256));
+        std::map<std::pair<int, int>, QImage> drawn;
+        const auto colourAt = [&](QPointF world) {
+            world *= tiles;
+            const Map::TileId tile{zoom, int(world.x()), int(world.y())};
+            QImage& image = drawn[{tile.x, tile.y}];
+            if (image.isNull())
+                image = renderOutlineTile(*BaseMap::instance()->outline(), tile, 1, style);
+            return image.pixelColor(int((world.x() - tile.x) * 256),
+                                    int((world.y() - tile.y) * 256));
         };
-        Map::TileId tile;
-        const QPoint land = pixelOf(60.25, 25.0, tile); // Helsinki, inland a little
-        QImage image = renderOutlineTile(*BaseMap::instance()->outline(), tile, 1, style);
-        QCOMPARE(image.size(), QSize(256, 256));
-        QCOMPARE(image.pixelColor(land), style.land);
-        const QPoint sea = pixelOf(59.85, 24.9, tile); // the Gulf of Finland
-        image = renderOutlineTile(*BaseMap::instance()->outline(), tile, 1, style);
-        QCOMPARE(image.pixelColor(sea), style.water);
+        const QPointF from = Map::project(land);
+        const QPointF to = Map::project(water);
+        QCOMPARE(colourAt(from), style.land);
+        QCOMPARE(colourAt(to), style.water);
+        QCOMPARE(drawn.begin()->second.size(), QSize(256, 256));
+        // Pixel by pixel from one to the other: somewhere a shore.
+        const int steps = int(QLineF(from, to).length() * tiles * 256) + 1;
+        bool shore = false;
+        for (int i = 1; i < steps && !shore; ++i) {
+            const QColor colour = colourAt(from + (to - from) * i / steps);
+            shore = colour != style.land && colour != style.water;
+        }
+        QVERIFY(shore);
         // Twice as many pixels on a screen of pixel ratio 2.
-        QCOMPARE(renderOutlineTile(*BaseMap::instance()->outline(), tile, 2, style).size(),
+        QCOMPARE(renderOutlineTile(*BaseMap::instance()->outline(), {zoom, 0, 0}, 2, style).size(),
                  QSize(512, 512));
     }
 

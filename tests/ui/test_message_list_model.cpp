@@ -130,20 +130,20 @@ private Q_SLOTS:
         ChatMessage incoming = chatMessage(Direction::incoming, u"Bob: hey"_s, noon);
         incoming.snr = -5.1;
         QTest::newRow("incoming direct, never split")
-            << contactKey << incoming << QString() << QString() << u"\u00B7 -5 dB"_s << u"red"_s
-            << QString() << QString() << QString() << secondary;
+            << contactKey << incoming << QString() << QString() << u"\u00B7 -5\u00A0dB"_s
+            << u"red"_s << QString() << QString() << QString() << secondary;
         ChatMessage channel = chatMessage(Direction::incoming, u"élise: bonjour"_s, noon);
         channel.snr = 5;
         QTest::newRow("incoming channel with sender")
-            << u"channel:0"_s << channel << u"élise"_s << u"É"_s << u"\u00B7 5 dB"_s << u"green"_s
-            << QString() << QString() << QString() << secondary;
+            << u"channel:0"_s << channel << u"élise"_s << u"É"_s << u"\u00B7 5\u00A0dB"_s
+            << u"green"_s << QString() << QString() << QString() << secondary;
         ChatMessage delivered =
             chatMessage(Direction::outgoing, u"Alice: ok"_s, noon, State::delivered);
         delivered.hopCount = 0;
         delivered.roundTripMillis = 1234;
         QTest::newRow("outgoing delivered, channel text not split")
             << u"channel:1"_s << delivered << QString() << QString() << QString() << secondary
-            << u"0"_s << u"\u00B7 1.2s"_s << u"checkmark.circle.fill"_s << u"green"_s;
+            << u"0"_s << u"\u00B7 1.2\u00A0s"_s << u"checkmark.circle.fill"_s << u"green"_s;
         QTest::newRow("outgoing failed")
             << contactKey << chatMessage(Direction::outgoing, u"x"_s, noon, State::failed)
             << QString() << QString() << QString() << secondary << QString() << QString()

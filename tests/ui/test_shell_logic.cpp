@@ -1,6 +1,9 @@
 // The shell's texts and lists: the sidebar's rows, order, search and spoken
 // texts, the connection screen and pill, avatars and signal bars.
 #include "ui/logic/connection_texts.h"
+#include "ui/logic/delivery_report.h"
+#include "ui/logic/device_texts.h"
+#include "ui/logic/node_details.h"
 #include "ui/logic/relative_time.h"
 #include "ui/logic/sidebar_lists.h"
 #include "ui/logic/signal_bars.h"
@@ -16,6 +19,8 @@ using namespace Qt::StringLiterals;
 using MeshProtocol::AdvertType;
 
 Q_DECLARE_METATYPE(ViewLogic::Tint)
+using LocaleText = std::function<QString(const QLocale&)>;
+Q_DECLARE_METATYPE(LocaleText)
 
 // Names that the node books give to keys.
 using BookNames = QHash<QString, QString>;
@@ -93,17 +98,18 @@ private Q_SLOTS:
     }
 
     // A row's title, subtitle and avatar: the public channel by its secret,
-    // a slot by its number, a contact without a name by its key and type.
+    // a slot by its number, a contact without a name by its key and type;
+    // the last message's mentions as its bubble shows them.
     void rowValues() {
         Conversation conversation;
         ChatMessage message;
-        message.text = u"last words"_s;
+        message.text = u"@[Bob Smith], last words"_s;
         conversation.messages = {message};
         conversation.lastActivity = QDateTime::fromSecsSinceEpoch(1000, Qt::UTC);
         const ConversationRow row =
             channelRow(channel(0, {}, u"5D0C2A7F91E4B8365FA0C7D21E9B4A83"_s), &conversation);
         QCOMPARE(row.title, u"Public"_s);
-        QCOMPARE(row.subtitle, u"last words"_s);
+        QCOMPARE(row.subtitle, u"@Bob Smith, last words"_s);
         QVERIFY(row.hasTime());
         QCOMPARE(row.symbol, u"globe"_s);
         const ConversationRow other =
@@ -283,14 +289,65 @@ private Q_SLOTS:
 
         const BatteryInfo battery{4000, {}, {}};
         QCOMPARE(pillSecondLine(true, battery)->key, QByteArray("main.connection.syncing"));
-        QCOMPARE(pillSecondLine(false, battery)->text(), u"77% \u00B7 4.00V"_s);
+        const QLocale english(QLocale::English);
+        QCOMPARE(pillSecondLine(false, battery, english)->text(), u"77% \u00B7 4.00\u00A0V"_s);
         QVERIFY(!pillSecondLine(false, BatteryInfo{}));
-        QCOMPARE(batteryLine(BatteryInfo{3000, {}, {}}).value_or(QString()), u"0% \u00B7 3.00V"_s);
-        QCOMPARE(batteryLine(BatteryInfo{4235, {}, {}}).value_or(QString()),
-                 u"100% \u00B7 4.24V"_s);
+        QCOMPARE(batteryLine(BatteryInfo{3000, {}, {}}, english).value_or(QString()),
+                 u"0% \u00B7 3.00\u00A0V"_s);
+        QCOMPARE(batteryLine(BatteryInfo{4235, {}, {}}, english).value_or(QString()),
+                 u"100% \u00B7 4.24\u00A0V"_s);
         QVERIFY(!pillSecondLine(false, std::nullopt));
         QCOMPARE(pillDotTint(TransportState::connected), Tint::green);
         QCOMPARE(pillDotTint(TransportState::connecting), Tint::orange);
+    }
+
+    // Every measure the window shows, in English and in German: the
+    // locale's decimal sign, and one space between number and unit.
+    void numbersFollowTheLocale_data() {
+        QTest::addColumn<LocaleText>("text");
+        QTest::addColumn<QString>("english");
+        QTest::addColumn<QString>("german");
+        ChatMessage message;
+        message.direction = ChatMessage::Direction::outgoing;
+        message.timestamp = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
+        message.roundTripMillis = 1834;
+        message.snr = -7.25;
+        QTest::newRow("round trip under a bubble")
+            << LocaleText([=](const QLocale& l) { return *bubbleFooter(message, l).roundTrip; })
+            << u"\u00B7 1.8\u00A0s"_s << u"\u00B7 1,8\u00A0s"_s;
+        QTest::newRow("signal under a bubble")
+            << LocaleText([=](const QLocale& l) { return *bubbleFooter(message, l).snr; })
+            << u"\u00B7 -7\u00A0dB"_s << u"\u00B7 -7\u00A0dB"_s;
+        QTest::newRow("battery in the pill") << LocaleText([](const QLocale& l) {
+            return *batteryLine(BatteryInfo{4012, {}, {}}, l);
+        }) << u"79% \u00B7 4.01\u00A0V"_s << u"79% \u00B7 4,01\u00A0V"_s;
+        QTest::newRow("voltage in the device pane")
+            << LocaleText([](const QLocale& l) { return voltageText(3906, l); })
+            << u"(3.91\u00A0V)"_s << u"(3,91\u00A0V)"_s;
+        DeviceStats radio;
+        radio.lastSNR = 6.4;
+        radio.lastRSSI = -71;
+        DeviceStats packets;
+        packets.packetsReceived = 12345;
+        QTest::newRow("statistics") << LocaleText([=](const QLocale& l) {
+            QStringList values;
+            for (const StatisticRow& row : statisticRows({}, radio, packets, l))
+                values << row.value;
+            return values.join(u" | "_s);
+        }) << u"-71\u00A0dBm | 6.4\u00A0dB | 12,345"_s
+                                    << u"-71\u00A0dBm | 6,4\u00A0dB | 12.345"_s;
+        QTest::newRow("position") << LocaleText([](const QLocale& l) {
+            return coordinateText(60.171164, -24.5, l);
+        }) << u"60.17116° N, 24.50000° W"_s
+                                  << u"60,17116° N, 24,50000° W"_s;
+        QTest::newRow("frequency")
+            << LocaleText([](const QLocale& l) { return quantity(869.525, 3, u"MHz"_s, l); })
+            << u"869.525\u00A0MHz"_s << u"869,525\u00A0MHz"_s;
+    }
+    void numbersFollowTheLocale() {
+        QFETCH(LocaleText, text);
+        QTEST(text(QLocale(QLocale::English, QLocale::UnitedStates)), "english");
+        QTEST(text(QLocale(QLocale::German, QLocale::Germany)), "german");
     }
 
     void connectionView_data() {

@@ -1,5 +1,6 @@
 #include "../transport/fake_ble_adapter.h"
 #include "book/node_book_store.h"
+#include "shell_model.h"
 #include "translations.h"
 #include "ui_rig.h"
 
@@ -68,7 +69,7 @@ private Q_SLOTS:
 
         QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
         QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
-        QCOMPARE(textOf("scanButton"), qtTrId("connection.button.scan"));
+        QCOMPARE(textOf("scanButton"), qtTrId("connection.button.scan.again"));
         QVERIFY(!m_rig->shows("scanSpinner"));
         // Ready again, but a radio is listed: no new scan by itself.
         m_rig->advance(1s);
@@ -148,6 +149,58 @@ private Q_SLOTS:
         QTRY_VERIFY(m_rig->shows("connectionView"));
     }
 
+    // A scan listens for half a minute, then ends by itself and offers to
+    // scan again; meanwhile its marks move only while the window is in
+    // front, and once it is over nothing on the screen moves.
+    void aScanEndsByItselfAndTheScreenHoldsStill() {
+        m_rig->radio.setInRange(false);
+        QQuickWindow* window = m_rig->window();
+        window->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QObject* hero = m_rig->find("connectionHero");
+        QObject* motion = m_rig->find("connectionMotion");
+        QVERIFY(hero && motion);
+        QVERIFY(hero->property("breathing").toBool());
+        QVERIFY(motion->property("running").toBool());
+
+        QWindow elsewhere;
+        elsewhere.resize(200, 100);
+        elsewhere.show();
+        elsewhere.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&elsewhere));
+        QVERIFY(!motion->property("running").toBool());
+        window->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+        QVERIFY(motion->property("running").toBool());
+
+        m_rig->advance(ShellModel::scanWindow - 1s);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::scanning);
+        m_rig->advance(1s);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
+        QCOMPARE(textOf("scanButton"), qtTrId("connection.button.scan.again"));
+        QCOMPARE(textOf("connectionStatus"), qtTrId("connection.empty.none.found"));
+        QVERIFY(!m_rig->shows("scanSpinner"));
+        QVERIFY(!hero->property("breathing").toBool());
+        QVERIFY(!motion->property("running").toBool());
+        QTest::qWait(300); // the last changes drawn
+        int frames = 0;
+        connect(window, &QQuickWindow::frameSwapped, this, [&frames] { ++frames; });
+        QTest::qWait(600);
+        QCOMPARE(frames, 0);
+
+        // Scanning again listens for as long again.
+        m_rig->radio.setInRange(true);
+        QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
+        QCOMPARE(m_rig->controller->transportState(), TransportState::scanning);
+        m_rig->advance(500ms);
+        QTRY_COMPARE(countOf("deviceList"), 1);
+        m_rig->advance(ShellModel::scanWindow - 1500ms);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::scanning);
+        m_rig->advance(1s);
+        QCOMPARE(m_rig->controller->transportState(), TransportState::ready);
+        QCOMPARE(countOf("deviceList"), 1);
+    }
+
     // Each reason Bluetooth cannot be used gets its own plain explanation,
     // the button to switch it on only where the system allows that, and the
     // screen holds still (no breathing image, no spinner) while it waits.
@@ -178,15 +231,16 @@ private Q_SLOTS:
         adapter.reportPower(BleAdapter::PowerState::poweredOn);
         QObject* root = m_rig->window();
         root->setProperty("bluetoothAdapter", QVariant::fromValue<QObject*>(&adapter));
-        // The simulated radio's scan finds it and is stopped, so nothing
-        // else on the screen moves.
+        m_rig->window()->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(m_rig->window()));
         m_rig->advance(500ms);
-        QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
         QVERIFY(!m_rig->shows("bluetoothProblem"));
+        QVERIFY2(m_rig->value("connectionMotion", "running").toBool(),
+                 "the scan's mark moves while it listens");
+        // The simulated radio is stopped, so only the problem changes the screen.
+        QMetaObject::invokeMethod(m_rig->find("scanButton"), "clicked");
         int frames = 0;
         connect(m_rig->window(), &QQuickWindow::frameSwapped, this, [&frames] { ++frames; });
-        QTest::qWait(500);
-        QVERIFY2(frames > 5, "the hero breathes while Bluetooth works");
 
         adapter.powerOnAllowed = powerOnAllowed;
         adapter.reportPower(power);
@@ -195,6 +249,7 @@ private Q_SLOTS:
         QCOMPARE(textOf("bluetoothProblemDetail"), qtTrId(detail.constData()));
         QCOMPARE(textOf("connectionStatus"), qtTrId(title.constData()));
         QVERIFY(!m_rig->shows("scanSpinner"));
+        QVERIFY(!m_rig->value("connectionMotion", "running").toBool());
         QCOMPARE(m_rig->shows("bluetoothPowerOn"), powerOnAllowed);
         if (powerOnAllowed) {
             click(m_rig->find<QQuickItem>("bluetoothPowerOn"));
@@ -223,9 +278,18 @@ private Q_SLOTS:
         QVERIFY(m_rig->shows("conversationEmptyDetail"));
         QVERIFY(!m_rig->shows("sidebarEmptyState"));
         QVERIFY(!m_rig->shows("conversationInfoButton"));
+        // The toolbar's buttons stay in place as the info button comes.
+        const auto xOf = [&](const char* name) {
+            auto* item = m_rig->find<QQuickItem>(name);
+            return item ? item->mapToScene(QPointF(0, 0)).x() : -1;
+        };
+        const QList<qreal> before{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")};
         const auto target = m_rig->chatWith(u"Aino Virtanen"_s);
         m_rig->controller->setSelectedConversation(target);
         QTRY_VERIFY(m_rig->shows("conversationInfoButton"));
+        QTest::qWait(50);
+        QCOMPARE((QList<qreal>{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")}),
+                 before);
         QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 1);
         m_rig->controller->setSelectedConversation(ConversationID::channel(0));
         QTRY_VERIFY(!m_rig->shows("conversationInfoButton"));
@@ -397,6 +461,18 @@ private Q_SLOTS:
                                   Q_ARG(int, 1));
         QTRY_COMPARE(main->property("nodeSelection").toString(), second);
         QCOMPARE(m_rig->value("nodeList", "currentIndex").toInt(), 1);
+
+        // Removed, it leaves the empty detail and no row highlighted.
+        QTRY_VERIFY(m_rig->shows("removeButton"));
+        // Below the node's map, the button may lie past the window's edge.
+        QMetaObject::invokeMethod(m_rig->find("removeButton"), "clicked");
+        m_rig->advance(2s);
+        QTRY_COMPARE(countOf("nodeList"), 3);
+        QVERIFY(!m_rig->controller->contactForKey(second));
+        QCOMPARE(main->property("nodeSelection").toString(), QString());
+        QTRY_VERIFY(m_rig->shows("nodeEmptyDetail"));
+        QVERIFY(!m_rig->find("nodeDetailView"));
+        QCOMPARE(m_rig->value("nodeList", "currentIndex").toInt(), -1);
 
         QCOMPARE(m_rig->value("sidebarSearch", "placeholderText").toString(),
                  qtTrId("sidebar.search.nodes"));

@@ -1,8 +1,11 @@
 #include "dark_palette.h"
 #include "logic/contrast.h"
 #include "message_list_model.h"
+#include "ui_rig.h"
 
 #include <QGuiApplication>
+#include <QHash>
+#include <QImage>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QTest>
@@ -58,12 +61,121 @@ struct Theme {
     }
 };
 
+// What a control's text is drawn in, against what it is drawn on: the
+// colour that covers most of the control's inside as the window shows it.
+struct Reading {
+    QString what;
+    QColor text;
+    QColor background;
+};
+
+double effectiveOpacity(const QQuickItem* item) {
+    double opacity = 1;
+    for (; item; item = item->parentItem())
+        opacity *= item->opacity();
+    return opacity;
+}
+
+QColor dominantColour(const QImage& image, QRect rect) {
+    rect = rect.adjusted(3, 3, -3, -3).intersected(image.rect());
+    QHash<QRgb, int> counts;
+    for (int y = rect.top(); y <= rect.bottom(); ++y)
+        for (int x = rect.left(); x <= rect.right(); ++x)
+            ++counts[image.pixel(x, y)];
+    QRgb best = 0;
+    int most = -1;
+    for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+        if (it.value() > most)
+            std::tie(best, most) = std::pair(it.key(), it.value());
+    return QColor(best);
+}
+
+bool isTextInput(const QQuickItem* item) {
+    return item->inherits("QQuickTextField") || item->inherits("QQuickTextArea");
+}
+
+// The visible items under `item`, each with the part of it that is not
+// clipped away, in the window's coordinates.
+void forEachShown(QQuickItem* item, QRectF clip,
+                  const std::function<void(QQuickItem*, const QRectF&)>& visit) {
+    if (!item->isVisible() || item->opacity() < 0.05)
+        return;
+    const QRectF rect = item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
+    visit(item, rect.intersected(clip));
+    if (item->clip())
+        clip = clip.intersected(rect);
+    for (QQuickItem* child : item->childItems())
+        forEachShown(child, clip, visit);
+}
+
+// The popup whose item this is, if it is a popup's.
+QObject* popupOf(const QQuickItem* item) {
+    return item->inherits("QQuickPopupItem") ? item->parent() : nullptr;
+}
+
+// Every text field, button and tooltip on screen, with the colour of each
+// of its texts (a field's typed text, or its placeholder while empty). While
+// a modal sheet is open, only what is on it.
+QList<Reading> readings(QQuickWindow* window) {
+    const QImage image = window->grabWindow().convertToFormat(QImage::Format_RGB32);
+    const QRectF everything(0, 0, window->width(), window->height());
+    QQuickItem* modal = nullptr;
+    forEachShown(window->contentItem(), everything, [&](QQuickItem* item, const QRectF&) {
+        if (QObject* popup = popupOf(item); popup && popup->property("modal").toBool())
+            modal = item;
+    });
+    QList<Reading> found;
+    QHash<QQuickItem*, QRectF> shownPart;
+    const auto controlOf = [&](QQuickItem* item) -> QQuickItem* {
+        for (QQuickItem* up = item; up; up = up->parentItem())
+            if (up->inherits("QQuickAbstractButton") || isTextInput(up) || popupOf(up))
+                return up;
+        return nullptr;
+    };
+    forEachShown(window->contentItem(), everything, [&](QQuickItem* item, const QRectF& shown) {
+        shownPart.insert(item, shown);
+        QQuickItem* control = controlOf(item);
+        if (!control || !item->isEnabled() || shown.width() < 4 || shown.height() < 4 ||
+            (modal && !modal->isAncestorOf(item)) || effectiveOpacity(item) < 0.05)
+            return;
+        const QRect area = shownPart.value(control, shown).toAlignedRect();
+        if (item == control && isTextInput(item)) {
+            const bool empty = item->property("text").toString().isEmpty();
+            const QColor text =
+                item->property(empty ? "placeholderTextColor" : "color").value<QColor>();
+            found.append(
+                {u"field %1"_s.arg(item->objectName()), text, dominantColour(image, area)});
+        } else if (item->inherits("QQuickText") && !item->property("text").toString().isEmpty()) {
+            QColor text = item->property("color").value<QColor>();
+            text.setAlphaF(text.alphaF() * effectiveOpacity(item));
+            found.append({u"\"%1\" in %2 %3"_s.arg(item->property("text").toString(),
+                                                   control->metaObject()->className(),
+                                                   control->objectName()),
+                          text, dominantColour(image, area)});
+        }
+    });
+    return found;
+}
+
+// The tooltip shown at the moment, if any.
+bool showsToolTip(QQuickWindow* window) {
+    bool shown = false;
+    forEachShown(window->contentItem(), QRectF(0, 0, window->width(), window->height()),
+                 [&](QQuickItem* item, const QRectF&) {
+                     if (QObject* popup = popupOf(item); popup && popup->inherits("QQuickToolTip"))
+                         shown = true;
+                 });
+    return shown;
+}
+
 } // namespace
 
 class TestThemeContrast : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { QVERIFY(prepareViewTests()); }
+
     void ratios_data() {
         QTest::addColumn<QColor>("a");
         QTest::addColumn<QColor>("b");
@@ -152,6 +264,80 @@ private Q_SLOTS:
                  qPrintable(
                      u"%1 on %2: %3:1"_s.arg(theme[foreground].name(QColor::HexArgb), under.name())
                          .arg(ratio, 0, 'f', 2)));
+    }
+
+    // The window as it is drawn, in both palettes: every text field, button
+    // and tooltip keeps 4.5:1 between its texts and what they sit on.
+    void controlsOnScreenAreReadable_data() {
+        QTest::addColumn<bool>("dark");
+        QTest::addColumn<QString>("screen");
+        for (bool dark : {false, true})
+            for (const char* screen : {"connection", "device pane, renaming", "favourite node",
+                                       "add contact", "add channel", "tooltip", "menu"})
+                QTest::addRow("%s, %s", dark ? "dark" : "light", screen)
+                    << dark << QString::fromLatin1(screen);
+    }
+
+    void controlsOnScreenAreReadable() {
+        QFETCH(bool, dark);
+        QFETCH(QString, screen);
+        QGuiApplication::setPalette(dark ? darkPalette() : QPalette());
+        WindowRig rig;
+        QQuickWindow* window = rig.window();
+        QVERIFY(window);
+        QObject* main = nullptr;
+        if (screen == u"connection"_s) {
+            rig.advance(500ms);
+        } else {
+            QVERIFY(rig.connectToMainView());
+            main = rig.find("mainView");
+            rig.controller->setSelectedConversation(rig.chatWith(u"Aino Virtanen"_s));
+        }
+        if (screen == u"device pane, renaming"_s) {
+            main->setProperty("inspector", u"device"_s);
+            rig.advance(2s);
+            QTRY_VERIFY(rig.find("editNameButton"));
+            QMetaObject::invokeMethod(rig.find("editNameButton"), "clicked");
+            QTRY_VERIFY(rig.shows("nameEditor"));
+        } else if (screen == u"favourite node"_s) {
+            const QString key = rig.contactNamed(u"Ridge Repeater"_s)->publicKey;
+            rig.controller->toggleFavorite(key);
+            main->setProperty("mode", u"nodes"_s);
+            main->setProperty("nodeSelection", key);
+        } else if (screen == u"add contact"_s) {
+            main->setProperty("showAddContact", true);
+        } else if (screen == u"add channel"_s) {
+            main->setProperty("showAddChannel", true);
+        } else if (screen == u"menu"_s) {
+            click(rig.find<QQuickItem>("addButton"));
+        } else if (screen == u"tooltip"_s) {
+            auto* button = rig.find<QQuickItem>("deviceButton");
+            QVERIFY(button);
+            QTest::mouseMove(window, QPoint(5, 300));
+            QTest::mouseMove(window, button->mapToScene(QPointF(10, 10)).toPoint());
+            QTRY_VERIFY(showsToolTip(window));
+        }
+        rig.advance(1s);
+        QTest::qWait(400);
+
+        const QList<Reading> seen = readings(window);
+        QVERIFY(seen.size() >= 3);
+        QStringList faint;
+        for (const Reading& reading : seen) {
+            const double ratio = contrastRatio(reading.text, reading.background);
+            if (ratio < 4.5)
+                faint << u"%1: %2 on %3, %4:1"_s
+                             .arg(reading.what, reading.text.name(QColor::HexArgb),
+                                  reading.background.name())
+                             .arg(ratio, 0, 'f', 2);
+        }
+        QVERIFY2(faint.isEmpty(), qPrintable(faint.join(u"\n"_s)));
+        // A tooltip is drawn in the palette's own shade, not light on dark.
+        if (screen == u"tooltip"_s)
+            QVERIFY(std::any_of(seen.cbegin(), seen.cend(), [dark](const Reading& r) {
+                return r.what.contains(u"QQuickPopupItem"_s) &&
+                       (r.background.lightnessF() < 0.5) == dark;
+            }));
     }
 };
 

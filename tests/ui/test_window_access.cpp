@@ -1,7 +1,11 @@
 #include "ui_rig.h"
 
 #include <QAccessible>
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QScopeGuard>
 #include <QTest>
+#include <QTranslator>
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
@@ -185,6 +189,67 @@ private Q_SLOTS:
         QVERIFY(m_rig->controller->transportState() != TransportState::connected);
     }
 
+    // The menus list each item's shortcut beside it.
+    void menusListTheirShortcuts_data() {
+        QTest::addColumn<QByteArray>("item");
+        QTest::addColumn<QString>("shortcut");
+        QTest::newRow("disconnect") << QByteArray("disconnectMenuItem") << u"Ctrl+Shift+D"_s;
+        QTest::newRow("quit, a standard key") << QByteArray("quitMenuItem") << u"Ctrl+Q"_s;
+        QTest::newRow("messages") << QByteArray("messagesMenuItem") << u"Ctrl+1"_s;
+        QTest::newRow("find") << QByteArray("findMenuItem") << u"Ctrl+F"_s;
+        QTest::newRow("search messages")
+            << QByteArray("historySearchMenuItem") << u"Ctrl+Shift+F"_s;
+        QTest::newRow("device") << QByteArray("deviceMenuItem") << u"Ctrl+Shift+I"_s;
+        QTest::newRow("none on a switch") << QByteArray("autoReconnectMenuItem") << QString();
+    }
+    void menusListTheirShortcuts() {
+        QFETCH(QByteArray, item);
+        QFETCH(QString, shortcut);
+        QVERIFY(m_rig->connectToMainView());
+        QObject* menuItem = find(item.constData());
+        QVERIFY(menuItem);
+        auto* shown = menuItem->findChild<QQuickItem*>(u"shortcutText"_s);
+        QVERIFY(shown);
+        QCOMPARE(textOf(shown), shortcut);
+        QCOMPARE(shown->isVisible() || !menuItem->property("visible").toBool(),
+                 !shortcut.isEmpty() || !menuItem->property("visible").toBool());
+    }
+
+    // After connecting the focus is on the conversation list, and shows.
+    // Tab and Shift+Tab leave the composer without typing anything, and
+    // every pane is reached by Tab: the sidebar, the chat and either
+    // inspector beside it.
+    void tabReachesEveryPane_data() {
+        QTest::addColumn<QString>("inspector");
+        QTest::addColumn<QByteArray>("paneItem"); // a control inside the inspector
+        QTest::newRow("device") << u"device"_s << QByteArray("editNameButton");
+        QTest::newRow("chat info") << u"chatInfo"_s << QByteArray("favoriteButton");
+    }
+
+    void tabReachesEveryPane() {
+        QFETCH(QString, inspector);
+        QFETCH(QByteArray, paneItem);
+        QVERIFY(m_rig->connectToMainView());
+        QTRY_COMPARE(focusName(), u"conversationList"_s);
+        QTRY_VERIFY(m_rig->shows("listFocusRing"));
+
+        m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+        find("mainView")->setProperty("inspector", inspector);
+        m_rig->advance(2s);
+        QVERIFY(tabTo("composerText"));
+        type(u"hi"_s);
+        key(Qt::Key_Tab);
+        QVERIFY(focusName() != u"composerText"_s);
+        QVERIFY(tabTo("composerText"));
+        key(Qt::Key_Backtab);
+        QVERIFY(focusName() != u"composerText"_s);
+        QCOMPARE(m_rig->text("composerText"), u"hi"_s);
+
+        QVERIFY(tabTo(paneItem.constData(), m_rig->find<QQuickItem>("inspector")));
+        QVERIFY(tabTo("sidebarSearch"));
+        QVERIFY(tabTo("conversationList"));
+    }
+
     // Every interactive element of the main views carries a name for screen
     // readers, read through Qt's accessibility interfaces; the window's
     // title names the open chat or node.
@@ -267,9 +332,262 @@ private Q_SLOTS:
         QVERIFY(named >= 3);
     }
 
+    // A contact or channel that is there already, typed again: the sheet
+    // says so with its name and offers to open it; Return opens it (from
+    // the nodes list too) and nothing is sent to the radio.
+    void addingWhatIsThereOpensIt_data() {
+        QTest::addColumn<int>("entry"); // of the add menu: 1 contact, 2 channel
+        QTest::addColumn<int>("channelMode");
+        QTest::addColumn<QVariantMap>("fields");
+        QTest::addColumn<QString>("named");
+        const QString publicSecret = SimulatedRadio::publicChannelSecret.toUpper();
+        QTest::newRow("contact, its key typed otherwise")
+            << 1 << 0
+            << QVariantMap{{u"nameField"_s, u"Someone else"_s}, {u"keyField"_s, u"aino"_s}}
+            << u"Aino Virtanen"_s;
+        QTest::newRow("public channel, another name")
+            << 2 << 2 << QVariantMap{{u"nameField"_s, u"Town square"_s}} << u"Public"_s;
+        QTest::newRow("private channel, the public secret spaced")
+            << 2 << 1
+            << QVariantMap{{u"nameField"_s, u"Other"_s},
+                           {u"secretField"_s, publicSecret.left(8) + u" "_s + publicSecret.mid(8)}}
+            << u"Public"_s;
+    }
+    void addingWhatIsThereOpensIt() {
+        QFETCH(int, entry);
+        QFETCH(int, channelMode);
+        QFETCH(QVariantMap, fields);
+        QFETCH(QString, named);
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->advance(2s);
+        const Contact aino = *m_rig->contactNamed(u"Aino Virtanen"_s);
+        const QList<Channel> channels = m_rig->controller->channels();
+        find("mainView")->setProperty("mode", u"nodes"_s);
+        QObject* sheet = openSheet(entry, entry == 1 ? "addContactSheet" : "addChannelSheet");
+        QVERIFY(sheet);
+        if (entry == 2)
+            sheet->findChild<QObject*>(u"form"_s)->setProperty("mode", channelMode);
+        for (auto [field, value] : fields.asKeyValueRange()) {
+            if (value == u"aino"_s)
+                value = u"  "_s + aino.publicKey.toUpper().replace(u"AA"_s, u"AA:"_s);
+            sheet->findChild<QObject*>(field)->setProperty("text", value);
+        }
+        QObject* existingRow = sheet->findChild<QObject*>(u"existingRow"_s);
+        QVERIFY(existingRow);
+        const QString note = existingRow->property("message").toString();
+        QVERIFY2(note.contains(named), qPrintable(note));
+        QCOMPARE(textOf(sheet->findChild<QObject*>(u"mainButton"_s)), qtTrId("add.button.open"));
+
+        m_rig->radio.clearWrittenFrames();
+        key(Qt::Key_Return);
+        QTRY_VERIFY(
+            !m_rig->value("mainView", entry == 1 ? "showAddContact" : "showAddChannel").toBool());
+        m_rig->advance(1s);
+        QCOMPARE(mode(), u"messages"_s);
+        const auto opened = m_rig->controller->selectedConversation();
+        QVERIFY(opened);
+        QCOMPARE(m_rig->controller->conversationTitle(*opened), named);
+        QVERIFY(m_rig->radio.writtenFrames().isEmpty());
+        QCOMPARE(*m_rig->contactNamed(u"Aino Virtanen"_s), aino);
+        QCOMPARE(m_rig->controller->channels(), channels);
+    }
+
+    // A name longer than the radio keeps is counted in bytes and refused;
+    // after a click on Copy the secret's sheet still closes with Return.
+    void channelSheetCountsTheNameAndReturnCloses() {
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->advance(2s);
+        QObject* sheet = openSheet(2, "addChannelSheet");
+        QVERIFY(sheet);
+        QObject* name = sheet->findChild<QObject*>(u"nameField"_s);
+        m_rig->radio.clearWrittenFrames();
+        name->setProperty("text", u"Nachteulen über Öland und Åland"_s);
+        QObject* counter = name->findChild<QObject*>(u"counter"_s);
+        QCOMPARE(textOf(counter), u"34/32"_s);
+        key(Qt::Key_Return);
+        m_rig->advance(1s);
+        QVERIFY(m_rig->radio.writtenFrames().isEmpty());
+        QVERIFY(!sheet->findChild<QObject*>(u"mainButton"_s)->property("enabled").toBool());
+
+        name->setProperty("text", u"Nachteulen über Öland"_s);
+        QCOMPARE(textOf(counter), u"23/32"_s);
+        key(Qt::Key_Return);
+        m_rig->advance(1s);
+        auto* copy = qobject_cast<QQuickItem*>(sheet->findChild<QObject*>(u"copyButton"_s));
+        QTRY_VERIFY(copy && copy->isVisible());
+        click(copy);
+        QCOMPARE(QGuiApplication::clipboard()->text().size(), 32);
+        key(Qt::Key_Return);
+        QTRY_VERIFY(!m_rig->value("mainView", "showAddChannel").toBool());
+    }
+
+    // The cards of the panes at the smallest window, in English and German:
+    // no text is drawn over another, and no divider runs through one.
+    void paneRowsNeverOverlap_data() {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("inspector");
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<bool>("narrowFirst"); // else opened wide, then narrowed
+        for (const char* language : {"en", "de"}) {
+            for (const bool narrowFirst : {false, true}) {
+                const char* how = narrowFirst ? "opened narrow" : "narrowed";
+                QTest::addRow("%s, device, %s", language, how)
+                    << language << u"device"_s << u"messages"_s << narrowFirst;
+                QTest::addRow("%s, chat info, %s", language, how)
+                    << language << u"chatInfo"_s << u"messages"_s << narrowFirst;
+                QTest::addRow("%s, node, %s", language, how)
+                    << language << QString() << u"nodes"_s << narrowFirst;
+                QTest::addRow("%s, node and device, %s", language, how)
+                    << language << u"device"_s << u"nodes"_s << narrowFirst;
+            }
+        }
+    }
+
+    void paneRowsNeverOverlap() {
+        QFETCH(QString, language);
+        QFETCH(QString, inspector);
+        QFETCH(QString, mode);
+        QFETCH(bool, narrowFirst);
+        QTranslator german;
+        if (language == u"de"_s) {
+            QVERIFY(german.load(u"talvenne_de"_s, translationsFolder()));
+            QCoreApplication::installTranslator(&german);
+            QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+            // A fresh window in that language.
+            m_rig = std::make_unique<WindowRig>();
+        }
+        const auto restore = qScopeGuard([&] {
+            QCoreApplication::removeTranslator(&german);
+            QLocale::setDefault(QLocale::c());
+        });
+        QVERIFY(m_rig->connectToMainView());
+        QObject* main = find("mainView");
+        const auto wait = [&](std::chrono::milliseconds time) {
+            m_rig->clock.advance(time);
+            QTest::qWait(int(time.count()));
+        };
+        main->setProperty("mode", mode);
+        main->setProperty("nodeSelection", m_rig->contactNamed(u"Ridge Repeater"_s)->publicKey);
+        // The other pane first, as a user goes from one to the other.
+        main->setProperty("inspector", inspector == u"device"_s ? u"chatInfo"_s : u"device"_s);
+        if (narrowFirst) {
+            // As the tour goes: the device pane beside a channel, the window
+            // made smallest with a direct chat chosen, then the pane opened;
+            // checked when the tour takes its picture.
+            m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+            main->setProperty("inspector", u"device"_s);
+            wait(1500ms);
+            m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+            window()->resize(900, 600);
+            wait(1200ms);
+            main->setProperty("inspector", inspector);
+            wait(900ms);
+        } else {
+            m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+            m_rig->advance(1s);
+            main->setProperty("inspector", inspector);
+            m_rig->advance(2s);
+            QTest::qWait(100);
+            window()->resize(900, 600);
+            m_rig->advance(1s);
+            QTest::qWait(300);
+        }
+
+        struct Painted {
+            QString text;
+            QRectF rect;
+        };
+        QList<Painted> texts;
+        QList<QRectF> dividers;
+        std::function<void(QQuickItem*)> visit = [&](QQuickItem* node) {
+            if (!node->isVisible() || node->opacity() == 0)
+                return;
+            const QString text = textOf(node);
+            const bool isText = node->inherits("QQuickText") || node->inherits("QQuickTextEdit");
+            if (isText && !text.isEmpty()) {
+                // Where the glyphs are, as aligned inside the item.
+                const qreal width = node->property("contentWidth").toReal();
+                const qreal height = node->property("contentHeight").toReal();
+                const int align = node->property("horizontalAlignment").toInt();
+                const qreal x = align & Qt::AlignRight     ? node->width() - width
+                                : align & Qt::AlignHCenter ? (node->width() - width) / 2
+                                                           : 0;
+                texts.append({text, node->mapRectToScene(QRectF(x, 0, width, height))});
+            } else if (node->inherits("QQuickRectangle") && node->height() <= 2 &&
+                       node->width() > 20 && node->childItems().isEmpty()) {
+                dividers.append(node->mapRectToScene(QRectF(0, 0, node->width(), node->height())));
+            }
+            for (QQuickItem* child : node->childItems())
+                visit(child);
+        };
+        for (const char* pane : {"inspector", "detail"})
+            visit(m_rig->find<QQuickItem>(pane));
+        QVERIFY(texts.size() > 10);
+
+        QStringList overlaps;
+        for (qsizetype i = 0; i < texts.size(); ++i) {
+            for (qsizetype j = i + 1; j < texts.size(); ++j) {
+                const QRectF both = texts[i].rect.intersected(texts[j].rect);
+                if (both.width() > 1 && both.height() > 1)
+                    overlaps << u"\"%1\" over \"%2\""_s.arg(texts[i].text, texts[j].text);
+            }
+            for (const QRectF& divider : dividers)
+                if (divider.intersects(texts[i].rect.adjusted(0, 1, 0, -1)))
+                    overlaps << u"a divider through \"%1\""_s.arg(texts[i].text);
+        }
+        QVERIFY2(overlaps.isEmpty(), qPrintable(overlaps.join(u"\n"_s)));
+    }
+
     // At the minimum and the default width, with either inspector open,
     // nothing sticks out of the window or out of the pane that clips it, and
     // no unwrapped text is wider than the room it got.
+    // While the radio is away the composer says why, whole, beside either
+    // pane at the smallest window and in German too.
+    void reconnectingNoteIsReadWhole_data() {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("inspector");
+        for (const char* language : {"en", "de"})
+            for (const char* inspector : {"", "device", "chatInfo"})
+                QTest::addRow("%s %s", language, inspector) << language << inspector;
+    }
+    void reconnectingNoteIsReadWhole() {
+        QFETCH(QString, language);
+        QFETCH(QString, inspector);
+        QTranslator german;
+        if (language == u"de"_s) {
+            QVERIFY(german.load(u"talvenne_de"_s, translationsFolder()));
+            QCoreApplication::installTranslator(&german);
+            m_rig = std::make_unique<WindowRig>();
+        }
+        const auto restore = qScopeGuard([&] { QCoreApplication::removeTranslator(&german); });
+        QVERIFY(m_rig->connectToMainView());
+        m_rig->controller->setSelectedConversation(m_rig->chatWith(u"Aino Virtanen"_s));
+        find("mainView")->setProperty("inspector", inspector);
+        window()->resize(900, 600);
+        m_rig->controller->enableAutomaticReconnection();
+        m_rig->radio.setInRange(false);
+        m_rig->radio.dropLink();
+        m_rig->advance(2s);
+        QTest::qWait(200);
+        auto* note = m_rig->find<QQuickItem>("composerNote");
+        QVERIFY(note && note->isVisible());
+        QVERIFY2(textOf(note).contains(QChar(0x2026)), qPrintable(textOf(note)));
+        QVERIFY(!note->property("truncated").toBool());
+        QVERIFY(note->property("contentWidth").toReal() <= note->width() + 1);
+        const QRectF drawn = note->mapRectToScene(
+            QRectF(0, 0, note->width(), note->property("contentHeight").toReal()));
+        // Left of an open pane, above the window's foot.
+        auto* pane = m_rig->find<QQuickItem>("inspector");
+        const qreal right = pane && pane->isVisible() && pane->width() > 0
+                                ? pane->mapToScene(QPointF(0, 0)).x()
+                                : window()->width();
+        QVERIFY2(drawn.right() <= right + 1 && drawn.bottom() <= window()->height(),
+                 qPrintable(u"%1..%2 of %3, foot %4"_s.arg(drawn.left())
+                                .arg(drawn.right())
+                                .arg(right)
+                                .arg(drawn.bottom())));
+    }
+
     void minimumSizeLaysOut_data() {
         QTest::addColumn<int>("width");
         QTest::addColumn<QString>("inspector");

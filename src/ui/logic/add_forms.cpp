@@ -8,15 +8,24 @@ QString trimmedField(const QString& text) {
     return MeshController::trimmedBlanks(text);
 }
 
-HexCounter hexCounter(const QString& typed, int required) {
+FieldCounter hexCounter(const QString& typed, int required) {
     const qsizetype length = MeshController::cleanedHex(typed).size();
     const QByteArray key =
         required == 64 ? QByteArrayLiteral("%lld/64") : QByteArrayLiteral("%lld/32");
     return {qtTrId(key.constData()).arg(length), length != 0 && length != required};
 }
 
+FieldCounter nameCounter(const QString& typed) {
+    const qsizetype bytes = trimmedField(typed).toUtf8().size();
+    return {qtTrId("%lld/32").arg(bytes), bytes > nameByteLimit};
+}
+
+bool nameFits(const QString& name) {
+    return trimmedField(name).toUtf8().size() <= nameByteLimit;
+}
+
 bool canAddContact(const QString& name, const QString& publicKey, bool isWorking) {
-    return !isWorking && !trimmedField(name).isEmpty() &&
+    return !isWorking && !trimmedField(name).isEmpty() && nameFits(name) &&
            MeshController::cleanedHex(publicKey).size() == 64;
 }
 
@@ -74,11 +83,13 @@ bool canAddChannel(AddChannelMode mode, const QString& name, const QString& secr
     switch (mode) {
     case AddChannelMode::createPrivate:
     case AddChannelMode::joinPublic:
-        return !trimmedField(name).isEmpty();
+        return !trimmedField(name).isEmpty() && nameFits(name);
     case AddChannelMode::joinPrivate:
-        return !trimmedField(name).isEmpty() && MeshController::cleanedHex(secret).size() == 32;
+        return !trimmedField(name).isEmpty() && nameFits(name) &&
+               MeshController::cleanedHex(secret).size() == 32;
     case AddChannelMode::joinHashtag:
-        return !trimmedField(hashtag).isEmpty();
+        return !trimmedField(hashtag).isEmpty() &&
+               nameFits(MeshController::hashtagChannelName(hashtag));
     }
     return false;
 }

@@ -13,13 +13,21 @@ QString trimmedField(const QString& text);
 
 // "12/64": how many hex digits a typed key or secret holds, against the
 // number needed. Red only when some are typed but not the right number.
-struct HexCounter {
+struct FieldCounter {
     QString text;
     bool isError = false;
 
-    bool operator==(const HexCounter&) const = default;
+    bool operator==(const FieldCounter&) const = default;
 };
-HexCounter hexCounter(const QString& typed, int required);
+FieldCounter hexCounter(const QString& typed, int required);
+
+// The most UTF-8 bytes the radio keeps of a contact's or a channel's name.
+inline constexpr qsizetype nameByteLimit = 32;
+
+// "12/32": the UTF-8 bytes of a typed name (trimmed as it will be sent)
+// against the radio's room for it; red once there are more.
+FieldCounter nameCounter(const QString& typed);
+bool nameFits(const QString& name);
 
 bool canAddContact(const QString& name, const QString& publicKey, bool isWorking);
 

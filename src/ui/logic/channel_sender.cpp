@@ -1,6 +1,6 @@
 #include "ui/logic/channel_sender.h"
 
-#include "ui/logic/graphemes.h"
+#include "text/graphemes.h"
 
 #include <QTextBoundaryFinder>
 #include <array>
@@ -39,7 +39,7 @@ ChannelSender splitChannelSender(const QString& text) {
         return {{}, text};
     const QString candidate = text.left(separator);
     if (candidate.isEmpty() || candidate.contains(QLatin1Char('\n')) ||
-        graphemeCount(candidate) > maxSenderLength)
+        Text::graphemeCount(candidate) > maxSenderLength)
         return {{}, text};
     return {candidate, text.mid(separator + 2)};
 }

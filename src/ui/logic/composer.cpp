@@ -1,22 +1,22 @@
 #include "ui/logic/composer.h"
 
-#include "ui/logic/graphemes.h"
+#include "text/graphemes.h"
 
 namespace ViewLogic {
 
 QString limitDraft(const QString& draft) {
     // Cheap exit: fewer UTF-16 units than the limit means fewer characters.
-    if (draft.size() <= composerLimit || graphemeCount(draft) <= composerLimit)
+    if (draft.size() <= composerLimit || Text::graphemeCount(draft) <= composerLimit)
         return draft;
-    return leftGraphemes(draft, composerLimit);
+    return Text::leftGraphemes(draft, composerLimit);
 }
 
 QString composerCounterText(const QString& draft) {
-    return QStringLiteral("%1/%2").arg(graphemeCount(draft)).arg(composerLimit);
+    return QStringLiteral("%1/%2").arg(Text::graphemeCount(draft)).arg(composerLimit);
 }
 
 Tint composerCounterTint(const QString& draft) {
-    const qsizetype remaining = composerLimit - graphemeCount(draft);
+    const qsizetype remaining = composerLimit - Text::graphemeCount(draft);
     if (remaining > 20)
         return Tint::secondary;
     if (remaining >= 1)
@@ -25,12 +25,12 @@ Tint composerCounterTint(const QString& draft) {
 }
 
 bool composerAtLimit(const QString& draft) {
-    return graphemeCount(draft) >= composerLimit;
+    return Text::graphemeCount(draft) >= composerLimit;
 }
 
 bool canSend(const QString& draft, bool connected) {
     const QString trimmed = draft.trimmed();
-    return connected && !trimmed.isEmpty() && graphemeCount(trimmed) < composerLimit + 1;
+    return connected && !trimmed.isEmpty() && Text::graphemeCount(trimmed) < composerLimit + 1;
 }
 
 } // namespace ViewLogic

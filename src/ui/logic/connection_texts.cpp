@@ -6,21 +6,22 @@ QString pillTitle(const std::optional<SelfInfo>& selfInfo) {
     return selfInfo ? selfInfo->name : QStringLiteral("Talvenne");
 }
 
-std::optional<QString> batteryLine(const std::optional<BatteryInfo>& battery) {
+std::optional<QString> batteryLine(const std::optional<BatteryInfo>& battery,
+                                   const QLocale& locale) {
     if (!battery)
         return std::nullopt;
     const std::optional<int> percent = battery->percentage();
     if (!percent)
         return std::nullopt;
-    return QString::number(*percent) + QStringLiteral("% \u00B7 ") +
-           QString::asprintf("%.2fV", battery->milliVolts / 1000.0);
+    return locale.toString(*percent) + locale.percent() + QStringLiteral(" \u00B7 ") +
+           quantity(battery->milliVolts / 1000.0, 2, QStringLiteral("V"), locale);
 }
 
-std::optional<LocalizedText> pillSecondLine(bool syncing,
-                                            const std::optional<BatteryInfo>& battery) {
+std::optional<LocalizedText> pillSecondLine(bool syncing, const std::optional<BatteryInfo>& battery,
+                                            const QLocale& locale) {
     if (syncing)
         return LocalizedText::fromKey("main.connection.syncing");
-    if (const std::optional<QString> line = batteryLine(battery))
+    if (const std::optional<QString> line = batteryLine(battery, locale))
         return LocalizedText::literal(*line);
     return std::nullopt;
 }

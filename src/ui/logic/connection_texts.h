@@ -15,12 +15,13 @@ namespace ViewLogic {
 
 // The radio's name, or "Talvenne" before its self information is known.
 QString pillTitle(const std::optional<SelfInfo>& selfInfo);
-// "78% · 4.00V"; none without a reading that gives a percentage (0 mV gives none).
-std::optional<QString> batteryLine(const std::optional<BatteryInfo>& battery);
+// "78% · 4.00 V"; none without a reading that gives a percentage (0 mV gives none).
+std::optional<QString> batteryLine(const std::optional<BatteryInfo>& battery,
+                                   const QLocale& locale = QLocale());
 // The pill's second line: the syncing text while syncing, else the battery
 // line; none when there is nothing to show.
-std::optional<LocalizedText> pillSecondLine(bool syncing,
-                                            const std::optional<BatteryInfo>& battery);
+std::optional<LocalizedText> pillSecondLine(bool syncing, const std::optional<BatteryInfo>& battery,
+                                            const QLocale& locale = QLocale());
 // The pill's dot: green while connected, orange otherwise.
 Tint pillDotTint(TransportState state);
 

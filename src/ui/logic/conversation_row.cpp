@@ -2,6 +2,7 @@
 
 #include "model/mesh_enums.h"
 #include "protocol/mesh_protocol.h"
+#include "text/text_segments.h"
 
 #include <algorithm>
 
@@ -11,11 +12,12 @@ namespace {
 
 constexpr qsizetype keyPrefixLength = 12;
 
-// The last message's text, or `fallback` when the conversation is missing or empty.
+// The last message's text as its bubble reads, or `fallback` when the
+// conversation is missing or empty.
 QString lastMessageOr(const Conversation* conversation, const QString& fallback) {
     if (!conversation || conversation->messages.isEmpty())
         return fallback;
-    return conversation->messages.constLast().text;
+    return Text::withMentionsAsShown(conversation->messages.constLast().text);
 }
 
 } // namespace

@@ -69,7 +69,7 @@ BubbleFooter bubbleFooter(const ChatMessage& message, const QLocale& locale) {
     BubbleFooter footer;
     footer.time = shortTime(message.timestamp, locale);
     if (message.snr) {
-        footer.snr = middleDot + QString::asprintf("%.0f dB", *message.snr);
+        footer.snr = middleDot + quantity(*message.snr, 0, QStringLiteral("dB"), locale);
         footer.snrTint = snrTint(*message.snr);
     }
     if (message.direction != ChatMessage::Direction::outgoing)
@@ -79,7 +79,7 @@ BubbleFooter bubbleFooter(const ChatMessage& message, const QLocale& locale) {
         footer.hops = QString::number(*message.hopCount);
     if (message.roundTripMillis)
         footer.roundTrip =
-            middleDot + QString::asprintf("%.1fs", *message.roundTripMillis / 1000.0);
+            middleDot + quantity(*message.roundTripMillis / 1000.0, 1, QStringLiteral("s"), locale);
     footer.stateSymbol = deliveryStateSymbol(message.deliveryState);
     footer.stateTint = deliveryStateTint(message.deliveryState);
     return footer;
@@ -89,7 +89,8 @@ QString reportToggleSymbol(bool expanded) {
     return expanded ? QStringLiteral("chevron.up.circle") : QStringLiteral("info.circle");
 }
 
-QList<ReportLine> reportLines(const ChatMessage& message, const QLocale& locale) {
+QList<ReportLine> reportLines(const ChatMessage& message, const QLocale& locale,
+                              const QDateTime& now) {
     QList<ReportLine> lines;
     lines.append({deliveryStateSymbol(message.deliveryState),
                   LocalizedText::fromKey(deliveryStateKey(message.deliveryState)),
@@ -118,11 +119,16 @@ QList<ReportLine> reportLines(const ChatMessage& message, const QLocale& locale)
                           "chat.message.delivery.snr",
                           {locale.toString(*message.snr, 'g', QLocale::FloatingPointShortest)}),
                       snrTint(*message.snr)});
-    if (message.deliveryState == State::sent && message.estimatedTimeoutMillis)
+    if (message.deliveryState == State::sent && message.estimatedTimeoutMillis) {
+        const std::uint32_t expected = *message.estimatedTimeoutMillis;
+        const bool overdue = now.isValid() && message.timestamp.isValid() &&
+                             message.timestamp.msecsTo(now) > 2 * qint64(expected);
         lines.append({QStringLiteral("hourglass"),
-                      LocalizedText::fromKey("chat.message.delivery.timeout",
-                                             {seconds(*message.estimatedTimeoutMillis, locale)}),
-                      Tint::secondary});
+                      LocalizedText::fromKey(overdue ? "chat.message.delivery.unconfirmed"
+                                                     : "chat.message.delivery.timeout",
+                                             {seconds(expected, locale)}),
+                      overdue ? Tint::orange : Tint::secondary});
+    }
     lines.append(
         {QStringLiteral("calendar"),
          LocalizedText::literal(abbreviatedDate(message.timestamp, locale) + QLatin1Char(' ') +

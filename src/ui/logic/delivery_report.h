@@ -51,7 +51,10 @@ struct ReportLine {
 };
 
 // The report card of a message, top to bottom: state, route, round trip,
-// SNR, estimated timeout (only while sent), and the full timestamp.
-QList<ReportLine> reportLines(const ChatMessage& message, const QLocale& locale = QLocale());
+// SNR, estimated timeout (only while sent), and the full timestamp. Once
+// twice the expected time has passed by `now` (when given), the timeout line
+// says the message was not confirmed.
+QList<ReportLine> reportLines(const ChatMessage& message, const QLocale& locale = QLocale(),
+                              const QDateTime& now = QDateTime());
 
 } // namespace ViewLogic

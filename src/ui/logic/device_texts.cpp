@@ -1,5 +1,7 @@
 #include "logic/device_texts.h"
 
+#include "logic/localized_text.h"
+
 namespace ViewLogic {
 
 BatterySymbol batterySymbol(int percentage) {
@@ -27,23 +29,26 @@ QString uptimeText(std::uint32_t seconds) {
     return QStringLiteral("%1m").arg(minutes);
 }
 
-QString voltageText(int milliVolts) {
-    return QString::asprintf("(%.2f V)", milliVolts / 1000.0);
+QString voltageText(int milliVolts, const QLocale& locale) {
+    return QLatin1Char('(') + quantity(milliVolts / 1000.0, 2, QStringLiteral("V"), locale) +
+           QLatin1Char(')');
 }
 
 QList<StatisticRow> statisticRows(const DeviceStats& core, const DeviceStats& radio,
-                                  const DeviceStats& packets) {
+                                  const DeviceStats& packets, const QLocale& locale) {
+    const QString dBm = QStringLiteral("dBm");
     QList<StatisticRow> rows;
     if (radio.lastRSSI)
-        rows.append({"device.field.last.rssi", QStringLiteral("%1 dBm").arg(*radio.lastRSSI)});
+        rows.append({"device.field.last.rssi", quantity(*radio.lastRSSI, 0, dBm, locale)});
     if (radio.lastSNR)
-        rows.append({"device.field.last.snr", QString::asprintf("%.1f dB", *radio.lastSNR)});
+        rows.append(
+            {"device.field.last.snr", quantity(*radio.lastSNR, 1, QStringLiteral("dB"), locale)});
     if (radio.noiseFloor)
-        rows.append({"device.field.noise.floor", QStringLiteral("%1 dBm").arg(*radio.noiseFloor)});
+        rows.append({"device.field.noise.floor", quantity(*radio.noiseFloor, 0, dBm, locale)});
     if (packets.packetsSent)
-        rows.append({"device.field.packets.sent", QString::number(*packets.packetsSent)});
+        rows.append({"device.field.packets.sent", locale.toString(*packets.packetsSent)});
     if (packets.packetsReceived)
-        rows.append({"device.field.packets.received", QString::number(*packets.packetsReceived)});
+        rows.append({"device.field.packets.received", locale.toString(*packets.packetsReceived)});
     if (core.uptimeSeconds)
         rows.append({"device.field.uptime", uptimeText(*core.uptimeSeconds)});
     return rows;

@@ -4,6 +4,7 @@
 #include "model/device_records.h"
 
 #include <QList>
+#include <QLocale>
 #include <QString>
 #include <cstdint>
 
@@ -22,8 +23,8 @@ BatterySymbol batterySymbol(int percentage);
 // "1d 1h", "1h 1m" or "0m".
 QString uptimeText(std::uint32_t seconds);
 
-// "(4.00 V)".
-QString voltageText(int milliVolts);
+// "(4.00 V)", in German "(4,00 V)".
+QString voltageText(int milliVolts, const QLocale& locale = QLocale());
 
 // One statistics row: its label key and its value as shown.
 struct StatisticRow {
@@ -34,6 +35,6 @@ struct StatisticRow {
 };
 // The rows whose values are present, in the pane's order.
 QList<StatisticRow> statisticRows(const DeviceStats& core, const DeviceStats& radio,
-                                  const DeviceStats& packets);
+                                  const DeviceStats& packets, const QLocale& locale = QLocale());
 
 } // namespace ViewLogic

@@ -26,4 +26,8 @@ QString LocalizedText::text() const {
     return result;
 }
 
+QString quantity(double value, int decimals, const QString& unit, const QLocale& locale) {
+    return locale.toString(value, 'f', decimals) + QChar(0x00A0) + unit;
+}
+
 } // namespace ViewLogic

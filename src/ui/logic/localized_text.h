@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QLocale>
 #include <QString>
 #include <QStringList>
 
@@ -24,5 +25,10 @@ struct LocalizedText {
 
     bool operator==(const LocalizedText&) const = default;
 };
+
+// A measure as the locale writes numbers, with `decimals` places and its
+// unit after a no-break space: "1.8 s", in German "1,8 s".
+QString quantity(double value, int decimals, const QString& unit,
+                 const QLocale& locale = QLocale());
 
 } // namespace ViewLogic

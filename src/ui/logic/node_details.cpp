@@ -23,9 +23,12 @@ bool hasPosition(double latitude, double longitude) {
     return latitude != 0 || longitude != 0;
 }
 
-QString coordinateText(double latitude, double longitude) {
-    return QString::asprintf("%.5f° %s, %.5f° %s", std::abs(latitude), latitude < 0 ? "S" : "N",
-                             std::abs(longitude), longitude < 0 ? "W" : "E");
+QString coordinateText(double latitude, double longitude, const QLocale& locale) {
+    return QStringLiteral("%1° %2, %3° %4")
+        .arg(locale.toString(std::abs(latitude), 'f', 5),
+             latitude < 0 ? QStringLiteral("S") : QStringLiteral("N"),
+             locale.toString(std::abs(longitude), 'f', 5),
+             longitude < 0 ? QStringLiteral("W") : QStringLiteral("E"));
 }
 
 QUrl mapUrl(double latitude, double longitude) {

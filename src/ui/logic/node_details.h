@@ -3,6 +3,7 @@
 #include "logic/tint.h"
 
 #include <QByteArray>
+#include <QLocale>
 #include <QString>
 #include <QUrl>
 
@@ -24,8 +25,8 @@ QString pathLengthText(int outPathLength);
 
 // A node has a position unless both coordinates are exactly zero.
 bool hasPosition(double latitude, double longitude);
-// "60.17116° N, 24.94146° E".
-QString coordinateText(double latitude, double longitude);
+// "60.17116° N, 24.94146° E", in German "60,17116° N, 24,94146° E".
+QString coordinateText(double latitude, double longitude, const QLocale& locale = QLocale());
 // The position on openstreetmap.org, with a marker.
 QUrl mapUrl(double latitude, double longitude);
 

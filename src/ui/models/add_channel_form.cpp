@@ -1,6 +1,8 @@
 #include "add_channel_form.h"
 
 #include "controller/mesh_controller.h"
+#include "logic/safe_text.h"
+#include "protocol/mesh_protocol.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -45,9 +47,56 @@ bool AddChannelForm::secretCounterIsError() const {
     return ViewLogic::hexCounter(m_secret, 32).isError;
 }
 
-bool AddChannelForm::canSubmit() const {
-    return controller() &&
-           ViewLogic::canAddChannel(m_mode, m_name, m_secret, m_hashtag, isWorking());
+QString AddChannelForm::typedName() const {
+    return m_mode == AddChannelMode::joinHashtag ? MeshController::hashtagChannelName(m_hashtag)
+                                                 : m_name;
+}
+
+QString AddChannelForm::nameCounterText() const {
+    return ViewLogic::nameCounter(typedName()).text;
+}
+
+bool AddChannelForm::nameCounterIsError() const {
+    return ViewLogic::nameCounter(typedName()).isError;
+}
+
+bool AddChannelForm::canAdd() const {
+    return ViewLogic::canAddChannel(m_mode, m_name, m_secret, m_hashtag, false);
+}
+
+// A channel is the one joined already when its secret is the same: messages
+// of both would be one and the same, whatever the names.
+std::optional<AddForm::Existing> AddChannelForm::existing() const {
+    if (!controller() || m_createdSecret.size() > 0)
+        return std::nullopt;
+    std::optional<QByteArray> secret;
+    switch (m_mode) {
+    case AddChannelMode::createPrivate:
+        return std::nullopt;
+    case AddChannelMode::joinPrivate: {
+        const QString digits = MeshController::cleanedHex(m_secret);
+        if (digits.size() == 2 * MeshController::channelSecretLength)
+            secret = MeshProtocol::bytesFromHex(digits);
+        break;
+    }
+    case AddChannelMode::joinPublic:
+        secret =
+            MeshProtocol::bytesFromHex(QString::fromLatin1(MeshController::publicChannelSecretHex));
+        break;
+    case AddChannelMode::joinHashtag:
+        if (!ViewLogic::trimmedField(m_hashtag).isEmpty())
+            secret = MeshController::hashtagChannelSecret(typedName());
+        break;
+    }
+    if (!secret)
+        return std::nullopt;
+    for (const Channel& channel : controller()->channels()) {
+        if (MeshProtocol::bytesFromHex(channel.secretHex) == secret)
+            return Existing{
+                ConversationID::channel(channel.index),
+                qtTrId("add.channel.exists").arg(ViewLogic::safeName(channel.displayName()))};
+    }
+    return std::nullopt;
 }
 
 QCoro::Task<QString> AddChannelForm::perform(MeshController* controller) {

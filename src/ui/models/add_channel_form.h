@@ -26,6 +26,8 @@ class AddChannelForm : public AddForm {
     Q_PROPERTY(bool showsHashtag READ showsHashtag NOTIFY changed)
     Q_PROPERTY(QString secretCounterText READ secretCounterText NOTIFY changed)
     Q_PROPERTY(bool secretCounterIsError READ secretCounterIsError NOTIFY changed)
+    Q_PROPERTY(QString nameCounterText READ nameCounterText NOTIFY changed)
+    Q_PROPERTY(bool nameCounterIsError READ nameCounterIsError NOTIFY changed)
 
 public:
     using AddForm::AddForm;
@@ -41,16 +43,22 @@ public:
     bool showsHashtag() const { return m_mode == ViewLogic::AddChannelMode::joinHashtag; }
     QString secretCounterText() const;
     bool secretCounterIsError() const;
-    bool canSubmit() const override;
+    // The name's bytes, or in the hashtag mode those of the channel name it makes.
+    QString nameCounterText() const;
+    bool nameCounterIsError() const;
 
     // Replaces the clipboard's contents with the created secret as plain text.
     Q_INVOKABLE void copySecret() const;
 
 protected:
+    bool canAdd() const override;
+    std::optional<Existing> existing() const override;
     QCoro::Task<QString> perform(MeshController* controller) override;
     void keep(const QString& secret) override { m_createdSecret = secret; }
 
 private:
+    QString typedName() const;
+
     ViewLogic::AddChannelMode m_mode = ViewLogic::AddChannelMode::createPrivate;
     QString m_name;
     QString m_secret;

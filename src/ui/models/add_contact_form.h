@@ -14,15 +14,20 @@ class AddContactForm : public AddForm {
     Q_PROPERTY(QString publicKey MEMBER m_publicKey NOTIFY changed)
     Q_PROPERTY(QString keyCounterText READ keyCounterText NOTIFY changed)
     Q_PROPERTY(bool keyCounterIsError READ keyCounterIsError NOTIFY changed)
+    Q_PROPERTY(QString nameCounterText READ nameCounterText NOTIFY changed)
+    Q_PROPERTY(bool nameCounterIsError READ nameCounterIsError NOTIFY changed)
 
 public:
     using AddForm::AddForm;
 
     QString keyCounterText() const;
     bool keyCounterIsError() const;
-    bool canSubmit() const override;
+    QString nameCounterText() const;
+    bool nameCounterIsError() const;
 
 protected:
+    bool canAdd() const override;
+    std::optional<Existing> existing() const override;
     QCoro::Task<QString> perform(MeshController* controller) override;
 
 private:

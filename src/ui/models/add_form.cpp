@@ -2,9 +2,34 @@
 
 #include <QPointer>
 
+void AddForm::attach(MeshController* controller) {
+    // A contact or channel that arrives or goes may be the one typed.
+    if (controller) {
+        connect(controller, &MeshController::contactsChanged, this, &AddForm::changed);
+        connect(controller, &MeshController::channelsChanged, this, &AddForm::changed);
+    }
+    Q_EMIT changed();
+}
+
+bool AddForm::canSubmit() const {
+    if (!controller() || m_isWorking)
+        return false;
+    return opensExisting() || canAdd();
+}
+
+QString AddForm::existingText() const {
+    const auto found = existing();
+    return found ? found->text : QString();
+}
+
 void AddForm::submit() {
     if (!canSubmit())
         return;
+    if (const auto found = existing()) {
+        Q_EMIT openRequested(found->conversation.conversationKey());
+        Q_EMIT finished();
+        return;
+    }
     m_isWorking = true;
     m_errorMessage.clear();
     Q_EMIT changed();

@@ -1,6 +1,7 @@
 #include "device_view_model.h"
 
 #include "logic/device_texts.h"
+#include "logic/localized_text.h"
 #include "logic/safe_text.h"
 #include "look.h"
 
@@ -14,6 +15,13 @@ void DeviceViewModel::attach(MeshController* controller) {
               &MeshController::batteryChanged, &MeshController::coreStatsChanged,
               &MeshController::radioStatsChanged, &MeshController::packetStatsChanged})
             connect(controller, signal, this, &DeviceViewModel::changed);
+        // A radio that comes back (after a reboot, out of range) has counted
+        // anew: read its statistics again once it is synchronised.
+        connect(controller, &MeshController::isSyncingChanged, this, [this] {
+            if (this->controller() && !this->controller()->isSyncing() &&
+                this->controller()->transportState() == TransportState::connected)
+                appear();
+        });
         appear();
     }
     Q_EMIT changed();
@@ -58,7 +66,7 @@ bool DeviceViewModel::hasBattery() const {
 
 QString DeviceViewModel::batteryPercentText() const {
     const auto percentage = hasBattery() ? controller()->battery()->percentage() : std::nullopt;
-    return percentage ? QStringLiteral("%1%").arg(*percentage) : QString();
+    return percentage ? QLocale().toString(*percentage) + QLocale().percent() : QString();
 }
 
 QString DeviceViewModel::batterySymbol() const {
@@ -76,12 +84,14 @@ QString DeviceViewModel::voltageText() const {
 }
 
 QString DeviceViewModel::frequencyText() const {
-    return hasSelfInfo() ? QString::asprintf("%.3f MHz", controller()->selfInfo()->radioFrequency)
+    return hasSelfInfo() ? ViewLogic::quantity(controller()->selfInfo()->radioFrequency, 3,
+                                               QStringLiteral("MHz"))
                          : QString();
 }
 
 QString DeviceViewModel::bandwidthText() const {
-    return hasSelfInfo() ? QString::asprintf("%.0f kHz", controller()->selfInfo()->radioBandwidth)
+    return hasSelfInfo() ? ViewLogic::quantity(controller()->selfInfo()->radioBandwidth, 0,
+                                               QStringLiteral("kHz"))
                          : QString();
 }
 

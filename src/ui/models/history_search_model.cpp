@@ -38,7 +38,7 @@ void HistorySearchModel::setQuery(const QString& query) {
     if (m_query == query)
         return;
     m_query = query;
-    m_foldedQuery = ViewLogic::foldForSearch(query.trimmed(), m_locale);
+    m_foldedQuery = ViewLogic::foldForSearch(query.trimmed(), m_locale).remove(QChar(0));
     restartSearch();
     Q_EMIT queryChanged();
 }
@@ -54,6 +54,17 @@ QString HistorySearchModel::searchedText(const ChatMessage& message, const QStri
         key.startsWith(QLatin1String("channel:")))
         return ViewLogic::splitChannelSender(message.text).body;
     return message.text;
+}
+
+QString HistorySearchModel::foldedEntry(const ChatMessage& message, const QString& key) const {
+    QString folded = ViewLogic::foldForSearch(searchedText(message, key), m_locale);
+    if (message.direction == ChatMessage::Direction::incoming &&
+        key.startsWith(QLatin1String("channel:"))) {
+        const QString sender = ViewLogic::splitChannelSender(message.text).sender;
+        if (!sender.isEmpty())
+            folded += QChar(0) + ViewLogic::foldForSearch(sender, m_locale);
+    }
+    return folded;
 }
 
 void HistorySearchModel::reindex() {
@@ -82,8 +93,7 @@ void HistorySearchModel::onMessageAppended(const QString& key, int row) {
         row >= conversation->messages.size())
         return;
     const ChatMessage& message = conversation->messages.at(row);
-    Entry entry{key, message.id, message.timestamp.toMSecsSinceEpoch(),
-                ViewLogic::foldForSearch(searchedText(message, key), m_locale)};
+    Entry entry{key, message.id, message.timestamp.toMSecsSinceEpoch(), foldedEntry(message, key)};
     // Messages come in time order nearly always; a radio's clock may lag.
     auto at = std::upper_bound(m_entries.begin(), m_entries.end(), entry.time,
                                [](qint64 time, const Entry& e) { return time < e.time; });
@@ -158,8 +168,7 @@ bool HistorySearchModel::indexSome(const QElapsedTimer& clock) {
         if (conversation != conversations.cend()) {
             for (const ChatMessage& message : conversation->messages) {
                 if (message.id == entry.id) {
-                    entry.folded =
-                        ViewLogic::foldForSearch(searchedText(message, entry.key), m_locale);
+                    entry.folded = foldedEntry(message, entry.key);
                     break;
                 }
             }

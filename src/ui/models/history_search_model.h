@@ -103,6 +103,9 @@ private:
     const ChatMessage* messageOf(const Result& result) const;
     // The text the search reads: a channel message's sender stays out.
     QString searchedText(const ChatMessage& message, const QString& key) const;
+    // What a query is looked for in: the searched text, and a channel
+    // sender's name behind a separator no query holds.
+    QString foldedEntry(const ChatMessage& message, const QString& key) const;
 
     QLocale m_locale;
     QString m_query;

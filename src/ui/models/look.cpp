@@ -5,6 +5,7 @@
 #include "logic/channel_sender.h"
 #include "logic/signal_bars.h"
 
+#include <QKeySequence>
 #include <QMetaEnum>
 
 QString Look::iconSource(const QString& symbol) const {
@@ -38,4 +39,15 @@ QColor Look::senderColor(const QString& name) const {
 
 QString Look::senderBadgeText(const QString& name) const {
     return ViewLogic::senderBadgeText(name);
+}
+
+QString Look::shortcutText(const QVariant& shortcut) const {
+    QKeySequence sequence;
+    if (shortcut.typeId() == QMetaType::QString)
+        sequence = QKeySequence::fromString(shortcut.toString(), QKeySequence::PortableText);
+    else if (shortcut.typeId() == QMetaType::QKeySequence)
+        sequence = shortcut.value<QKeySequence>();
+    else if (shortcut.isValid())
+        sequence = QKeySequence(QKeySequence::StandardKey(shortcut.toInt())); // a standard key
+    return sequence.toString(QKeySequence::NativeText);
 }

@@ -19,6 +19,9 @@ public:
 
     // "qrc:/icons/<file>.svg" for a symbol name such as "paperplane".
     Q_INVOKABLE QString iconSource(const QString& symbol) const;
+    // An action's shortcut (a standard key or a sequence like "Ctrl+1") as
+    // a menu shows it.
+    Q_INVOKABLE QString shortcutText(const QVariant& shortcut) const;
     // The two colours of the avatar gradient of a seed.
     Q_INVOKABLE QVariantList avatarColors(const QString& seed) const;
     // How many of the four bars are lit for a signal strength in dBm.

@@ -6,8 +6,8 @@
 #include "logic/delivery_report.h"
 #include "logic/safe_text.h"
 #include "logic/spoken_text.h"
-#include "logic/text_segments.h"
 #include "look.h"
+#include "text/text_segments.h"
 
 #include <QUrl>
 #include <QVariantMap>
@@ -159,12 +159,12 @@ QString MessageListModel::reportToggleSymbol(bool expanded) {
 
 QString MessageListModel::styledText(const QString& text, bool outgoing, const QColor& mentionColor,
                                      const QColor& linkColor) {
-    using Kind = ViewLogic::TextSegment::Kind;
+    using Kind = Text::TextSegment::Kind;
     const QColor mention = outgoing ? MessageListModel::outgoingMentionColor() : mentionColor;
     const QColor link = outgoing ? MessageListModel::outgoingLinkColor() : linkColor;
     QString html;
     html.reserve(text.size() * 2 + 64);
-    for (const ViewLogic::TextSegment& segment : ViewLogic::segments(text)) {
+    for (const Text::TextSegment& segment : Text::segments(text)) {
         const QString escaped = segment.text.toHtmlEscaped();
         switch (segment.kind) {
         case Kind::plain:
@@ -244,7 +244,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return Look::tintName(ViewLogic::bubbleFooter(*message).stateTint);
     case ReportLinesRole: {
         QVariantList lines;
-        for (const ViewLogic::ReportLine& line : ViewLogic::reportLines(*message))
+        for (const ViewLogic::ReportLine& line :
+             ViewLogic::reportLines(*message, QLocale(), controller()->clock()->now()))
             lines.append(QVariantMap{{QStringLiteral("symbol"), line.symbol},
                                      {QStringLiteral("text"), line.text.text()},
                                      {QStringLiteral("tint"), Look::tintName(line.tint)}});

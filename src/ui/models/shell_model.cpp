@@ -5,6 +5,7 @@
 #include "logic/conversation_row.h"
 #include "logic/safe_text.h"
 #include "look.h"
+#include "time/clock.h"
 
 #include <QMetaEnum>
 #include <utility>
@@ -30,10 +31,23 @@ std::optional<ConversationID> conversationFromKey(const QString& key) {
 ShellModel::ShellModel(QObject* parent)
     : ControllerBoundObject(parent) {}
 
+ShellModel::~ShellModel() {
+    cancelScanLimit();
+}
+
 void ShellModel::attach(MeshController* controller) {
+    cancelScanLimit();
     if (controller) {
-        connect(controller, &MeshController::transportStateChanged, this,
-                &ShellModel::connectionChanged);
+        connect(controller, &MeshController::transportStateChanged, this, [this] {
+            // Over some other way (Bluetooth off, a radio chosen).
+            const TransportState state = this->controller()->transportState();
+            if (state != TransportState::scanning && state != TransportState::ready)
+                cancelScanLimit();
+            // Bluetooth back on is a fresh start: it scans by itself again.
+            if (state == TransportState::poweredOff || state == TransportState::unauthorized)
+                m_scanEnded = false;
+            Q_EMIT connectionChanged();
+        });
         connect(controller, &MeshController::connectionErrorChanged, this, [this] {
             m_errorDismissed = false;
             Q_EMIT connectionErrorChanged();
@@ -131,7 +145,13 @@ bool ShellModel::scanning() const {
     return controller() && controller()->transportState() == TransportState::scanning;
 }
 
+bool ShellModel::scanFinished() const {
+    return m_scanEnded && controller() && controller()->transportState() == TransportState::ready;
+}
+
 QString ShellModel::statusText() const {
+    if (scanFinished())
+        return qtTrId("connection.empty.none.found");
     return controller() ? qtTrId(ViewLogic::connectionStatusKey(controller()->transportState()))
                         : QString();
 }
@@ -226,20 +246,47 @@ void ShellModel::openMessage(const QString& conversationKey, const QString& mess
 
 void ShellModel::startScan() {
     if (controller())
-        controller()->startScan();
+        beginScan();
 }
 
 void ShellModel::stopScan() {
-    if (controller())
-        controller()->stopScan();
+    if (!controller())
+        return;
+    m_scanEnded = true;
+    controller()->stopScan();
 }
 
 bool ShellModel::scanIfIdle() {
-    if (!controller() || !ViewLogic::shouldStartScan(controller()->transportState(),
-                                                     controller()->discoveredDevices().size()))
+    // After a scan that ended the user scans again when they want.
+    if (!controller() || m_scanEnded ||
+        !ViewLogic::shouldStartScan(controller()->transportState(),
+                                    controller()->discoveredDevices().size()))
         return false;
-    controller()->startScan();
+    beginScan();
     return true;
+}
+
+void ShellModel::beginScan() {
+    cancelScanLimit();
+    m_scanEnded = false;
+    controller()->startScan();
+    // The link may report the scan a moment later.
+    m_scanClock = controller()->clock();
+    if (!m_scanClock)
+        return;
+    m_scanLimit = m_scanClock->schedule(scanWindow, [this] {
+        m_scanLimit = 0;
+        if (!scanning())
+            return;
+        m_scanEnded = true;
+        controller()->stopScan();
+    });
+}
+
+void ShellModel::cancelScanLimit() {
+    if (m_scanLimit != 0 && m_scanClock)
+        m_scanClock->cancel(m_scanLimit);
+    m_scanLimit = 0;
 }
 
 void ShellModel::dismissConnectionError() {

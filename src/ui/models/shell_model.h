@@ -6,7 +6,10 @@
 #include <QPointer>
 #include <QString>
 #include <QtQml/qqml.h>
+#include <chrono>
+#include <cstdint>
 
+class Clock;
 class MeshController;
 
 // The controller's link state, pill, connection texts and selection as plain
@@ -30,6 +33,9 @@ class ShellModel : public ControllerBoundObject {
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool scanning READ scanning NOTIFY connectionChanged)
+    // A scan started here ended (by itself after scanWindow, or stopped) and
+    // none runs now: the button offers to scan again.
+    Q_PROPERTY(bool scanFinished READ scanFinished NOTIFY connectionChanged)
     // The text under the empty radio list.
     Q_PROPERTY(QString statusText READ statusText NOTIFY connectionChanged)
     Q_PROPERTY(bool canScan READ canScan NOTIFY connectionChanged)
@@ -52,7 +58,12 @@ class ShellModel : public ControllerBoundObject {
     Q_PROPERTY(QString revealedMessageId READ revealedMessageId NOTIFY revealedMessageIdChanged)
 
 public:
+    // How long a scan started from the connection screen runs: long enough to
+    // hear a radio that advertises slowly, and then the screen holds still.
+    static constexpr std::chrono::milliseconds scanWindow{30'000};
+
     explicit ShellModel(QObject* parent = nullptr);
+    ~ShellModel() override;
 
     QString transportStateName() const;
     bool connected() const;
@@ -64,6 +75,7 @@ public:
     bool autoReconnect() const;
     void setAutoReconnect(bool on);
     bool scanning() const;
+    bool scanFinished() const;
     QString statusText() const;
     bool canScan() const;
     bool showStop() const;
@@ -85,9 +97,11 @@ public:
     // open(), and the chat shows that message, briefly marked.
     Q_INVOKABLE void openMessage(const QString& conversationKey, const QString& messageId);
     const QString& revealedMessageId() const { return m_revealedMessageId; }
+    // Scans for scanWindow at most.
     Q_INVOKABLE void startScan();
     Q_INVOKABLE void stopScan();
-    // Starts a scan when the adapter is ready and nothing is listed yet.
+    // Starts a scan (for scanWindow at most) when the adapter is ready,
+    // nothing is listed yet and no scan has ended since Bluetooth came on.
     // Returns whether it did.
     Q_INVOKABLE bool scanIfIdle();
     // Hides the connection error; the next failure shows again.
@@ -112,7 +126,14 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    void beginScan();
+    void cancelScanLimit();
+
     bool m_errorDismissed = false;
+    // The clock timer that ends the scan started here; 0 when none runs.
+    QPointer<Clock> m_scanClock;
+    std::uint64_t m_scanLimit = 0;
+    bool m_scanEnded = false;
     // The conversation shown when the radio dropped: the controller forgets
     // its selection with the radio, the window keeps it open meanwhile and
     // selects it again once the radio is back.

@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Talvenne
 
 // The message field with its send button and the length limit below.
-// Return sends, Shift+Return starts a new line. The draft is cut to the
+// Return sends, Shift+Return starts a new line, Tab moves on. The draft is cut to the
 // limit as it is typed or pasted.
 Rectangle {
     id: composer
@@ -88,6 +88,16 @@ Rectangle {
                         }
                         Accessible.name: placeholderText
                         Keys.onEscapePressed: composer.leaveRequested()
+                        // Tab and Shift+Tab move on, as from any other field;
+                        // a message has no use for tab characters.
+                        Keys.onTabPressed: event => {
+                            field.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                            event.accepted = true
+                        }
+                        Keys.onBacktabPressed: event => {
+                            field.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+                            event.accepted = true
+                        }
                         Keys.onPressed: event => {
                             if (event.key !== Qt.Key_Return && event.key !== Qt.Key_Enter)
                                 return
@@ -133,6 +143,7 @@ Rectangle {
             readonly property bool blocked: composer.chat.sendBlockedReason.length > 0
             // Why nothing can be sent just now, in place of the length rule.
             Icon {
+                Layout.alignment: Qt.AlignTop
                 symbol: parent.blocked ? composer.chat.sendBlockedSymbol : "shippingbox"
                 size: Theme.caption2Size + 1
                 color: parent.blocked ? Theme.orange : Theme.secondaryText
@@ -141,13 +152,15 @@ Rectangle {
                 objectName: "composerNote"
                 Layout.fillWidth: true
                 textFormat: Text.PlainText
-                elide: Text.ElideRight
+                // Read whole: a narrow chat takes it on a second line.
+                wrapMode: Text.Wrap
                 text: parent.blocked ? composer.chat.sendBlockedReason
                                      : qsTrId("chat.composer.limit").arg(composer.chat.limit)
                 color: Theme.secondaryText
                 font.pixelSize: Theme.caption2Size
             }
             Text {
+                Layout.alignment: Qt.AlignTop
                 textFormat: Text.PlainText
                 objectName: "composerCounter"
                 text: composer.chat.counterText(field.text)

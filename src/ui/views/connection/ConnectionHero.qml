@@ -1,12 +1,15 @@
 import QtQuick
 import Talvenne
 
-// The connection screen's hero: a soft disc with the product image gently
-// breathing on it while `pulse` is on.
+// The connection screen's hero: a soft disc with the product image on it,
+// breathing gently while `breathing` is on: one breath takes `stepsPerBreath`
+// steps of `step`.
 Rectangle {
     id: hero
 
-    property bool pulse: false
+    property bool breathing: false
+    property int step: 0
+    property int stepsPerBreath: 25
 
     implicitWidth: 140
     implicitHeight: 140
@@ -31,11 +34,8 @@ Rectangle {
         sourceSize.width: 220
         sourceSize.height: 220
         smooth: true
-        SequentialAnimation on scale {
-            running: hero.pulse
-            loops: Animation.Infinite
-            NumberAnimation { from: 0.98; to: 1.02; duration: 2500; easing.type: Easing.InOutQuad }
-            NumberAnimation { from: 1.02; to: 0.98; duration: 2500; easing.type: Easing.InOutQuad }
-        }
+        scale: hero.breathing
+               ? 1 - 0.02 * Math.cos(2 * Math.PI * (hero.step % hero.stepsPerBreath) / hero.stepsPerBreath)
+               : 1
     }
 }

@@ -2,9 +2,10 @@ import QtQuick
 import QtQuick.Layouts
 import Talvenne
 
-// The screen shown while no radio is connected: the pulsing product image,
-// the radios nearby and the scan button. Scans by itself when Bluetooth is
-// ready and nothing has been found yet.
+// The screen shown while no radio is connected: the product image, the
+// radios nearby and the scan button. Scans by itself when Bluetooth is ready
+// and nothing has been found yet; a scan ends by itself after a while, and
+// then nothing on the screen moves.
 Rectangle {
     id: view
 
@@ -15,6 +16,19 @@ Rectangle {
 
     objectName: "connectionView"
     color: Theme.window
+
+    // The screen's one source of motion: while a scan listens, five steps a
+    // second move the scan's mark and the hero's breath together (each step
+    // redraws just those two), and none while the window is hidden or in
+    // the background. Once the scan is over nothing moves.
+    property int motionStep: 0
+    Timer {
+        objectName: "connectionMotion"
+        interval: 200
+        repeat: true
+        running: view.shell.scanning && !bluetooth.problem && view.visible && view.Window.active
+        onTriggered: view.motionStep += 1
+    }
 
     Component.onCompleted: shell.scanIfIdle()
     Connections {
@@ -43,10 +57,12 @@ Rectangle {
             width: Math.min(460, view.width - 80)
             spacing: 18
 
-            // Still while Bluetooth cannot be used: nothing to wait for.
+            // Breathes while a scan listens for radios; still otherwise.
             ConnectionHero {
+                objectName: "connectionHero"
                 Layout.alignment: Qt.AlignHCenter
-                pulse: !bluetooth.problem
+                breathing: view.shell.scanning && !bluetooth.problem
+                step: view.motionStep
             }
 
             ColumnLayout {
@@ -79,6 +95,7 @@ Rectangle {
                 controller: view.controller
                 shell: view.shell
                 statusOverride: bluetooth.title
+                motionStep: view.motionStep
             }
 
             BluetoothProblemNote {

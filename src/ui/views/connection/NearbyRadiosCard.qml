@@ -1,10 +1,9 @@
 import QtQuick
-import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// The card of radios found nearby, with the scan spinner, or the scan's
-// status while the list is empty. A click on a row connects to that radio.
+// The card of radios found nearby, with the scan's activity mark, or the
+// scan's status while the list is empty. A click on a row connects to that radio.
 Rectangle {
     id: card
 
@@ -12,6 +11,8 @@ Rectangle {
     required property ShellModel shell
     // Shown instead of the scan's status text when not empty.
     property string statusOverride: ""
+    // Moves the scan's mark on.
+    property int motionStep: 0
 
     implicitHeight: Math.min(260, cardColumn.implicitHeight + 28)
     radius: 14
@@ -46,16 +47,12 @@ Rectangle {
                 font.pixelSize: Theme.headlineSize
                 font.weight: Font.DemiBold
             }
-            BusyIndicator {
+            ScanSpinner {
                 objectName: "scanSpinner"
                 visible: card.shell.scanning
-                running: visible
-                // Fusion pads its spinner; the slot is small enough already.
-                padding: 0
-                palette.text: Theme.accent
+                step: card.motionStep
+                Accessible.role: Accessible.Animation
                 Accessible.name: card.shell.statusText
-                Layout.preferredWidth: 22
-                Layout.preferredHeight: 22
             }
         }
 

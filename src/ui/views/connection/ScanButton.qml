@@ -3,7 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// Scan (accent, white label) or Stop (plain) under the radios card.
+// Scan (accent, white label), Scan Again once a scan is over, or Stop
+// (plain) under the radios card.
 AbstractButton {
     id: button
 
@@ -11,7 +12,8 @@ AbstractButton {
     readonly property bool stops: shell.showStop
     readonly property color labelColor: stops ? Theme.primaryText : "white"
 
-    text: stops ? qsTrId("connection.button.stop") : qsTrId("connection.button.scan")
+    text: stops ? qsTrId("connection.button.stop")
+                : qsTrId(shell.scanFinished ? "connection.button.scan.again" : "connection.button.scan")
     enabled: stops || shell.canScan
     opacity: enabled ? 1 : 0.45
     hoverEnabled: true

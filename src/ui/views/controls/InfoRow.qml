@@ -11,7 +11,6 @@ RowLayout {
     property color tint: Theme.accent
     property string value
     property bool monospaced: false
-    property bool selectable: false
     property color valueColor: Theme.primaryText
 
     spacing: 8
@@ -32,40 +31,19 @@ RowLayout {
         color: Theme.secondaryText
         font.pixelSize: Theme.calloutSize
     }
-    // A wrapping value's height follows from the width the layout gives
-    // it, which layouts do not handle: a height that changes while the
-    // layout runs (an opening pane passes narrow widths) is kept stale. The
-    // value's height is handed to the layout once the pass is over instead.
-    Item {
-        id: valueBox
-
-        property real settledHeight: valueText.height
-
+    // One line where there is room; in a narrow pane a long value (a date)
+    // wraps rather than being cut, and the row grows with it. A Text tells
+    // the layout its wrapped height while the layout places it; a TextEdit
+    // tells it later, and the row kept the height of a narrower pass.
+    Text {
+        objectName: "value"
         Layout.fillWidth: true
-        Layout.alignment: Qt.AlignVCenter
-        Layout.preferredHeight: settledHeight
-        implicitWidth: valueText.implicitWidth
-
-        TextEdit {
-            id: valueText
-            objectName: "value"
-            anchors.left: parent.left
-            anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
-            onHeightChanged: settle.start()
-            Timer { id: settle; interval: 0; onTriggered: valueBox.settledHeight = valueText.height }
-            horizontalAlignment: Text.AlignRight
-            text: row.value
-            textFormat: TextEdit.PlainText
-            readOnly: true
-            selectByMouse: row.selectable
-            // One line where there is room; in a narrow pane a long value
-            // (a date) wraps rather than being cut.
-            wrapMode: TextEdit.Wrap
-            color: row.valueColor
-            selectionColor: Theme.selection
-            font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize
-            font.family: row.monospaced ? "monospace" : Application.font.family
-        }
+        horizontalAlignment: Text.AlignRight
+        text: row.value
+        textFormat: Text.PlainText
+        wrapMode: Text.Wrap
+        color: row.valueColor
+        font.pixelSize: row.monospaced ? Theme.captionSize : Theme.calloutSize
+        font.family: row.monospaced ? "monospace" : Application.font.family
     }
 }

@@ -3,12 +3,14 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// A full-width button of an inspector pane: a tinted symbol and a title.
+// A full-width button of an inspector pane: a tinted symbol and a title,
+// in the tint too unless `labelColor` says otherwise.
 Button {
     id: button
 
     property string symbol
     property color tint: Theme.primaryText
+    property color labelColor: tint
 
     Layout.fillWidth: true
     implicitHeight: 32
@@ -22,7 +24,7 @@ Button {
             textFormat: Text.PlainText
             Layout.fillWidth: true
             text: button.text
-            color: button.tint
+            color: button.labelColor
             font.pixelSize: Theme.calloutSize
         }
     }

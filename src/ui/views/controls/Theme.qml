@@ -30,8 +30,9 @@ QtObject {
     readonly property color focusRing: dark ? "#4da3ff" : "#0058c4"
     readonly property color green: dark ? "#30d158" : "#1b7431"
     readonly property color orange: dark ? "#ff9f0a" : "#9a4f00"
-    readonly property color yellow: dark ? "#ffd60a" : "#e0b000"
-    readonly property color red: dark ? "#ff6961" : "#c62a1f"
+    // Symbols only (a favourite's star): too light for text on a light window.
+    readonly property color yellow: dark ? "#ffd60a" : "#a07800"
+    readonly property color red: dark ? "#ff857e" : "#b3261e"
     readonly property color blue: dark ? "#64d2ff" : "#0058b8"
     // Under white text: the conflict banner.
     readonly property color redFill: dark ? "#c4302b" : "#c62a1f"

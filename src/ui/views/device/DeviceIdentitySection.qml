@@ -82,7 +82,6 @@ PaneSection {
         label: qsTrId("device.field.public.key")
         value: section.device.publicKeyPrefix
         monospaced: true
-        selectable: true
     }
     InfoRow {
         Layout.fillWidth: true

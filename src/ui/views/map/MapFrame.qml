@@ -251,6 +251,7 @@ FocusScope {
         ToolTip.delay: 400
         ToolTip.text: qsTrId("map.outline.only.help")
         Label {
+            textFormat: Text.PlainText
             id: outlineLabel
             anchors.centerIn: parent
             text: qsTrId("map.outline.only")
@@ -267,6 +268,7 @@ FocusScope {
         width: Math.max(scaleLabel.implicitWidth, meshMap.scaleBarWidth) + 16
         height: scaleLabel.implicitHeight + 14
         Label {
+            textFormat: Text.PlainText
             id: scaleLabel
             x: 8
             y: 3

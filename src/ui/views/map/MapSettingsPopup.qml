@@ -25,6 +25,7 @@ Popup {
     contentItem: ColumnLayout {
         spacing: 8
         Label {
+            textFormat: Text.PlainText
             text: qsTrId("map.settings")
             font.pixelSize: Theme.headlineSize
             font.weight: Font.DemiBold
@@ -39,6 +40,7 @@ Popup {
             onToggled: popup.settings.streetTiles = checked
         }
         Label {
+            textFormat: Text.PlainText
             Layout.fillWidth: true
             wrapMode: Text.Wrap
             text: qsTrId(popup.settings.streetTiles ? "map.tiles.on.note" : "map.tiles.off.note")
@@ -46,6 +48,7 @@ Popup {
             color: Theme.secondaryText
         }
         Label {
+            textFormat: Text.PlainText
             text: qsTrId("map.tiles.address")
             font.pixelSize: Theme.subheadlineSize
             color: Theme.secondaryText

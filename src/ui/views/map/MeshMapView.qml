@@ -39,12 +39,14 @@ Item {
             anchors.rightMargin: 10
             spacing: 8
             Label {
+                textFormat: Text.PlainText
                 text: qsTrId("map.title")
                 font.pixelSize: Theme.headlineSize
                 font.weight: Font.DemiBold
                 color: Theme.primaryText
             }
             Label {
+                textFormat: Text.PlainText
                 objectName: "mapCount"
                 Layout.fillWidth: true
                 elide: Text.ElideRight
@@ -112,6 +114,7 @@ Item {
         border.width: 1
         border.color: Theme.separator
         Label {
+            textFormat: Text.PlainText
             id: emptyLabel
             anchors.centerIn: parent
             text: qsTrId("map.empty")

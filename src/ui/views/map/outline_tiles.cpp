@@ -18,6 +18,45 @@ struct TileTransform {
     }
 };
 
+// Pieces filled without antialiasing: they meet along their cuts without
+// seams, and the antialiased coastline covers the steps of their edges.
+void fillPieces(QPainter& painter, const Map::OutlineLevel& level,
+                const std::vector<Map::OutlineLevel::Piece>& pieces,
+                const std::vector<std::uint32_t>& indexes, const TileTransform& to) {
+    for (std::uint32_t index : indexes) {
+        const Map::OutlineLevel::Piece& piece = pieces[index];
+        QPainterPath path;
+        path.setFillRule(Qt::OddEvenFill);
+        for (std::uint32_t r = 0; r < piece.ringCount; ++r) {
+            const Map::OutlineLevel::Ring& ring = level.rings[piece.firstRing + r];
+            QPolygonF polygon;
+            polygon.reserve(ring.count);
+            for (std::uint32_t i = 0; i < ring.count; ++i)
+                polygon.append(to(level.points[ring.first + i]));
+            path.addPolygon(polygon);
+            path.closeSubpath();
+        }
+        painter.drawPath(path);
+    }
+}
+
+void strokeCoasts(QPainter& painter, const Map::OutlineLevel& level,
+                  const std::vector<Map::OutlineLevel::Piece>& pieces,
+                  const std::vector<std::uint32_t>& indexes, const TileTransform& to) {
+    for (std::uint32_t index : indexes) {
+        const Map::OutlineLevel::Piece& piece = pieces[index];
+        for (std::uint32_t c = 0; c < piece.coastCount; ++c) {
+            const Map::OutlineLevel::Coast& run = level.coasts[piece.firstCoast + c];
+            const Map::OutlineLevel::Ring& ring = level.rings[run.ring];
+            QPolygonF line;
+            line.reserve(run.edges + 1);
+            for (std::uint32_t e = 0; e <= run.edges; ++e)
+                line.append(to(level.points[ring.first + (run.start + e) % ring.count]));
+            painter.drawPolyline(line);
+        }
+    }
+}
+
 } // namespace
 
 QImage renderOutlineTile(const Map::Outline& outline, Map::TileId tile, qreal pixelRatio,
@@ -38,44 +77,22 @@ QImage renderOutlineTile(const Map::Outline& outline, Map::TileId tile, qreal pi
 
     QPainter painter(&image);
     const std::vector<std::uint32_t> pieces = level->piecesIn(world);
+    const std::vector<std::uint32_t> lakes = level->lakesIn(world);
 
-    // Land without antialiasing: pieces meet along their cuts without seams,
-    // and the antialiased coastline covers the steps of its edge.
+    // The land, then the lakes on it in the sea's colour.
     painter.setPen(Qt::NoPen);
     painter.setBrush(style.land);
-    for (std::uint32_t index : pieces) {
-        const Map::OutlineLevel::Piece& piece = level->pieces[index];
-        QPainterPath path;
-        path.setFillRule(Qt::OddEvenFill);
-        for (std::uint32_t r = 0; r < piece.ringCount; ++r) {
-            const Map::OutlineLevel::Ring& ring = level->rings[piece.firstRing + r];
-            QPolygonF polygon;
-            polygon.reserve(ring.count);
-            for (std::uint32_t i = 0; i < ring.count; ++i)
-                polygon.append(to(level->points[ring.first + i]));
-            path.addPolygon(polygon);
-            path.closeSubpath();
-        }
-        painter.drawPath(path);
-    }
+    fillPieces(painter, *level, level->pieces, pieces, to);
+    painter.setBrush(style.water);
+    fillPieces(painter, *level, level->lakes, lakes, to);
 
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(Qt::NoBrush);
     QPen coast(style.coast, std::max(1.0, 0.9 * pixelRatio));
     coast.setJoinStyle(Qt::RoundJoin);
     painter.setPen(coast);
-    for (std::uint32_t index : pieces) {
-        const Map::OutlineLevel::Piece& piece = level->pieces[index];
-        for (std::uint32_t c = 0; c < piece.coastCount; ++c) {
-            const Map::OutlineLevel::Coast& run = level->coasts[piece.firstCoast + c];
-            const Map::OutlineLevel::Ring& ring = level->rings[run.ring];
-            QPolygonF line;
-            line.reserve(run.edges + 1);
-            for (std::uint32_t e = 0; e <= run.edges; ++e)
-                line.append(to(level->points[ring.first + (run.start + e) % ring.count]));
-            painter.drawPolyline(line);
-        }
-    }
+    strokeCoasts(painter, *level, level->pieces, pieces, to);
+    strokeCoasts(painter, *level, level->lakes, lakes, to);
 
     QPen border(style.border, std::max(1.0, 0.8 * pixelRatio));
     border.setJoinStyle(Qt::RoundJoin);

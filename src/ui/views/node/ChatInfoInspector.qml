@@ -92,6 +92,7 @@ ScrollView {
                                              : "node.detail.button.favorite.add")
                 symbol: node.isFavorite ? "star.fill" : "star"
                 tint: node.isFavorite ? Theme.yellow : Theme.primaryText
+                labelColor: Theme.primaryText
                 onClicked: node.toggleFavorite()
             }
         }

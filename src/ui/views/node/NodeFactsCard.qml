@@ -35,7 +35,6 @@ Rectangle {
             systemImage: card.node.routingSymbol
             tint: Theme.tint(card.node.routingTint)
             value: card.node.routingText
-            selectable: true
         }
         Divider { visible: card.node.showsPathLength }
         InfoRow {
@@ -48,7 +47,6 @@ Rectangle {
             label: qsTrId("node.detail.path.length")
             systemImage: "arrow.left.and.right"
             value: card.node.pathLengthText
-            selectable: true
         }
         Divider {}
         InfoRow {
@@ -59,7 +57,6 @@ Rectangle {
             label: qsTrId("node.detail.last.seen")
             systemImage: "clock"
             value: card.node.lastSeenText
-            selectable: true
         }
     }
 }

@@ -10,6 +10,9 @@ Popup {
 
     required property MeshController controller
 
+    // The channel typed is joined already, and the user asked to see it.
+    signal openRequested(string conversationKey)
+
     objectName: "addChannelSheet"
     modal: true
     focus: true
@@ -39,6 +42,7 @@ Popup {
         objectName: "form"
         controller: sheet.controller
         onFinished: sheet.close()
+        onOpenRequested: (key) => sheet.openRequested(key)
     }
 
     background: Rectangle {
@@ -50,6 +54,9 @@ Popup {
 
     contentItem: ColumnLayout {
         spacing: 16
+        // Return where no field takes it (a button clicked last).
+        Keys.onReturnPressed: sheet.defaultAction()
+        Keys.onEnterPressed: sheet.defaultAction()
 
         SheetHeader {
             Layout.fillWidth: true
@@ -86,6 +93,8 @@ Popup {
             visible: form.showsName
             label: qsTrId("add.channel.field.name")
             placeholder: qsTrId("add.channel.field.name.placeholder")
+            counterText: form.nameCounterText
+            counterIsError: form.nameCounterIsError
             onTextChanged: form.name = text
             onReturnPressed: sheet.defaultAction()
         }
@@ -109,6 +118,8 @@ Popup {
             label: qsTrId("add.channel.field.hashtag")
             placeholder: qsTrId("add.channel.field.hashtag.placeholder")
             monospaced: true
+            counterText: form.nameCounterText
+            counterIsError: form.nameCounterIsError
             onTextChanged: form.hashtag = text
             onReturnPressed: sheet.defaultAction()
         }
@@ -158,6 +169,8 @@ Popup {
                     }
                     IconButton {
                         objectName: "copyButton"
+                        // A click leaves the focus where Return closes the sheet.
+                        focusPolicy: Qt.TabFocus
                         symbol: "doc.on.doc"
                         symbolSize: 16
                         text: qsTrId("add.channel.copy.help")
@@ -168,6 +181,13 @@ Popup {
         }
 
         SheetErrorRow {
+            objectName: "existingRow"
+            Layout.fillWidth: true
+            message: form.existingText
+            symbol: "number.circle"
+            tint: Theme.accent
+        }
+        SheetErrorRow {
             objectName: "errorRow"
             Layout.fillWidth: true
             message: form.errorMessage
@@ -175,7 +195,7 @@ Popup {
         SheetButtons {
             Layout.fillWidth: true
             visible: !sheet.showsSecret
-            mainText: form.buttonText
+            mainText: form.opensExisting ? qsTrId("add.button.open") : form.buttonText
             mainEnabled: form.canSubmit
             working: form.isWorking
             onCancelled: sheet.close()

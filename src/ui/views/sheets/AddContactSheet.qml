@@ -10,6 +10,9 @@ Popup {
 
     required property MeshController controller
 
+    // The contact typed is there already, and the user asked to see it.
+    signal openRequested(string conversationKey)
+
     objectName: "addContactSheet"
     modal: true
     focus: true
@@ -28,6 +31,7 @@ Popup {
         objectName: "form"
         controller: sheet.controller
         onFinished: sheet.close()
+        onOpenRequested: (key) => sheet.openRequested(key)
     }
 
     background: Rectangle {
@@ -39,6 +43,9 @@ Popup {
 
     contentItem: ColumnLayout {
         spacing: 16
+        // Return where no field takes it (a button clicked last).
+        Keys.onReturnPressed: form.submit()
+        Keys.onEnterPressed: form.submit()
 
         SheetHeader {
             Layout.fillWidth: true
@@ -52,6 +59,8 @@ Popup {
             Layout.fillWidth: true
             label: qsTrId("add.contact.field.name")
             placeholder: qsTrId("add.contact.field.name.placeholder")
+            counterText: form.nameCounterText
+            counterIsError: form.nameCounterIsError
             onTextChanged: form.name = text
             onReturnPressed: form.submit()
         }
@@ -69,13 +78,21 @@ Popup {
             onReturnPressed: form.submit()
         }
         SheetErrorRow {
+            objectName: "existingRow"
+            Layout.fillWidth: true
+            message: form.existingText
+            symbol: "person.fill"
+            tint: Theme.accent
+        }
+        SheetErrorRow {
             objectName: "errorRow"
             Layout.fillWidth: true
             message: form.errorMessage
         }
         SheetButtons {
             Layout.fillWidth: true
-            mainText: qsTrId("add.contact.button.add")
+            mainText: form.opensExisting ? qsTrId("add.button.open")
+                                         : qsTrId("add.contact.button.add")
             mainEnabled: form.canSubmit
             working: form.isWorking
             onCancelled: sheet.close()

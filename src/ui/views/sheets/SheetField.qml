@@ -45,7 +45,14 @@ ColumnLayout {
         wrapMode: field.maximumLines > 1 ? TextEdit.WrapAnywhere : TextEdit.NoWrap
         Keys.onReturnPressed: field.returnPressed()
         Keys.onEnterPressed: field.returnPressed()
-        Keys.onTabPressed: event => { nextItemInFocusChain().forceActiveFocus(); event.accepted = true }
+        Keys.onTabPressed: event => {
+            nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+            event.accepted = true
+        }
+        Keys.onBacktabPressed: event => {
+            nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+            event.accepted = true
+        }
         FontMetrics { id: metrics; font: input.font }
         Layout.preferredHeight: topPadding + bottomPadding + metrics.lineSpacing *
                                 Math.max(field.minimumLines, Math.min(field.maximumLines, lineCount))

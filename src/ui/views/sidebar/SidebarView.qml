@@ -240,6 +240,16 @@ Rectangle {
                 }
             }
 
+            // The list has the keyboard focus but no row is chosen yet (just
+            // after connecting): the ring goes round the list; Down picks the
+            // first row.
+            FocusRing {
+                objectName: "listFocusRing"
+                inset: 3
+                radius: 10
+                shown: list.activeFocus && list.currentIndex < 0 && list.count > 0
+            }
+
             EmptyDetail {
                 objectName: "sidebarEmptyState"
                 anchors.fill: parent

@@ -43,8 +43,24 @@ MenuBar {
     }
 
     component BarItem: MenuItem {
+        id: barItem
         // A hidden item takes no room in its menu.
         height: visible ? implicitHeight : 0
+        // Its shortcut at the right, as desktop menus list them.
+        readonly property string shortcutText: action ? Look.shortcutText(action.shortcut) : ""
+        rightPadding: padding + (shortcutText.length > 0 ? keys.implicitWidth + 28 : 0)
+        Text {
+            id: keys
+            objectName: "shortcutText"
+            anchors.right: parent.right
+            anchors.rightMargin: barItem.padding
+            anchors.verticalCenter: parent.verticalCenter
+            visible: text.length > 0
+            text: barItem.shortcutText
+            textFormat: Text.PlainText
+            font: barItem.font
+            color: barItem.highlighted ? barItem.palette.highlightedText : Theme.secondaryText
+        }
     }
 
     Menu {
@@ -90,7 +106,7 @@ MenuBar {
             objectName: "quitMenuItem"
             action: Action {
                 text: qsTrId("menu.file.quit")
-                shortcut: StandardKey.Quit
+                shortcut: "Ctrl+Q"
                 onTriggered: bar.quitRequested()
             }
         }

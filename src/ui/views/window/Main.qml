@@ -23,6 +23,25 @@ ApplicationWindow {
     title: mainView && mainView.windowTitle.length > 0 ? mainView.windowTitle + " — Talvenne"
                                                        : "Talvenne"
     color: Theme.window
+    // The controls' own colours (fields, tooltips, plain buttons) follow the
+    // application's palette, dark included, as the theme's do.
+    palette.window: Theme.palette.window
+    palette.windowText: Theme.palette.windowText
+    palette.base: Theme.palette.base
+    palette.alternateBase: Theme.palette.alternateBase
+    palette.text: Theme.palette.text
+    palette.button: Theme.palette.button
+    palette.buttonText: Theme.palette.buttonText
+    palette.toolTipBase: Theme.barBackground
+    palette.toolTipText: Theme.primaryText
+    palette.placeholderText: Theme.palette.placeholderText
+    palette.highlight: Theme.palette.highlight
+    palette.highlightedText: Theme.palette.highlightedText
+    palette.light: Theme.palette.light
+    palette.midlight: Theme.palette.midlight
+    palette.mid: Theme.palette.mid
+    palette.dark: Theme.palette.dark
+    palette.shadow: Theme.palette.shadow
 
     ShellModel {
         id: shell

@@ -39,6 +39,8 @@ Item {
     objectName: "mainView"
 
     onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
+    // Connected: the keyboard starts on the conversation list.
+    Component.onCompleted: sidebar.focusList()
 
     // The node in the detail column, if one is shown.
     function nodeDetail() { return nodeDetailLoader.item as NodeDetailView }
@@ -105,6 +107,7 @@ Item {
             controller: main.controller
             Component.onCompleted: open()
             onClosed: main.showAddContact = false
+            onOpenRequested: (key) => main.shell.open(key)
         }
     }
     Loader {
@@ -114,6 +117,7 @@ Item {
             controller: main.controller
             Component.onCompleted: open()
             onClosed: main.showAddChannel = false
+            onOpenRequested: (key) => main.shell.open(key)
         }
     }
 
@@ -178,14 +182,22 @@ Item {
                 checked: main.showsMap
                 onClicked: main.toggleMap()
             }
-            ToolbarButton {
-                objectName: "conversationInfoButton"
-                visible: main.chatContactKey.length > 0
-                symbol: "info.circle"
-                text: qsTrId("main.toolbar.conversation.info")
-                help: qsTrId("main.toolbar.conversation.info.help")
-                checked: main.inspector === "chatInfo"
-                onClicked: main.toggleInspector("chatInfo")
+            // Its place is kept while it is hidden, so the buttons beside it
+            // stay where they are as chats are chosen.
+            Item {
+                implicitWidth: infoButton.implicitWidth
+                implicitHeight: infoButton.implicitHeight
+                ToolbarButton {
+                    id: infoButton
+                    objectName: "conversationInfoButton"
+                    anchors.fill: parent
+                    visible: main.chatContactKey.length > 0
+                    symbol: "info.circle"
+                    text: qsTrId("main.toolbar.conversation.info")
+                    help: qsTrId("main.toolbar.conversation.info.help")
+                    checked: main.inspector === "chatInfo"
+                    onClicked: main.toggleInspector("chatInfo")
+                }
             }
             ToolbarButton {
                 objectName: "deviceButton"
@@ -278,13 +290,26 @@ Item {
                 title: qsTrId("main.empty.conversation.title")
                 message: qsTrId("main.empty.conversation.message")
             }
+            // The selected node while it is in the contact list. One that
+            // leaves it (removed here or by the radio) is no longer selected;
+            // one that is merely out of sight while the radio is away stays.
+            NodeDetailModel {
+                id: selectedNode
+                objectName: "selectedNode"
+                controller: main.controller
+                publicKey: main.nodeSelection
+                onExistsChanged: {
+                    if (!exists && main.nodeSelection.length > 0 && main.shell.connected
+                            && !main.shell.syncing)
+                        main.nodeSelection = ""
+                }
+            }
             Loader {
                 id: nodeDetailLoader
                 objectName: "nodeDetailLoader"
                 anchors.fill: parent
                 visible: !main.showsMap
-                readonly property bool hasNode: main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection)
-                active: main.mode === "nodes" && hasNode
+                active: main.mode === "nodes" && selectedNode.exists
                 sourceComponent: NodeDetailView {
                     controller: main.controller
                     publicKey: main.nodeSelection
@@ -297,8 +322,7 @@ Item {
             EmptyDetail {
                 objectName: "nodeEmptyDetail"
                 anchors.fill: parent
-                visible: main.mode === "nodes" && !main.showsMap
-                         && !(main.nodeSelection.length > 0 && main.shell.hasContact(main.nodeSelection))
+                visible: main.mode === "nodes" && !main.showsMap && !selectedNode.exists
                 symbol: "point.3.connected.trianglepath.dotted"
                 title: qsTrId("main.empty.node.title")
                 message: qsTrId("main.empty.node.message")

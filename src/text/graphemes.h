@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace ViewLogic {
+namespace Text {
 
 // Number of user-perceived characters (grapheme clusters) in a text.
 qsizetype graphemeCount(const QString& text);
@@ -10,4 +10,4 @@ qsizetype graphemeCount(const QString& text);
 // The first `count` user-perceived characters of a text.
 QString leftGraphemes(const QString& text, qsizetype count);
 
-} // namespace ViewLogic
+} // namespace Text

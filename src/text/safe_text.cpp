@@ -1,10 +1,10 @@
-#include "ui/logic/safe_text.h"
+#include "text/safe_text.h"
 
-#include "ui/logic/graphemes.h"
+#include "text/graphemes.h"
 
 #include <QList>
 
-namespace ViewLogic {
+namespace Text {
 
 namespace {
 
@@ -167,13 +167,13 @@ QString safeName(const QString& text) {
     return isolated(bounded(cleaned(text, Lines::placeholder), safeNameLength));
 }
 
-QString safePreview(const QString& text) {
+QString safePreview(const QString& text, qsizetype length) {
     // A message that starts or ends with a line break shows no margin.
-    return isolated(bounded(cleaned(text, Lines::space).trimmed(), safePreviewLength));
+    return isolated(bounded(cleaned(text, Lines::space).trimmed(), length));
 }
 
 QString safeBody(const QString& text) {
     return cleaned(text, Lines::keep);
 }
 
-} // namespace ViewLogic
+} // namespace Text

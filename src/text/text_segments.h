@@ -3,7 +3,7 @@
 #include <QList>
 #include <QString>
 
-namespace ViewLogic {
+namespace Text {
 
 // One run of a message text: ordinary text, a mention (always starting with
 // "@"), or a web link whose display text and URL are the same matched text.
@@ -27,4 +27,9 @@ struct TextSegment {
 // and http(s) links. Empty text gives no segments.
 QList<TextSegment> segments(const QString& text);
 
-} // namespace ViewLogic
+// The text as a bubble reads it: each "@[Some Name]" as "@Some Name",
+// everything else as it is. For places that show no styling (the sidebar's
+// preview, notifications).
+QString withMentionsAsShown(const QString& text);
+
+} // namespace Text

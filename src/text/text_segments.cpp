@@ -1,10 +1,10 @@
-#include "ui/logic/text_segments.h"
+#include "text/text_segments.h"
 
 #include <QRegularExpression>
 #include <QTextBoundaryFinder>
 #include <optional>
 
-namespace ViewLogic {
+namespace Text {
 
 namespace {
 
@@ -141,4 +141,14 @@ QList<TextSegment> segments(const QString& text) {
     return result;
 }
 
-} // namespace ViewLogic
+QString withMentionsAsShown(const QString& text) {
+    if (!text.contains(QLatin1String("@[")))
+        return text;
+    QString shown;
+    shown.reserve(text.size());
+    for (const TextSegment& segment : segments(text))
+        shown += segment.text;
+    return shown;
+}
+
+} // namespace Text

@@ -1,8 +1,8 @@
-#include "ui/logic/graphemes.h"
+#include "text/graphemes.h"
 
 #include <QTextBoundaryFinder>
 
-namespace ViewLogic {
+namespace Text {
 
 qsizetype graphemeCount(const QString& text) {
     if (text.isEmpty())
@@ -28,4 +28,4 @@ QString leftGraphemes(const QString& text, qsizetype count) {
     return text.left(end);
 }
 
-} // namespace ViewLogic
+} // namespace Text
