@@ -33,6 +33,7 @@ WindowProbe::WindowProbe(QQuickWindow* window, QObject* parent)
     : QObject(parent)
     , m_window(window)
     , m_input(STDIN_FILENO, QSocketNotifier::Read) {
+    m_clock.start();
     connect(&m_input, &QSocketNotifier::activated, this, &WindowProbe::readCommand);
 }
 
@@ -64,9 +65,15 @@ void WindowProbe::readCommand() {
 QByteArray WindowProbe::texts() const {
     QJsonObject shown;
     visibleNamed(m_window->contentItem(), [&shown](QQuickItem* item) {
-        const QVariant text = item->property("text");
+        QVariant text = item->property("text");
         if (!text.isValid())
             return;
+        // A text edit's text may be a rich document: what it reads as.
+        QString plain;
+        if (item->metaObject()->indexOfMethod("getText(int,int)") >= 0 &&
+            QMetaObject::invokeMethod(item, "getText", Q_RETURN_ARG(QString, plain), Q_ARG(int, 0),
+                                      Q_ARG(int, item->property("length").toInt())))
+            text = plain;
         QJsonArray texts = shown.value(item->objectName()).toArray();
         texts.append(text.toString());
         shown.insert(item->objectName(), texts);
@@ -84,11 +91,17 @@ bool WindowProbe::click(const QString& name, int index) {
         return false;
     const QPointF at = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
     const QPointF global = m_window->mapToGlobal(at);
-    QMouseEvent press(QEvent::MouseButtonPress, at, global, Qt::LeftButton, Qt::LeftButton,
-                      Qt::NoModifier);
-    QMouseEvent release(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton,
-                        Qt::NoModifier);
-    QCoreApplication::sendEvent(m_window, &press);
-    QCoreApplication::sendEvent(m_window, &release);
+    // As a mouse would: onto the item, then pressed and released a moment
+    // later (an event without a time is taken for no click).
+    const auto send = [&](QEvent::Type type, Qt::MouseButton button, Qt::MouseButtons buttons,
+                          qint64 time) {
+        QMouseEvent event(type, at, global, button, buttons, Qt::NoModifier);
+        event.setTimestamp(quint64(time));
+        QCoreApplication::sendEvent(m_window, &event);
+    };
+    const qint64 now = m_clock.elapsed() + 1000;
+    send(QEvent::MouseMove, Qt::NoButton, Qt::NoButton, now);
+    send(QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton, now + 20);
+    send(QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, now + 80);
     return true;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSocketNotifier>
 
@@ -29,5 +30,6 @@ private:
 
     QQuickWindow* m_window;
     QSocketNotifier m_input;
+    QElapsedTimer m_clock; // the times of the mouse events it sends
     QByteArray m_pending;
 };

@@ -81,6 +81,8 @@ class MeshController : public QObject {
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
+    // The reconnection waits for Bluetooth to be usable: nothing is tried.
+    Q_PROPERTY(bool waitsForBluetooth READ waitsForBluetooth NOTIFY waitsForBluetoothChanged)
     Q_PROPERTY(
         QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
     Q_PROPERTY(bool radioAway READ radioAway NOTIFY radioAwayChanged)
@@ -199,6 +201,7 @@ public:
     bool autoReconnect() const { return m_autoReconnect; }
     void setAutoReconnect(bool on);
     bool isReconnecting() const { return m_isReconnecting; }
+    bool waitsForBluetooth() const { return m_reconnectStep == ReconnectStep::waitingForBluetooth; }
     // The remembered radio's name; empty when none is remembered.
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
     MapSettings* mapSettings() const { return m_mapSettings; }
@@ -489,6 +492,7 @@ Q_SIGNALS:
     void historyWritableChanged();
     void autoReconnectChanged();
     void isReconnectingChanged();
+    void waitsForBluetoothChanged();
     void rememberedDeviceChanged();
     void radioAwayChanged();
     void nodeBookErrorChanged();
@@ -539,6 +543,7 @@ private:
 
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
+    void setReconnectStep(ReconnectStep step);
     void rememberDevice(const DiscoveredDevice& device);
     void loadRememberedDevice();
     QString rememberedDeviceKey(const char* key) const;

@@ -129,6 +129,9 @@ public:
     // Out of range (or switched off), the radio is not found by a scan and a
     // connection attempt fails after the connect delay. Starts in range.
     void setInRange(bool inRange) { m_inRange = inRange; }
+    // Bluetooth switched off (state `poweredOff`: the link drops, nothing is
+    // found or connected) and back on (`ready`). Starts on.
+    void setBluetoothOn(bool on);
 
     // --- Knobs ---------------------------------------------------------------
     // Delay of every answer and push (default 30 ms).

@@ -1,3 +1,4 @@
+#include "book/node_book_store.h"
 #include "connection_failure_model.h"
 #include "conversation_list_model.h"
 #include "device_list_model.h"
@@ -128,6 +129,51 @@ private Q_SLOTS:
         QCOMPARE(roleValue(model, 0, "key").toString(), aino.conversationKey());
         QCOMPARE(model.showEmptyState(), false);
         QCOMPARE(empty.size(), 0);
+    }
+
+    // At start the remembered radio is looked for before its book is read
+    // (after the window's first frame): the book's rows show all the same.
+    // While Bluetooth cannot be used nothing is tried, and the radio is
+    // plainly away.
+    void theBookShowsWhileTheRadioIsLookedFor_data() {
+        QTest::addColumn<bool>("bluetoothOn");
+        QTest::addColumn<QByteArray>("pillLine");
+        QTest::newRow("radio out of reach") << true << QByteArray("main.connection.reconnecting");
+        QTest::newRow("Bluetooth off") << false << QByteArray("main.connection.away");
+    }
+    void theBookShowsWhileTheRadioIsLookedFor() {
+        QFETCH(bool, bluetoothOn);
+        QFETCH(QByteArray, pillLine);
+        UiRig rig;
+        NodeBookStore books(rig.dir.path());
+        rig.controller->setNodeBookStore(&books);
+        QVERIFY(rig.connect());
+        QStringList conversations;
+        QStringList nodes;
+        {
+            Bound<ConversationListModel> model(rig.controller);
+            Bound<NodeListModel> nodeModel(rig.controller);
+            conversations = column(model, "title");
+            nodes = column(nodeModel, "title");
+        }
+        rig.radio.setInRange(false);
+        rig.radio.dropLink();
+        rig.clock.advance(100ms);
+
+        rig.controller.reset();
+        rig.radio.setBluetoothOn(bluetoothOn);
+        rig.buildController();
+        rig.controller->setNodeBookStore(&books);
+        Bound<ConversationListModel> model(rig.controller);
+        Bound<NodeListModel> nodeModel(rig.controller);
+        Bound<ShellModel> shell(rig.controller);
+        rig.controller->enableAutomaticReconnection();
+        rig.clock.advance(100ms);
+        QVERIFY(rig.controller->openRememberedBook());
+        QCOMPARE(column(model, "title"), conversations);
+        QCOMPARE(column(nodeModel, "title"), nodes);
+        QVERIFY(shell.showsMainView());
+        QCOMPARE(shell.pillSecondLine(), qtTrId(pillLine.constData()));
     }
 
     void devicesFollowTheScan() {

@@ -51,6 +51,8 @@ void ChatViewModel::attach(MeshController* controller) {
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::radioAwayChanged, this,
                 &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::waitsForBluetoothChanged, this,
+                &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::isSyncingChanged, this, &ChatViewModel::refresh);
     }
     refresh();
@@ -79,7 +81,9 @@ QString ChatViewModel::sendBlockedReason() const {
         return qtTrId("chat.composer.history.held");
     if (!controller() || connected())
         return {};
-    if (controller()->isReconnecting())
+    // A radio shown from its book while Bluetooth cannot be used is away.
+    if (controller()->isReconnecting() &&
+        !(controller()->radioAway() && controller()->waitsForBluetooth()))
         return qtTrId("chat.composer.reconnecting")
             .arg(ViewLogic::safeName(controller()->rememberedDeviceName()));
     if (controller()->radioAway())
@@ -103,7 +107,7 @@ void ChatViewModel::refresh() {
     // gone until the handshake reads them again: the header keeps what it
     // showed for this conversation.
     if (controller() && m_headerKey == m_key &&
-        (controller()->isReconnecting() ||
+        ((controller()->isReconnecting() && !controller()->radioAway()) ||
          (controller()->isSyncing() && controller()->contacts().isEmpty() &&
           controller()->channels().isEmpty())))
         return;

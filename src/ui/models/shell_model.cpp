@@ -76,10 +76,12 @@ void ShellModel::attach(MeshController* controller) {
             Q_EMIT pillChanged();
             Q_EMIT connectionChanged();
         });
-        connect(controller, &MeshController::radioAwayChanged, this, [this] {
-            Q_EMIT connectionChanged();
-            Q_EMIT pillChanged();
-        });
+        for (const auto changed :
+             {&MeshController::radioAwayChanged, &MeshController::waitsForBluetoothChanged})
+            connect(controller, changed, this, [this] {
+                Q_EMIT connectionChanged();
+                Q_EMIT pillChanged();
+            });
         connect(controller, &MeshController::autoReconnectChanged, this,
                 &ShellModel::autoReconnectChanged);
         connect(controller, &MeshController::contactsChanged, this, &ShellModel::selectionChanged);
@@ -109,6 +111,10 @@ bool ShellModel::reconnecting() const {
     return controller() && controller()->isReconnecting();
 }
 
+bool ShellModel::lookingForRadio() const {
+    return reconnecting() && !(radioAway() && controller()->waitsForBluetooth());
+}
+
 bool ShellModel::radioAway() const {
     return controller() && controller()->radioAway() && !connected();
 }
@@ -117,7 +123,7 @@ QString ShellModel::radioNeededReason() const {
     if (!controller() || connected())
         return {};
     const QString name = ViewLogic::safeName(controller()->rememberedDeviceName());
-    if (reconnecting())
+    if (lookingForRadio())
         return qtTrId("main.radio.needed.reconnecting").arg(name);
     return qtTrId("main.radio.needed.away");
 }
@@ -185,7 +191,7 @@ QString ShellModel::pillTitle() const {
 QString ShellModel::pillSecondLine() const {
     if (!controller())
         return {};
-    if (reconnecting())
+    if (lookingForRadio())
         return qtTrId("main.connection.reconnecting");
     if (radioAway())
         return qtTrId("main.connection.away");

@@ -126,6 +126,9 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    // Reconnecting and looking: a radio shown from its book while Bluetooth
+    // cannot be used is plainly away.
+    bool lookingForRadio() const;
     void beginScan();
     void cancelScanLimit();
 
