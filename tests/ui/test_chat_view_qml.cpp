@@ -1,3 +1,4 @@
+#include "book/node_book_store.h"
 #include "chat_view_model.h"
 #include "ui_rig.h"
 
@@ -61,6 +62,28 @@ private Q_SLOTS:
         QCOMPARE(chat.title(), u"Channel 9"_s);
         QCOMPARE(chat.avatarSymbol(), u"number"_s);
         QVERIFY(chat.isChannel() && !chat.hasContact());
+    }
+
+    // A chat whose contact the radio does not list is named as its row is:
+    // the name a book gives it, with its key while a listed contact goes by
+    // that name too.
+    void anUnlistedChatIsNamedAsItsRow() {
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        NodeBookStore books(rig.dir.path());
+        NodeBook otherRadio;
+        otherRadio.selfInfo.publicKey = QString(64, u'e');
+        otherRadio.contacts = {chatContact(farKey, u"Aino Virtanen"_s)};
+        books.save(otherRadio);
+        books.flush();
+        rig.controller->setNodeBookStore(&books);
+        QVERIFY(rig.connect());
+        const auto far = ConversationID::contact(farKey);
+        rig.controller->appendMessage(
+            chatMessage(ChatMessage::Direction::incoming, u"moi"_s, rig.clock.now()), far);
+        Bound<ChatViewModel> chat(rig.controller);
+        chat.setConversationKey(far.conversationKey());
+        QCOMPARE(chat.title(), u"Aino Virtanen ("_s + farKey.left(12) + u')');
     }
 
     // Marking a key verified makes the other key of the same name (in any

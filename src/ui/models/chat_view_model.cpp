@@ -4,6 +4,7 @@
 #include "logic/chat_header.h"
 #include "logic/composer.h"
 #include "logic/safe_text.h"
+#include "logic/sidebar_lists.h"
 #include "look.h"
 
 #include <QClipboard>
@@ -102,6 +103,17 @@ std::optional<Contact> ChatViewModel::contact() const {
     return controller()->contactForKey(m_target->contactKey());
 }
 
+QString ChatViewModel::unlistedTitle() const {
+    const ViewLogic::MessagesList list = ViewLogic::messagesList(
+        controller()->channels(), controller()->contacts(), controller()->conversations(), {}, {},
+        QLocale(), controller()->knownNames());
+    for (const ViewLogic::ConversationRow& row : list.contacts) {
+        if (row.id == *m_target)
+            return row.title;
+    }
+    return controller()->conversationTitle(*m_target);
+}
+
 void ChatViewModel::refresh() {
     // While the radio is being reconnected its contacts and channels are
     // gone until the handshake reads them again: the header keeps what it
@@ -120,10 +132,11 @@ void ChatViewModel::refresh() {
                                   : std::nullopt;
         const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
         header.isChannel = m_target->isChannel();
-        // A contact the radio does not know keeps the name a book gave it.
-        header.title = ViewLogic::safeName(contact || !m_target->isContact()
-                                               ? base.title
-                                               : controller()->conversationTitle(*m_target));
+        // A contact the radio does not know keeps the name a book gave it,
+        // as its row in the sidebar reads (with its key when the name is
+        // another's too).
+        header.title =
+            ViewLogic::safeName(contact || !m_target->isContact() ? base.title : unlistedTitle());
         header.subtitle = base.subtitle.text();
         header.avatarSeed = base.avatarSeed;
         header.avatarInitials = ViewLogic::safeName(base.avatarInitials);
