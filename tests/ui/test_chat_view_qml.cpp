@@ -111,7 +111,8 @@ private Q_SLOTS:
     // going away, other conversations and a failed message. The failed
     // message's mark opens the bubble's menu: "Send again" replaces it with
     // a new message that goes out (only while connected), and "Copy text"
-    // copies the text as shown.
+    // copies the text as the bubble shows it: no direction override leaves
+    // the app through the clipboard.
     void showsTheConversationAndActsOnIt() {
         UiRig rig(UiRig::alone);
         rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
@@ -123,8 +124,9 @@ private Q_SLOTS:
         const auto channel = ConversationID::channel(0);
         rig.controller->appendMessage(
             chatMessage(Direction::incoming, u"Ann: hi"_s, rig.clock.now()), channel);
-        rig.controller->appendMessage(chatMessage(Direction::outgoing, u"lost words"_s,
-                                                  rig.clock.now(),
+        // Typed with a direction override and a mention.
+        const QString lost = u"lost \u202Ewords\u202C for @[Ann]"_s;
+        rig.controller->appendMessage(chatMessage(Direction::outgoing, lost, rig.clock.now(),
                                                   ChatMessage::DeliveryState::failed),
                                       channel);
         const auto unread = [&](const QString& key) {
@@ -202,7 +204,7 @@ private Q_SLOTS:
         QVERIFY(!again->property("enabled").toBool());
         QGuiApplication::clipboard()->clear();
         QMetaObject::invokeMethod(copy, "triggered");
-        QCOMPARE(QGuiApplication::clipboard()->text(), u"lost words"_s);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"lost \uFFFDwords\uFFFD for @Ann"_s);
         QPointer<QObject> closed = menu;
         QMetaObject::invokeMethod(menu, "close");
         QTRY_VERIFY(!closed); // destroyed once closed
@@ -216,7 +218,7 @@ private Q_SLOTS:
         const auto sent = [&] {
             return rig.controller->conversations().value(u"channel:0"_s).messages.value(1);
         };
-        QCOMPARE(sent().text, u"lost words"_s);
+        QCOMPARE(sent().text, lost); // sent again as typed
         QVERIFY(sent().deliveryState != ChatMessage::DeliveryState::failed);
         QCOMPARE(list->property("count").toInt(), 2);
         rig.clock.advance(2s);

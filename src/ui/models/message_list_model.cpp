@@ -258,7 +258,7 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
                                         message->deliveryState);
     }
     case BodyTextRole:
-        return channelSender().body;
+        return ViewLogic::safeBody(Text::withMentionsAsShown(channelSender().body));
     case FailedRole:
         return outgoing && message->deliveryState == ChatMessage::DeliveryState::failed;
     }
