@@ -269,6 +269,17 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                        "submit");
          }},
         {{}, 300, [this] { setMain("showAddContact", false); }},
+        // A key that is in the contact list already: named, offered to open.
+        {{}, 400, [this] { setMain("showAddContact", true); }},
+        {QStringLiteral("add-contact-exists"), 700,
+         [this] {
+             const QList<Contact> contacts = m_controller->contacts();
+             if (contacts.isEmpty())
+                 return;
+             fillSheet("addContactSheet", {{"nameField", QStringLiteral("Saana")},
+                                           {"keyField", contacts.first().publicKey}});
+         }},
+        {{}, 300, [this] { setMain("showAddContact", false); }},
         {QStringLiteral("add-channel-join-private"), 700,
          [this] {
              setMain("showAddChannel", true);
@@ -289,6 +300,16 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                      form->setProperty("mode", 0);
              }
              fillSheet("addChannelSheet", {{"nameField", QStringLiteral("Night owls")}}, "submit");
+         }},
+        {{}, 300, [this] { setMain("showAddChannel", false); }},
+        // The public channel, joined already: named, offered to open.
+        {{}, 400, [this] { setMain("showAddChannel", true); }},
+        {QStringLiteral("add-channel-exists"), 700,
+         [this] {
+             if (QObject* sheet = find("addChannelSheet")) {
+                 if (QObject* form = sheet->findChild<QObject*>(QStringLiteral("form")))
+                     form->setProperty("mode", 2);
+             }
          }},
         {{}, 300, [this] { setMain("showAddChannel", false); }},
         // The device pane beside a chat.
