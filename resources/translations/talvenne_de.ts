@@ -1205,7 +1205,7 @@
     </message>
     <message id="notifications.level.mentions.short">
         <source>Mentions</source>
-        <translation>Erwähnungen</translation>
+        <translation>Erwähnt</translation>
     </message>
     <message id="notifications.level.nothing.short">
         <source>Nothing</source>

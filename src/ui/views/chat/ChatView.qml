@@ -152,7 +152,9 @@ Rectangle {
         const end = Math.max(list.originY - list.topMargin,
                              list.originY + list.contentHeight + list.bottomMargin - list.height)
         const top = item.y - list.topMargin
-        if (top >= end)
+        // Short of fitting by less than the divider's own room: the end
+        // shows them all with the divider still in view.
+        if (top + 40 >= end)
             return false
         list.contentY = top
         pinned = false
