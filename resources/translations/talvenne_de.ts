@@ -1247,6 +1247,10 @@
         <source>Conversations can only be saved to a folder on this computer.</source>
         <translation>Unterhaltungen lassen sich nur in einem Ordner auf diesem Computer speichern.</translation>
     </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
     <message id="save.conversation.close">
         <source>Close</source>
         <translation>Schließen</translation>

@@ -1247,6 +1247,10 @@
         <source>Conversations can only be saved to a folder on this computer.</source>
         <translation>Conversations can only be saved to a folder on this computer.</translation>
     </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Save</translation>
+    </message>
     <message id="save.conversation.close">
         <source>Close</source>
         <translation>Close</translation>

@@ -202,6 +202,29 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
              setMain("inspector", QString());
              m_controller->setNotificationLevel(ConversationID::channel(0), NotificationLevel::all);
          }},
+        // File > Save Conversation As…, and what a failed save says.
+        {QStringLiteral("save-conversation"), 1200,
+         [this] {
+             if (QObject* item = find("saveConversationMenuItem")) {
+                 if (auto* action = item->property("action").value<QObject*>())
+                     QMetaObject::invokeMethod(action, "trigger");
+             }
+         }},
+        {QStringLiteral("save-conversation-failed"), 800,
+         [this] {
+             if (QObject* dialog = find("saveConversationFileDialog"))
+                 QMetaObject::invokeMethod(dialog, "reject");
+             if (QObject* failure = find("saveConversationFailure")) {
+                 failure->setProperty("reason", QStringLiteral("No space left on device"));
+                 QMetaObject::invokeMethod(failure, "open");
+             }
+         }},
+        {{},
+         300,
+         [this] {
+             if (QObject* failure = find("saveConversationFailure"))
+                 QMetaObject::invokeMethod(failure, "close");
+         }},
         {QStringLiteral("chat-empty"), 900,
          [this] {
              const QString key = contactKeyNamed(QStringLiteral("Jérôme Bélanger"));

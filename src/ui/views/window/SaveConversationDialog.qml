@@ -32,6 +32,7 @@ Item {
         title: qsTrId("save.conversation.title")
         fileMode: FileDialog.SaveFile
         defaultSuffix: "txt"
+        acceptLabel: qsTrId("save.conversation.save")
         nameFilters: [qsTrId("save.conversation.filter")]
         onAccepted: {
             const error = saver.save(root.conversationKey, selectedFile)
