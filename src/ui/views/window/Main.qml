@@ -65,6 +65,7 @@ ApplicationWindow {
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
         onHistorySearchRequested: historySearch.open()
+        onSaveConversationRequested: (key) => saveConversation.openFor(key)
         onQuitRequested: window.close()
     }
 
@@ -81,6 +82,11 @@ ApplicationWindow {
         id: historySearch
         controller: window.controller
         onResultChosen: (key, messageId) => shell.openMessage(key, messageId)
+    }
+
+    SaveConversationDialog {
+        id: saveConversation
+        controller: window.controller
     }
 
     AboutDialog {
