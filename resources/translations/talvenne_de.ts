@@ -1231,5 +1231,102 @@
         <source>Done</source>
         <translation>Fertig</translation>
     </message>
+    <message id="notifications.button">
+        <source>Notifications</source>
+        <translation>Benachrichtigungen</translation>
+    </message>
+    <message id="notifications.level.all">
+        <source>All Messages</source>
+        <translation>Alle Nachrichten</translation>
+    </message>
+    <message id="notifications.level.mentions">
+        <source>Mentions Only</source>
+        <translation>Nur Erwähnungen</translation>
+    </message>
+    <message id="notifications.level.nothing">
+        <source>Nothing</source>
+        <translation>Nichts</translation>
+    </message>
+    <message id="notifications.level.all.short">
+        <source>All</source>
+        <translation>Alle</translation>
+    </message>
+    <message id="notifications.level.mentions.short">
+        <source>Mentions</source>
+        <translation>Erwähnt</translation>
+    </message>
+    <message id="notifications.level.nothing.short">
+        <source>Nothing</source>
+        <translation>Nichts</translation>
+    </message>
+    <message id="menu.view.mute">
+        <source>Mute Conversation</source>
+        <translation>Unterhaltung stummschalten</translation>
+    </message>
+    <message id="menu.file.save.conversation">
+        <source>Save Conversation As…</source>
+        <translation>Unterhaltung speichern unter …</translation>
+    </message>
+    <message id="chat.jump.latest">
+        <source>Jump to Latest</source>
+        <translation>Zur neuesten Nachricht</translation>
+    </message>
+    <message id="save.conversation.title">
+        <source>Save Conversation</source>
+        <translation>Unterhaltung speichern</translation>
+    </message>
+    <message id="save.conversation.filter">
+        <source>Text files (*.txt)</source>
+        <translation>Textdateien (*.txt)</translation>
+    </message>
+    <message id="save.conversation.received">
+        <source>Received</source>
+        <translation>Empfangen</translation>
+    </message>
+    <message id="save.conversation.failed">
+        <source>The conversation could not be saved</source>
+        <translation>Die Unterhaltung konnte nicht gespeichert werden</translation>
+    </message>
+    <message id="save.conversation.none">
+        <source>No conversation is open.</source>
+        <translation>Keine Unterhaltung ist geöffnet.</translation>
+    </message>
+    <message id="save.conversation.not.local">
+        <source>Conversations can only be saved to a folder on this computer.</source>
+        <translation>Unterhaltungen lassen sich nur in einem Ordner auf diesem Computer speichern.</translation>
+    </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message id="save.conversation.close">
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message id="save.conversation.elsewhere">
+        <source>Save Elsewhere…</source>
+        <translation>Anderswo speichern …</translation>
+    </message>
+    <message id="spoken.unread.mentions" numerus="yes">
+        <source>%n mentions of you</source>
+        <translation>
+            <numerusform>%n Erwähnung von dir</numerusform>
+            <numerusform>%n Erwähnungen von dir</numerusform>
+        </translation>
+    </message>
+    <message id="chat.unread.divider" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n neue Nachricht</numerusform>
+            <numerusform>%n neue Nachrichten</numerusform>
+        </translation>
+    </message>
+    <message id="chat.jump.latest.new" numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n neue</numerusform>
+            <numerusform>%n neue</numerusform>
+        </translation>
+    </message>
 </context>
 </TS>

@@ -1231,5 +1231,102 @@
         <source>Done</source>
         <translation>Done</translation>
     </message>
+    <message id="notifications.button">
+        <source>Notifications</source>
+        <translation>Notifications</translation>
+    </message>
+    <message id="notifications.level.all">
+        <source>All Messages</source>
+        <translation>All Messages</translation>
+    </message>
+    <message id="notifications.level.mentions">
+        <source>Mentions Only</source>
+        <translation>Mentions Only</translation>
+    </message>
+    <message id="notifications.level.nothing">
+        <source>Nothing</source>
+        <translation>Nothing</translation>
+    </message>
+    <message id="notifications.level.all.short">
+        <source>All</source>
+        <translation>All</translation>
+    </message>
+    <message id="notifications.level.mentions.short">
+        <source>Mentions</source>
+        <translation>Mentions</translation>
+    </message>
+    <message id="notifications.level.nothing.short">
+        <source>Nothing</source>
+        <translation>Nothing</translation>
+    </message>
+    <message id="menu.view.mute">
+        <source>Mute Conversation</source>
+        <translation>Mute Conversation</translation>
+    </message>
+    <message id="menu.file.save.conversation">
+        <source>Save Conversation As…</source>
+        <translation>Save Conversation As…</translation>
+    </message>
+    <message id="chat.jump.latest">
+        <source>Jump to Latest</source>
+        <translation>Jump to Latest</translation>
+    </message>
+    <message id="save.conversation.title">
+        <source>Save Conversation</source>
+        <translation>Save Conversation</translation>
+    </message>
+    <message id="save.conversation.filter">
+        <source>Text files (*.txt)</source>
+        <translation>Text files (*.txt)</translation>
+    </message>
+    <message id="save.conversation.received">
+        <source>Received</source>
+        <translation>Received</translation>
+    </message>
+    <message id="save.conversation.failed">
+        <source>The conversation could not be saved</source>
+        <translation>The conversation could not be saved</translation>
+    </message>
+    <message id="save.conversation.none">
+        <source>No conversation is open.</source>
+        <translation>No conversation is open.</translation>
+    </message>
+    <message id="save.conversation.not.local">
+        <source>Conversations can only be saved to a folder on this computer.</source>
+        <translation>Conversations can only be saved to a folder on this computer.</translation>
+    </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Save</translation>
+    </message>
+    <message id="save.conversation.close">
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message id="save.conversation.elsewhere">
+        <source>Save Elsewhere…</source>
+        <translation>Save Elsewhere…</translation>
+    </message>
+    <message id="spoken.unread.mentions" numerus="yes">
+        <source>%n mentions of you</source>
+        <translation>
+            <numerusform>%n mention of you</numerusform>
+            <numerusform>%n mentions of you</numerusform>
+        </translation>
+    </message>
+    <message id="chat.unread.divider" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n new message</numerusform>
+            <numerusform>%n new messages</numerusform>
+        </translation>
+    </message>
+    <message id="chat.jump.latest.new" numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n new</numerusform>
+            <numerusform>%n new</numerusform>
+        </translation>
+    </message>
 </context>
 </TS>

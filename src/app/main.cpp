@@ -126,7 +126,7 @@ int main(int argc, char* argv[]) {
                          controller.setApplicationActive(state == Qt::ApplicationActive);
                      });
     notifications.requestAuthorization();
-    notifications.updateBadge(controller.totalUnreadCount());
+    notifications.updateBadge(controller.badgeCount());
 
     QCoro::Qml::registerTypes();
     QQmlApplicationEngine engine;

@@ -48,6 +48,11 @@ private:
     QString contactKeyNamed(const QString& name) const;
     void fillDirectChat(const QString& contactKey);
     void fillChannelChat();
+    // A channel set to Nothing and the public one at Mentions only, with
+    // messages unread in both.
+    void fillQuietChannels();
+    void fillLongChat(const QString& contactKey);
+    void scrollUpAndReceive();
     void openLastReportCard();
     void openFailureMenu();
     QString addHostileNeighbours();

@@ -39,6 +39,7 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     connect(link, &MeshLink::bluetoothReturned, this, &MeshController::onBluetoothReturned);
 
     loadPreferences();
+    loadNotificationLevels();
     if (m_store) {
         connect(m_store, &ConversationStore::errorChanged, this, &MeshController::setHistoryError);
         connect(m_store, &ConversationStore::writableChanged, this, [this] {
@@ -127,6 +128,7 @@ void MeshController::reloadConversations() {
         Q_EMIT conversationsReset();
         Q_EMIT conversationsChanged();
     }
+    recountUnreadMentions();
     refreshTotalUnreadCount();
     resumeDeliveryTracking();
     updateBadge();
@@ -159,6 +161,9 @@ void MeshController::setIsSyncing(bool syncing) {
 }
 
 void MeshController::setSelfInfo(std::optional<SelfInfo> info) {
+    // The name stays while the radio is away; the views still show its mentions.
+    if (info)
+        setOwnName(info->name);
     assign(m_selfInfo, std::move(info), &MeshController::selfInfoChanged);
 }
 

@@ -3,6 +3,7 @@
 #include "book/node_book.h"
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
+#include "controller/notification_levels.h"
 #include "controller/pending_request.h"
 #include "map/map_settings.h"
 #include "model/conversation.h"
@@ -76,6 +77,12 @@ class MeshController : public QObject {
     Q_PROPERTY(QSet<QString> favorites READ favorites NOTIFY favoritesChanged)
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
+    // What the launcher badge shows: the unread count without the
+    // conversations set to Nothing.
+    Q_PROPERTY(qint64 badgeCount READ badgeCount NOTIFY badgeCountChanged)
+    // The radio's own name as last read, kept while the radio is away: the
+    // name whose mentions are the user's.
+    Q_PROPERTY(QString ownName READ ownName NOTIFY ownNameChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
     Q_PROPERTY(bool historyWritable READ historyWritable NOTIFY historyWritableChanged)
     Q_PROPERTY(
@@ -300,6 +307,31 @@ public:
     bool sendAgain(const QUuid& id, const ConversationID& target);
     // Clears the unread count; does nothing (no save) when it is already 0.
     Q_INVOKABLE void markConversationRead(const ConversationID& target);
+
+    // --- notification levels and mentions of the user
+    //
+    // Each conversation has a level (All by default), kept in the settings
+    // by the contact's key or the channel's name and secret. A message that
+    // arrives unread notifies when its level lets it (Mentions: only a
+    // message that mentions ownName); the unread count grows whatever the
+    // level, and a conversation set to Nothing stays out of badgeCount.
+
+    NotificationLevel notificationLevel(const ConversationID& target) const;
+    // False, and nothing kept, for a channel slot that was never read.
+    bool setNotificationLevel(const ConversationID& target, NotificationLevel level);
+    // Nothing, or back from Nothing to the level it had.
+    bool toggleMute(const ConversationID& target);
+    // The same by conversation key and level name ("all", "mentions",
+    // "nothing"), for QML.
+    Q_INVOKABLE QString notificationLevelOf(const QString& conversationKey) const;
+    Q_INVOKABLE bool setNotificationLevelOf(const QString& conversationKey, const QString& level);
+    Q_INVOKABLE bool toggleMuteOf(const QString& conversationKey);
+    const QString& ownName() const { return m_ownName; }
+    // A mention segment of the text names ownName, ignoring case.
+    bool mentionsMe(const QString& text) const;
+    // Of the conversation's unread messages, those that mention ownName.
+    qint64 unreadMentionCount(const ConversationID& target) const;
+    qint64 badgeCount() const { return m_badgeCount; }
     // The conversation of `target`, created empty (and not saved) when missing.
     Conversation ensureConversation(const ConversationID& target);
     // The one way a message enters a conversation: stores, saves, counts it as
@@ -488,6 +520,11 @@ Q_SIGNALS:
     void favoritesChanged();
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
+    void badgeCountChanged();
+    void ownNameChanged();
+    // A conversation's level changed, or a channel slot now holds another
+    // channel (whose level may differ).
+    void notificationLevelsChanged();
     void historyErrorChanged();
     void historyWritableChanged();
     void autoReconnectChanged();
@@ -591,6 +628,14 @@ private:
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
+    // Notification level pieces.
+    void loadNotificationLevels();
+    void noteChannelSlot(int index, const QString& identity);
+    void levelsChanged();
+    // True when it changed; the caller updates the badge.
+    bool refreshBadgeCount();
+    void setOwnName(const QString& name);
+    void recountUnreadMentions();
 
     // Contact, channel and device pieces.
     Contact contactOrKeyOnly(const QString& publicKey) const;
@@ -646,6 +691,11 @@ private:
     QSet<QString> m_favorites;
     VerifiedKeyMap m_verifiedKeys;
     qint64 m_totalUnreadCount = 0;
+    NotificationLevels m_levels;
+    QList<QString> m_silencedKeys; // conversation keys at level Nothing
+    qint64 m_badgeCount = 0;
+    QString m_ownName;
+    QHash<QString, qint64> m_unreadMentions; // by conversation key; no zeros
     QString m_historyError;
     bool m_historyWritable = true;
     // Outgoing messages whose transmission is under way.

@@ -284,9 +284,13 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
 
     const bool viewing = m_applicationActive && m_selectedConversation == target;
     const bool incoming = message.direction == ChatMessage::Direction::incoming;
+    const bool unread = incoming && !viewing;
     // A count read from the file may be anything; it stops at the largest.
-    if (incoming && !viewing && conversation.unreadCount < std::numeric_limits<qint64>::max())
+    if (unread && conversation.unreadCount < std::numeric_limits<qint64>::max())
         ++conversation.unreadCount;
+    const bool mentionsMe = unread && this->mentionsMe(message.text);
+    if (mentionsMe)
+        ++m_unreadMentions[key];
 
     const Conversation& before = m_conversations[key];
     const bool summaryChanged = before.lastActivity != conversation.lastActivity ||
@@ -299,7 +303,7 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
     refreshTotalUnreadCount();
     saveConversations();
 
-    if (incoming && !viewing && m_notifier)
+    if (unread && m_notifier && notifies(m_levels.level(target), mentionsMe))
         m_notifier->postNotification(conversationTitle(target), message.text, key);
     updateBadge();
 }
@@ -310,6 +314,7 @@ void MeshController::markConversationRead(const ConversationID& target) {
     if (found == m_conversations.end() || found->unreadCount <= 0)
         return;
     found->unreadCount = 0;
+    m_unreadMentions.remove(key);
     if (m_notifier)
         m_notifier->withdrawNotifications(key);
     Q_EMIT conversationChanged(key);
@@ -419,9 +424,10 @@ void MeshController::refreshTotalUnreadCount() {
         }
     }
     assign(m_totalUnreadCount, total, &MeshController::totalUnreadCountChanged);
+    refreshBadgeCount();
 }
 
 void MeshController::updateBadge() {
     if (m_notifier)
-        m_notifier->updateBadge(m_totalUnreadCount);
+        m_notifier->updateBadge(m_badgeCount);
 }

@@ -134,7 +134,8 @@ private Q_SLOTS:
     // going away, other conversations and a failed message. The failed
     // message's mark opens the bubble's menu: "Send again" replaces it with
     // a new message that goes out (only while connected), and "Copy text"
-    // copies the text as shown.
+    // copies the text as the bubble shows it: no direction override leaves
+    // the app through the clipboard.
     void showsTheConversationAndActsOnIt() {
         UiRig rig(UiRig::alone);
         rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
@@ -146,8 +147,9 @@ private Q_SLOTS:
         const auto channel = ConversationID::channel(0);
         rig.controller->appendMessage(
             chatMessage(Direction::incoming, u"Ann: hi"_s, rig.clock.now()), channel);
-        rig.controller->appendMessage(chatMessage(Direction::outgoing, u"lost words"_s,
-                                                  rig.clock.now(),
+        // Typed with a direction override and a mention.
+        const QString lost = u"lost \u202Ewords\u202C for @[Ann]"_s;
+        rig.controller->appendMessage(chatMessage(Direction::outgoing, lost, rig.clock.now(),
                                                   ChatMessage::DeliveryState::failed),
                                       channel);
         const auto unread = [&](const QString& key) {
@@ -225,7 +227,7 @@ private Q_SLOTS:
         QVERIFY(!again->property("enabled").toBool());
         QGuiApplication::clipboard()->clear();
         QMetaObject::invokeMethod(copy, "triggered");
-        QCOMPARE(QGuiApplication::clipboard()->text(), u"lost words"_s);
+        QCOMPARE(QGuiApplication::clipboard()->text(), u"lost \uFFFDwords\uFFFD for @Ann"_s);
         QPointer<QObject> closed = menu;
         QMetaObject::invokeMethod(menu, "close");
         QTRY_VERIFY(!closed); // destroyed once closed
@@ -239,7 +241,7 @@ private Q_SLOTS:
         const auto sent = [&] {
             return rig.controller->conversations().value(u"channel:0"_s).messages.value(1);
         };
-        QCOMPARE(sent().text, u"lost words"_s);
+        QCOMPARE(sent().text, lost); // sent again as typed
         QVERIFY(sent().deliveryState != ChatMessage::DeliveryState::failed);
         QCOMPARE(list->property("count").toInt(), 2);
         rig.clock.advance(2s);
@@ -265,6 +267,7 @@ private Q_SLOTS:
                                 u"a message long enough to wrap "_s.repeated(1 + i % 4),
                             rig.clock.now()),
                 target);
+        rig.controller->markConversationRead(target); // no divider to open at
         auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
         QVERIFY(view);
         auto* list = findItem(*view, "messageList");
@@ -283,6 +286,97 @@ private Q_SLOTS:
             QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
                          qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
+    }
+
+    // A conversation opens at its first unread message, under the "N new
+    // messages" divider, when the unread ones do not all fit; else at its
+    // end, the divider still above them. Scrolled up, the messages that
+    // arrive are counted on the jump button, which goes to the end.
+    void opensAtTheFirstUnreadMessage_data() {
+        QTest::addColumn<int>("unread");
+        QTest::addColumn<bool>("dividerAtTop");
+        QTest::newRow("300 messages, 40 unread") << 40 << true;
+        QTest::newRow("300 messages, 3 unread") << 3 << false;
+    }
+    void opensAtTheFirstUnreadMessage() {
+        QFETCH(int, unread);
+        QFETCH(bool, dividerAtTop);
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        QVERIFY(rig.connect());
+        const ConversationID target = ConversationID::contact(ainoKey);
+        const int total = 300;
+        const int firstUnread = total - unread;
+        for (int i = 0; i < total; ++i) {
+            if (i == firstUnread)
+                rig.controller->markConversationRead(target);
+            const bool outgoing = i < firstUnread && i % 4 == 0;
+            rig.controller->appendMessage(
+                chatMessage(outgoing ? Direction::outgoing : Direction::incoming,
+                            u"message %1 "_s.arg(i) + u"long enough to wrap "_s.repeated(i % 3),
+                            rig.clock.now()),
+                target);
+        }
+        QCOMPARE(rig.controller->conversations()[ainoConversation].unreadCount, unread);
+
+        auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
+        QVERIFY(view);
+        auto* list = findItem(*view, "messageList");
+        auto* jump = findItem(*view, "jumpToLatest");
+        QVERIFY(list && jump);
+        QCOMPARE(rig.controller->conversations()[ainoConversation].unreadCount, 0);
+        const auto topOf = [&](int row) -> double {
+            QQuickItem* item = itemAtIndex(list, row);
+            return item ? item->mapToItem(list, QPointF(0, 0)).y() : -1000;
+        };
+        const auto lastBubbleGap = [&]() -> double {
+            QQuickItem* last = itemAtIndex(list, list->property("count").toInt() - 1);
+            if (!last)
+                return -1000;
+            return list->height() - last->mapToItem(list, QPointF(0, last->height())).y();
+        };
+        QTRY_VERIFY(itemAtIndex(list, firstUnread));
+        QQuickItem* divider = findVisualItem(itemAtIndex(list, firstUnread), u"unreadDivider"_s);
+        QVERIFY(divider && divider->isVisible());
+        QCOMPARE(textOf(findVisualItem(divider, u"unreadDividerText"_s)),
+                 u"%1 new messages"_s.arg(unread));
+        QVERIFY(
+            !findVisualItem(itemAtIndex(list, firstUnread + 1), u"unreadDivider"_s)->isVisible());
+        if (dividerAtTop) {
+            // The divider at the top of the view, the first unread message below it.
+            QTRY_VERIFY2(qAbs(topOf(firstUnread) - 16) <= 1,
+                         qPrintable(QString::number(topOf(firstUnread))));
+            QVERIFY(topOf(firstUnread) + itemAtIndex(list, firstUnread)->height() < list->height());
+            QVERIFY(jump->isVisible());
+        } else {
+            QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
+                         qPrintable(QString::number(lastBubbleGap())));
+            QVERIFY(topOf(firstUnread) >= 0);
+            QVERIFY(!jump->isVisible());
+        }
+
+        // Scrolled up, three messages arrive: the list stays, the button counts them.
+        list->setProperty("contentY", list->property("contentY").toDouble() - 1500);
+        QMetaObject::invokeMethod(list, "movementEnded");
+        QTRY_VERIFY(jump->isVisible());
+        const double contentY = list->property("contentY").toDouble();
+        for (int i = 0; i < 3; ++i)
+            rig.controller->appendMessage(
+                chatMessage(Direction::incoming, u"late %1"_s.arg(i), rig.clock.now()), target);
+        QCOMPARE(textOf(findVisualItem(jump, u"jumpCount"_s)), u"3"_s);
+        QTest::qWait(50);
+        QCOMPARE(list->property("contentY").toDouble(), contentY);
+
+        QMetaObject::invokeMethod(jump, "clicked");
+        QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1, qPrintable(QString::number(lastBubbleGap())));
+        QTRY_VERIFY(!jump->isVisible());
+        // The divider stays while the conversation is shown.
+        auto* messages = list->property("model").value<QObject*>();
+        QVERIFY(messages);
+        QCOMPARE(messages->property("firstUnreadId").toString(),
+                 rig.controller->conversations()[ainoConversation]
+                     .messages.at(firstUnread)
+                     .id.toString(QUuid::WithoutBraces));
     }
 };
 

@@ -112,10 +112,12 @@ private Q_SLOTS:
     }
 
     // The bubble's roles; a channel's incoming text alone loses its sender
-    // to the bubble's header.
+    // to the bubble's header. The body text is what "Copy text" puts on the
+    // clipboard: as the bubble shows it.
     void roleData_data() {
         QTest::addColumn<QString>("key");
         QTest::addColumn<ChatMessage>("message");
+        QTest::addColumn<QString>("bodyText");
         QTest::addColumn<QString>("sender");
         QTest::addColumn<QString>("senderBadge");
         QTest::addColumn<QString>("snrText");
@@ -130,22 +132,32 @@ private Q_SLOTS:
         ChatMessage incoming = chatMessage(Direction::incoming, u"Bob: hey"_s, noon);
         incoming.snr = -5.1;
         QTest::newRow("incoming direct, never split")
-            << contactKey << incoming << QString() << QString() << u"\u00B7 -5\u00A0dB"_s
-            << u"red"_s << QString() << QString() << QString() << secondary;
+            << contactKey << incoming << u"Bob: hey"_s << QString() << QString()
+            << u"\u00B7 -5\u00A0dB"_s << u"red"_s << QString() << QString() << QString()
+            << secondary;
         ChatMessage channel = chatMessage(Direction::incoming, u"élise: bonjour"_s, noon);
         channel.snr = 5;
         QTest::newRow("incoming channel with sender")
-            << u"channel:0"_s << channel << u"élise"_s << u"É"_s << u"\u00B7 5\u00A0dB"_s
-            << u"green"_s << QString() << QString() << QString() << secondary;
+            << u"channel:0"_s << channel << u"bonjour"_s << u"élise"_s << u"É"_s
+            << u"\u00B7 5\u00A0dB"_s << u"green"_s << QString() << QString() << QString()
+            << secondary;
+        ChatMessage hostile =
+            chatMessage(Direction::incoming, u"Eve: pay \u202E0001\u202C, @[Bob]\r\nnow"_s, noon);
+        hostile.snr = 5;
+        QTest::newRow("incoming channel with an override and a mention")
+            << u"channel:0"_s << hostile << u"pay \uFFFD0001\uFFFD, @Bob\nnow"_s << u"Eve"_s
+            << u"E"_s << u"\u00B7 5\u00A0dB"_s << u"green"_s << QString() << QString() << QString()
+            << secondary;
         ChatMessage delivered =
             chatMessage(Direction::outgoing, u"Alice: ok"_s, noon, State::delivered);
         delivered.hopCount = 0;
         delivered.roundTripMillis = 1234;
         QTest::newRow("outgoing delivered, channel text not split")
-            << u"channel:1"_s << delivered << QString() << QString() << QString() << secondary
-            << u"0"_s << u"\u00B7 1.2\u00A0s"_s << u"checkmark.circle.fill"_s << u"green"_s;
+            << u"channel:1"_s << delivered << u"Alice: ok"_s << QString() << QString() << QString()
+            << secondary << u"0"_s << u"\u00B7 1.2\u00A0s"_s << u"checkmark.circle.fill"_s
+            << u"green"_s;
         QTest::newRow("outgoing failed")
-            << contactKey << chatMessage(Direction::outgoing, u"x"_s, noon, State::failed)
+            << contactKey << chatMessage(Direction::outgoing, u"x"_s, noon, State::failed) << u"x"_s
             << QString() << QString() << QString() << secondary << QString() << QString()
             << u"exclamationmark.triangle.fill"_s << u"red"_s;
     }
@@ -160,8 +172,8 @@ private Q_SLOTS:
         Bound<MessageListModel> model(rig.controller);
         model.setConversationKey(key);
         QCOMPARE(model.rowCount(), 1);
-        for (const char* role : {"sender", "senderBadge", "snrText", "snrTint", "hopText",
-                                 "roundTripText", "stateSymbol", "stateTint"})
+        for (const char* role : {"bodyText", "sender", "senderBadge", "snrText", "snrTint",
+                                 "hopText", "roundTripText", "stateSymbol", "stateTint"})
             QTEST(roleValue(model, 0, role).toString(), role);
         QVERIFY(!roleValue(model, 0, "timeText").toString().isEmpty());
 
@@ -197,6 +209,15 @@ private Q_SLOTS:
         QVERIFY2(out.contains(u"color:%1;\">@bo"_s.arg(outMention)), qPrintable(out));
         QVERIFY2(out.contains(u"color:%1;text-decoration"_s.arg(outLink)), qPrintable(out));
         QVERIFY(!out.contains(mention.name()));
+
+        // A mention of the user's own name is bold in incoming bubbles only.
+        const QString mine =
+            MessageListModel::styledText(u"@[ann] and @bo"_s, false, mention, link, u"Ann"_s);
+        QVERIFY2(mine.contains(u"color:#112233;font-weight:bold;\">@ann</span>"_s),
+                 qPrintable(mine));
+        QVERIFY2(mine.contains(u"color:#112233;\">@bo</span>"_s), qPrintable(mine));
+        QVERIFY(!MessageListModel::styledText(u"@ann"_s, true, mention, link, u"Ann"_s)
+                     .contains(u"bold"_s));
 
         // A matched link that is no valid URL is styled but opens nothing.
         const QString broken = MessageListModel::styledText(u"http://[bad"_s, false, mention, link);

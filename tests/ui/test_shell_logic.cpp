@@ -243,6 +243,14 @@ private Q_SLOTS:
         QTest::newRow("conversation, no time, nothing unread")
             << conversationRowSpoken(u"Public"_s, u"Group channel"_s, QString(), 0, false)
             << u"Public, Group channel"_s;
+        QTest::newRow("conversation muted, a mention unread")
+            << conversationRowSpoken(u"Public"_s, u"hi"_s, u"now"_s, 5, false, 1,
+                                     NotificationLevel::nothing)
+            << u"Public, hi, now, 5 unread, 1 mention of you, Nothing"_s;
+        QTest::newRow("mentions only, read")
+            << conversationRowSpoken(u"Public"_s, u"hi"_s, QString(), 0, false, 2,
+                                     NotificationLevel::mentions)
+            << u"Public, hi, Mentions Only"_s;
         QTest::newRow("node without a path, with a position")
             << nodeRowSpoken(u"Ridge"_s, u"Repeater"_s, -1, true, false)
             << u"Ridge, Repeater, Flood routing, Has a position"_s;

@@ -291,9 +291,16 @@ private Q_SLOTS:
         QCOMPARE((QList<qreal>{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")}),
                  before);
         QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 1);
+        // A channel's info pane holds its notification level.
         m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+        QTRY_COMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 0);
+        QVERIFY(m_rig->shows("conversationInfoButton"));
+        QMetaObject::invokeMethod(m_rig->find("conversationInfoButton"), "clicked");
+        QTRY_VERIFY(m_rig->shows("channelInfoInspector"));
+        QVERIFY(m_rig->shows("notificationLevelCard"));
+        m_rig->controller->setSelectedConversation(std::nullopt);
         QTRY_VERIFY(!m_rig->shows("conversationInfoButton"));
-        QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 0);
+        QTRY_VERIFY(!m_rig->find("channelInfoInspector"));
 
         m_rig->radio.dropLink();
         QTest::qWait(400); // the fade

@@ -535,6 +535,36 @@ private Q_SLOTS:
                 if (divider.intersects(texts[i].rect.adjusted(0, 1, 0, -1)))
                     overlaps << u"a divider through \"%1\""_s.arg(texts[i].text);
         }
+        // A row's value is as tall as its lines, beside its label when it
+        // has one line: no value keeps the height of a narrower pass, drawn
+        // above its label and over what follows.
+        std::function<void(QQuickItem*)> rows = [&](QQuickItem* node) {
+            if (!node->isVisible())
+                return;
+            if (node->objectName() == u"value"_s && node->inherits("QQuickText")) {
+                const QString text = textOf(node);
+                const QRectF value = node->mapRectToScene(node->boundingRect());
+                if (node->height() - node->property("contentHeight").toReal() > 1)
+                    overlaps << u"\"%1\" is %2 high"_s.arg(text).arg(node->height());
+                QQuickItem* row = node->parentItem();
+                while (row && !findVisualItem(row, u"label"_s))
+                    row = row->parentItem();
+                if (row && std::abs(row->height() - row->implicitHeight()) > 1)
+                    overlaps << u"the row of \"%1\" is %2 high for %3"_s.arg(text)
+                                    .arg(row->height())
+                                    .arg(row->implicitHeight());
+                if (QQuickItem* label = row ? findVisualItem(row, u"label"_s) : nullptr) {
+                    const QRectF rect = label->mapRectToScene(label->boundingRect());
+                    if (node->property("lineCount").toInt() == 1 &&
+                        std::abs(rect.center().y() - value.center().y()) > 1)
+                        overlaps << u"\"%1\" beside \"%2\" a line off"_s.arg(text, textOf(label));
+                }
+            }
+            for (QQuickItem* child : node->childItems())
+                rows(child);
+        };
+        for (const char* pane : {"inspector", "detail"})
+            rows(m_rig->find<QQuickItem>(pane));
         QVERIFY2(overlaps.isEmpty(), qPrintable(overlaps.join(u"\n"_s)));
     }
 

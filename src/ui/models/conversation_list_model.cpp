@@ -31,6 +31,7 @@ void ConversationListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::messageRemoved, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
     connect(controller, &MeshController::knownNamesChanged, this, sync);
+    connect(controller, &MeshController::notificationLevelsChanged, this, sync);
     const auto reset = [this] { rebuild(); };
     connect(controller, &MeshController::contactsReset, this, reset);
     connect(controller, &MeshController::channelsReset, this, reset);
@@ -61,6 +62,10 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
         entries.append({row.id.conversationKey(), channels, row});
     for (const auto& row : list.contacts)
         entries.append({row.id.conversationKey(), contacts, row});
+    for (ConversationEntry& entry : entries) {
+        entry.row.level = controller()->notificationLevel(entry.row.id);
+        entry.row.unreadMentions = controller()->unreadMentionCount(entry.row.id);
+    }
     return entries;
 }
 
@@ -100,7 +105,17 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
         return ViewLogic::conversationRowSpoken(
             row.title, row.subtitle,
             row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString(), row.unread,
-            row.isFavorite);
+            row.isFavorite, row.unreadMentions, row.level);
+    case LevelRole:
+        return levelName(row.level);
+    case LevelSymbolRole:
+        return row.levelSymbol();
+    case LevelTextRole:
+        return ViewLogic::notificationLevelText(row.level);
+    case UnreadQuietRole:
+        return row.isUnreadQuiet();
+    case UnreadMentionRole:
+        return row.unread > 0 && row.unreadMentions > 0;
     }
     return {};
 }
@@ -121,5 +136,10 @@ QHash<int, QByteArray> ConversationListModel::roleNames() const {
         {InitialsRole, "initials"},
         {SymbolRole, "symbol"},
         {IsFavoriteRole, "isFavorite"},
+        {LevelRole, "level"},
+        {LevelSymbolRole, "levelSymbol"},
+        {LevelTextRole, "levelText"},
+        {UnreadQuietRole, "unreadQuiet"},
+        {UnreadMentionRole, "unreadMention"},
     };
 }

@@ -1,9 +1,12 @@
 import QtQuick
-import QtQuick.Layouts
 import Talvenne
 
 // A label on the left and its value on the right, in one row of a pane.
-RowLayout {
+// Placed by anchors rather than a row layout: the value's wrapped height
+// follows the width the row gets at once, so the row is never left with the
+// height of a narrower pass (its value drawn above the label, the next row's
+// divider running through it).
+Item {
     id: row
 
     property string label
@@ -13,12 +16,19 @@ RowLayout {
     property bool monospaced: false
     property color valueColor: Theme.primaryText
 
-    spacing: 8
+    readonly property real spacing: 8
+
+    implicitWidth: (icon.visible ? icon.width + spacing : 0) + labelText.implicitWidth + spacing
+                   + valueText.implicitWidth
+    implicitHeight: Math.max(icon.visible ? icon.height : 0, labelText.implicitHeight,
+                             valueText.implicitHeight)
 
     Item {
+        id: icon
         visible: row.systemImage.length > 0
-        Layout.preferredWidth: 24
-        Layout.preferredHeight: 18
+        anchors.verticalCenter: parent.verticalCenter
+        width: 24
+        height: 18
         Icon {
             anchors.centerIn: parent
             symbol: row.systemImage
@@ -26,18 +36,25 @@ RowLayout {
         }
     }
     Text {
+        id: labelText
+        objectName: "label"
+        anchors.left: icon.visible ? icon.right : parent.left
+        anchors.leftMargin: icon.visible ? row.spacing : 0
+        anchors.verticalCenter: parent.verticalCenter
         text: row.label
         textFormat: Text.PlainText
         color: Theme.secondaryText
         font.pixelSize: Theme.calloutSize
     }
     // One line where there is room; in a narrow pane a long value (a date)
-    // wraps rather than being cut, and the row grows with it. A Text tells
-    // the layout its wrapped height while the layout places it; a TextEdit
-    // tells it later, and the row kept the height of a narrower pass.
+    // wraps rather than being cut, and the row grows with it.
     Text {
+        id: valueText
         objectName: "value"
-        Layout.fillWidth: true
+        anchors.left: labelText.right
+        anchors.leftMargin: row.spacing
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
         horizontalAlignment: Text.AlignRight
         text: row.value
         textFormat: Text.PlainText

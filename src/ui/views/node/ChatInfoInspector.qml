@@ -3,8 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// The inspector beside a direct chat: the contact's facts and whether its
-// key has been verified.
+// The inspector beside a direct chat: the contact's facts, whether its key
+// has been verified, and how its messages notify.
 ScrollView {
     id: view
 
@@ -26,6 +26,12 @@ ScrollView {
         controller: view.controller
         publicKey: view.publicKey
         inspector: true
+    }
+
+    NotificationLevelModel {
+        id: levels
+        controller: view.controller
+        conversationKey: "contact:" + view.publicKey
     }
 
     ColumnLayout {
@@ -66,6 +72,12 @@ ScrollView {
             Layout.leftMargin: 12
             Layout.rightMargin: 12
             shell: radio
+        }
+        NotificationLevelCard {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            levels: levels
         }
         // Side by side while both titles fit, else one above the other.
         GridLayout {

@@ -198,6 +198,10 @@ Rectangle {
                             symbol: cell.model.symbol
                             isFavorite: cell.model.isFavorite
                             selected: cell.selected
+                            levelSymbol: cell.model.levelSymbol
+                            levelText: cell.model.levelText
+                            unreadQuiet: cell.model.unreadQuiet
+                            unreadMention: cell.model.unreadMention
                         }
                     }
                     Component {
@@ -236,6 +240,7 @@ Rectangle {
                         channelIndex: isChannel ? cell.model.channelIndex : -1
                         contactKey: sidebar.nodesMode ? cell.model.key : (cell.model.contactKey || "")
                         isFavorite: cell.model.isFavorite || false
+                        conversationKey: sidebar.nodesMode ? "" : cell.model.key
                     }
                 }
             }

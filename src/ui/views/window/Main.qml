@@ -67,6 +67,7 @@ ApplicationWindow {
         onConnectAnotherRequested: radioPicker.open()
         onForgetThisRadioRequested: forgetThisRadio.open()
         onHistorySearchRequested: historySearch.open()
+        onSaveConversationRequested: (key) => saveConversation.openFor(key)
         onQuitRequested: window.close()
     }
 
@@ -83,6 +84,11 @@ ApplicationWindow {
         id: historySearch
         controller: window.controller
         onResultChosen: (key, messageId) => shell.openMessage(key, messageId)
+    }
+
+    SaveConversationDialog {
+        id: saveConversation
+        controller: window.controller
     }
 
     AboutDialog {
