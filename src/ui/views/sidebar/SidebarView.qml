@@ -37,10 +37,12 @@ Rectangle {
         controller: sidebar.controller
         search: sidebar.nodesMode ? searchField.text : ""
     }
-    // Relative times move on while the window is open.
+    // Relative times move on while the window is in use, and catch up at
+    // once when the user comes back to it; an idle window repaints nothing.
     Timer {
         interval: 30000
-        running: true
+        running: sidebar.Window.active
+        triggeredOnStart: true
         repeat: true
         onTriggered: conversations.now = new Date()
     }
