@@ -82,6 +82,8 @@ PaneSection {
         Slider {
             objectName: "txPowerSlider"
             enabled: section.radioConnected
+            // The style draws a disabled slider almost as an enabled one.
+            opacity: enabled ? 1 : 0.45
             Accessible.name: qsTrId("device.field.tx.power")
             Layout.fillWidth: true
             from: 0
