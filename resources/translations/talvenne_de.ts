@@ -1171,6 +1171,10 @@
         <source>No signal yet</source>
         <translation>Noch kein Signal</translation>
     </message>
+    <message id="connection.device.current">
+        <source>Connected now</source>
+        <translation>Jetzt verbunden</translation>
+    </message>
     <message id="connection.button.retry">
         <source>Try again</source>
         <translation>Erneut versuchen</translation>

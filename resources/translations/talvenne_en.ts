@@ -1171,6 +1171,10 @@
         <source>No signal yet</source>
         <translation>No signal yet</translation>
     </message>
+    <message id="connection.device.current">
+        <source>Connected now</source>
+        <translation>Connected now</translation>
+    </message>
     <message id="connection.button.retry">
         <source>Try again</source>
         <translation>Try again</translation>

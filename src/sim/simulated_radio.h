@@ -139,6 +139,8 @@ public:
     // From connectToDevice to `connected` (default 600 ms).
     void setConnectDelay(std::chrono::milliseconds delay) { m_connectDelay = delay; }
     void setSeed(quint32 seed) { m_random.seed(seed); }
+    // Another radio's identity (its own key), as if the user had picked it.
+    void setPublicKey(const QString& publicKey) { m_self.publicKey = publicKey; }
     // Each command's whole answer is lost with this probability (0 to 1).
     void setDropAnswers(double probability) { m_dropProbability = probability; }
     // The answers to the next `count` commands are lost (the commands still act).

@@ -106,13 +106,16 @@ void BluetoothTransport::startScan() {
         return;
     }
     // One thing at a time: a scan would hold up the connection BlueZ makes.
-    if (m_state == TransportState::connecting || m_state == TransportState::connected) {
+    if (m_state == TransportState::connecting) {
         qCDebug(lcLink) << "scan not started while" << m_state;
         return;
     }
     m_loggedDevices.clear();
     m_wantsScan = true;
-    setState(TransportState::scanning);
+    // Beside an established link the scan looks for other radios, and the
+    // link stays what it is.
+    if (m_state != TransportState::connected)
+        setState(TransportState::scanning);
     qCDebug(lcLink) << "scanning for" << serviceUUID;
     m_adapter->startScan(serviceUUID);
 }

@@ -163,6 +163,30 @@ private Q_SLOTS:
         QCOMPARE(rig.savedBook()->contacts, rig.controller->contacts());
     }
 
+    // Another radio chosen: once it has said who it is its own book stands
+    // in, and each radio's book keeps that radio's lists.
+    void anotherRadioHasItsOwnBook() {
+        BookRig rig;
+        QVERIFY(rig.connect());
+        const QString first = rig.radio.selfInfo().publicKey;
+        const QList<Contact> firstContacts = rig.controller->contacts();
+        rig.controller->disconnectFromDevice();
+        const QString second(64, QLatin1Char('e'));
+        rig.radio.setPublicKey(second);
+        rig.radio.forgetContact(QString(64, QLatin1Char('1')));
+        rig.radio.addContact(neighbour('6', QStringLiteral("Quay"), 1'700'000'400));
+        QVERIFY(rig.connect());
+        QStringList keys = keysOf(rig.controller->contacts());
+        keys.sort();
+        QCOMPARE(keys, (QStringList{QString(64, QLatin1Char('2')), QString(64, QLatin1Char('3')),
+                                    QString(64, QLatin1Char('6'))}));
+        rig.clock.advance(MeshController::nodeBookWriteDelay);
+        rig.books.flush();
+        QCOMPARE(rig.books.load(first).book->contacts, firstContacts);
+        QCOMPARE(rig.books.load(second).book->contacts, rig.controller->contacts());
+        QCOMPARE(rig.settings->value(MeshController::lastDeviceKeyKey).toString(), second);
+    }
+
     // A damaged book costs only the book: it is kept aside, the reason is
     // shown, and the window still opens (from the history alone).
     void damagedBookIsKeptAside() {

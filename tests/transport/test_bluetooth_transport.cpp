@@ -496,6 +496,29 @@ private Q_SLOTS:
         QVERIFY(rig.failedSpy.isEmpty());
     }
 
+    // Looking for another radio while one is connected: the scan runs beside
+    // the link, which stays connected and usable; stopping it or choosing a
+    // radio ends the scan and reports no state of its own.
+    void scanBesideTheLink() {
+        Rig rig;
+        rig.connected();
+        const int stops = rig.adapter.scanStops;
+        rig.link->startScan();
+        QCOMPARE(rig.adapter.scans.size(), 1);
+        rig.adapter.advertise(radio(2).id, u"Ridge"_s, QString(), -70);
+        QCOMPARE(rig.discoveredSpy.size(), 1);
+        rig.link->write(oneByte);
+        QCOMPARE(rig.adapter.writes.size(), 1);
+        rig.link->stopScan();
+        QCOMPARE(rig.adapter.scanStops, stops + 1);
+        QVERIFY(rig.stateSpy.isEmpty());
+        QCOMPARE(rig.link->state(), T::connected);
+        rig.link->startScan();
+        rig.link->connectToDevice(radio(2));
+        QCOMPARE(rig.adapter.scanStops, stops + 2);
+        QCOMPARE(rig.states(), QList<T>{T::connecting});
+    }
+
     // Each step of the set-up that finds something missing or refused: the
     // link lets the radio go and says why, and never announces itself. A
     // radio that wants a bond first is paired instead.

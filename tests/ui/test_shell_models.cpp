@@ -317,6 +317,42 @@ private Q_SLOTS:
         QCOMPARE(roleValue(model, 0, "heard").toBool(), true);
     }
 
+    // Looking for another radio while one is connected: the scan runs beside
+    // the link and ends after its window as any scan does; the radio in use
+    // is listed as such and cannot be chosen again; another one can.
+    void lookingForAnotherRadio() {
+        UiRig rig;
+        QVERIFY(rig.connect());
+        Bound<ShellModel> shell(rig.controller);
+        Bound<DeviceListModel> devices(rig.controller);
+        shell.startScan();
+        QVERIFY(shell.scanning());
+        QVERIFY(shell.showStop());
+        QCOMPARE(shell.statusText(), qtTrId("connection.empty.scanning"));
+        DiscoveredDevice other;
+        other.id = QUuid::createUuidV5(QUuid(), u"other"_s);
+        other.name = u"Ridge"_s;
+        other.rssi = -70;
+        DiscoveredDevice current = rig.controller->discoveredDevices().value(0, other);
+        current.id = *rig.controller->rememberedDeviceId();
+        Q_EMIT rig.radio.transportDiscovered(current);
+        Q_EMIT rig.radio.transportDiscovered(other);
+        QCOMPARE(roleValue(devices, 0, "current").toBool(), true);
+        QCOMPARE(roleValue(devices, 1, "current").toBool(), false);
+        devices.connectTo(0);
+        QCOMPARE(rig.controller->transportState(), TransportState::connected);
+
+        rig.clock.advance(ShellModel::scanWindow);
+        QVERIFY(!shell.scanning());
+        QVERIFY(shell.scanFinished());
+        QCOMPARE(shell.statusText(), qtTrId("connection.empty.none.found"));
+        QCOMPARE(rig.controller->transportState(), TransportState::connected);
+
+        devices.connectTo(1);
+        QCOMPARE(rig.controller->transportState(), TransportState::connecting);
+        QCOMPARE(rig.controller->rememberedDeviceId(), other.id);
+    }
+
     // The PIN sheet's form: digits only, six at most, each question starting
     // empty; what may be given depends on the question, and the answer goes
     // to whoever asked.

@@ -29,6 +29,10 @@ void DeviceListModel::attach(MeshController* controller) {
             endResetModel();
             Q_EMIT countChanged();
         });
+        connect(controller, &MeshController::transportStateChanged, this, [this] {
+            if (m_count > 0)
+                Q_EMIT dataChanged(index(0), index(m_count - 1), {CurrentRole});
+        });
     }
     Q_EMIT countChanged();
 }
@@ -76,20 +80,29 @@ QVariant DeviceListModel::data(const QModelIndex& index, int role) const {
         // Where the system hides addresses, the start of the id tells them apart.
         return device.address.isEmpty() ? device.id.toString(QUuid::WithoutBraces).left(8)
                                         : ViewLogic::safeName(device.address);
+    case CurrentRole:
+        return isCurrent(device.id);
     }
     return {};
 }
 
+bool DeviceListModel::isCurrent(const QUuid& id) const {
+    return controller()->transportState() == TransportState::connected &&
+           controller()->rememberedDeviceId() == id;
+}
+
 QHash<int, QByteArray> DeviceListModel::roleNames() const {
     return {
-        {IdRole, "deviceId"},       {NameRole, "name"},   {RssiRole, "rssi"},
-        {RssiTextRole, "rssiText"}, {KnownRole, "known"}, {HeardRole, "heard"},
-        {AddressRole, "address"},
+        {IdRole, "deviceId"},       {NameRole, "name"},       {RssiRole, "rssi"},
+        {RssiTextRole, "rssiText"}, {KnownRole, "known"},     {HeardRole, "heard"},
+        {AddressRole, "address"},   {CurrentRole, "current"},
     };
 }
 
 void DeviceListModel::connectTo(int row) {
     if (!controller() || row < 0 || row >= int(controller()->discoveredDevices().size()))
         return;
-    controller()->connectToDevice(controller()->discoveredDevices().at(row));
+    const DiscoveredDevice& device = controller()->discoveredDevices().at(row);
+    if (!isCurrent(device.id))
+        controller()->connectToDevice(device);
 }

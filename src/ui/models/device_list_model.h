@@ -26,6 +26,7 @@ public:
         HeardRole,    // false for a known radio not heard in this scan
         // The address while another listed radio has the same name, else empty.
         AddressRole,
+        CurrentRole, // the radio connected now (listed while looking for another)
     };
     Q_ENUM(Role)
 
@@ -49,6 +50,7 @@ protected:
 private:
     void namesChanged();
     bool nameShared(int row) const;
+    bool isCurrent(const QUuid& id) const;
 
     // The number of rows views were told about; the controller's list may
     // already be longer while an insertion is being announced.

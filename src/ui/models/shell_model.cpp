@@ -41,8 +41,12 @@ void ShellModel::attach(MeshController* controller) {
         connect(controller, &MeshController::transportStateChanged, this, [this] {
             // Over some other way (Bluetooth off, a radio chosen).
             const TransportState state = this->controller()->transportState();
-            if (state != TransportState::scanning && state != TransportState::ready)
+            if (state != TransportState::scanning && state != TransportState::ready &&
+                !(state == TransportState::connected && m_scanBesideLink))
                 cancelScanLimit();
+            // The link the scan ran beside is gone, or a radio was chosen.
+            if (state != TransportState::connected)
+                m_scanBesideLink = false;
             // Bluetooth back on is a fresh start: it scans by itself again.
             if (state == TransportState::poweredOff || state == TransportState::unauthorized)
                 m_scanEnded = false;
@@ -148,16 +152,22 @@ void ShellModel::setAutoReconnect(bool on) {
 }
 
 bool ShellModel::scanning() const {
-    return controller() && controller()->transportState() == TransportState::scanning;
+    return controller() && (controller()->transportState() == TransportState::scanning ||
+                            (m_scanBesideLink && connected()));
 }
 
 bool ShellModel::scanFinished() const {
-    return m_scanEnded && controller() && controller()->transportState() == TransportState::ready;
+    if (!m_scanEnded || !controller())
+        return false;
+    const TransportState state = controller()->transportState();
+    return state == TransportState::ready || state == TransportState::connected;
 }
 
 QString ShellModel::statusText() const {
     if (scanFinished())
         return qtTrId("connection.empty.none.found");
+    if (scanning())
+        return qtTrId(ViewLogic::connectionStatusKey(TransportState::scanning));
     return controller() ? qtTrId(ViewLogic::connectionStatusKey(controller()->transportState()))
                         : QString();
 }
@@ -167,7 +177,8 @@ bool ShellModel::canScan() const {
 }
 
 bool ShellModel::showStop() const {
-    return controller() && ViewLogic::scanButtonStops(controller()->transportState());
+    return controller() && (ViewLogic::scanButtonStops(controller()->transportState()) ||
+                            (m_scanBesideLink && connected()));
 }
 
 QString ShellModel::connectionError() const {
@@ -259,7 +270,9 @@ void ShellModel::stopScan() {
     if (!controller())
         return;
     m_scanEnded = true;
+    m_scanBesideLink = false;
     controller()->stopScan();
+    Q_EMIT connectionChanged();
 }
 
 bool ShellModel::scanIfIdle() {
@@ -275,7 +288,10 @@ bool ShellModel::scanIfIdle() {
 void ShellModel::beginScan() {
     cancelScanLimit();
     m_scanEnded = false;
+    m_scanBesideLink = connected();
     controller()->startScan();
+    if (m_scanBesideLink)
+        Q_EMIT connectionChanged();
     // The link may report the scan a moment later.
     m_scanClock = controller()->clock();
     if (!m_scanClock)
@@ -285,7 +301,9 @@ void ShellModel::beginScan() {
         if (!scanning())
             return;
         m_scanEnded = true;
+        m_scanBesideLink = false;
         controller()->stopScan();
+        Q_EMIT connectionChanged();
     });
 }
 

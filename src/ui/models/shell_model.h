@@ -137,6 +137,9 @@ private:
     QPointer<Clock> m_scanClock;
     std::uint64_t m_scanLimit = 0;
     bool m_scanEnded = false;
+    // Asked to scan while a radio is connected (File > Connect to Another
+    // Radio…): the link stays connected and the scan runs beside it.
+    bool m_scanBesideLink = false;
     // The conversation shown when the radio dropped: the controller forgets
     // its selection with the radio, the window keeps it open meanwhile and
     // selects it again once the radio is back.

@@ -18,11 +18,16 @@ AbstractButton {
     property bool heard: true
     // Shown while another listed radio has the same name.
     property string address
-    readonly property string detailText: (heard ? rssiText : qsTrId("connection.device.not.heard"))
+    // The radio connected now, listed while another is looked for: it
+    // cannot be chosen again.
+    property bool current: false
+    readonly property string detailText: (current ? qsTrId("connection.device.current")
+                                          : heard ? rssiText : qsTrId("connection.device.not.heard"))
                                          + (address.length > 0 ? "  ·  " + address : "")
     signal activated()
 
     objectName: "deviceRow"
+    enabled: !current
     hoverEnabled: true
     padding: 0
     implicitHeight: layout.implicitHeight + 20
@@ -112,10 +117,11 @@ AbstractButton {
                 }
             }
             SignalBars {
-                visible: row.heard
+                visible: row.heard && !row.current
                 rssi: row.rssi
             }
             Icon {
+                visible: !row.current
                 symbol: "chevron.right"
                 size: 12
                 color: Theme.secondaryText

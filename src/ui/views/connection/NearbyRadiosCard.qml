@@ -104,6 +104,7 @@ Rectangle {
                 known: model.known
                 heard: model.heard
                 address: model.address
+                current: model.current
                 onActivated: {
                     card.shell.dismissConnectionError()
                     devices.connectTo(index)
