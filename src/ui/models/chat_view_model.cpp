@@ -5,6 +5,7 @@
 #include "logic/composer.h"
 #include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
+#include "logic/verification_look.h"
 #include "look.h"
 
 #include <QClipboard>
@@ -14,13 +15,13 @@
 
 namespace {
 
-QString verificationStateName(ViewLogic::VerificationState state) {
+QString verificationStateName(KeyVerification state) {
     switch (state) {
-    case ViewLogic::VerificationState::verified:
+    case KeyVerification::verified:
         return QStringLiteral("verified");
-    case ViewLogic::VerificationState::conflict:
+    case KeyVerification::conflict:
         return QStringLiteral("conflict");
-    case ViewLogic::VerificationState::unverified:
+    case KeyVerification::unverified:
         break;
     }
     return QStringLiteral("unverified");
@@ -142,20 +143,19 @@ void ChatViewModel::refresh() {
         header.avatarInitials = ViewLogic::safeName(base.avatarInitials);
         header.avatarSymbol = base.avatarSymbol.value_or(QString());
         if (contact && base.showsVerification) {
-            const auto state =
-                ViewLogic::verificationState(contact->publicKey, controller()->verifiedKeys(),
-                                             controller()->conflictingVerifiedKey(*contact));
-            const ViewLogic::VerificationControl control =
-                ViewLogic::verificationControl(*contact, state);
+            const KeyVerification state =
+                keyVerification(controller()->verifiedKeys().contains(contact->publicKey),
+                                controller()->conflictingVerifiedKey(*contact).has_value());
+            const ViewLogic::VerificationLook look = ViewLogic::verificationLook(state);
             header.hasContact = true;
             header.verificationState = verificationStateName(state);
-            header.verificationSymbol = control.symbol;
-            header.verificationTint = Look::tintName(control.tint);
-            header.keyPrefix = control.keyPrefix;
-            header.verificationHelp = lookUp(control.helpKey);
-            header.verificationActionText = lookUp(control.actionKey);
-            header.verificationActionSymbol = control.actionSymbol;
-            header.verificationActionClears = control.actionClears;
+            header.verificationSymbol = look.keySymbol;
+            header.verificationTint = Look::tintName(look.tint);
+            header.keyPrefix = ViewLogic::keyPrefix(contact->publicKey);
+            header.verificationHelp = lookUp(look.helpKey);
+            header.verificationActionText = lookUp(look.menuItemKey);
+            header.verificationActionSymbol = look.actionSymbol;
+            header.verificationActionClears = look.actionClears;
             if (const auto banner = ViewLogic::conflictBannerText(*contact, state))
                 header.conflictText = banner->text();
         }
