@@ -35,22 +35,6 @@ qint64 threadNanos() {
     return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
-// Markers given straight to the map, as the mesh map's model gives them.
-struct BenchMarkers : MapMarkerSource {
-    void set(std::vector<MapMarker> markers) {
-        m_list = std::move(markers);
-        reload();
-    }
-
-protected:
-    std::vector<MapMarker> collect(const std::optional<Map::GeoPoint>&) const override {
-        return m_list;
-    }
-
-private:
-    std::vector<MapMarker> m_list;
-};
-
 // Nodes scattered over the Helsinki region (60 × 78 km), of every kind.
 std::vector<MapMarker> scatter(int count) {
     QRandomGenerator random(33);
@@ -72,7 +56,7 @@ std::vector<MapMarker> scatter(int count) {
 struct Bench {
     QQmlEngine engine;
     MapSettings settings{nullptr};
-    BenchMarkers markers;
+    GivenMarkers markers;
     std::unique_ptr<QObject> frame;
     std::unique_ptr<QQuickWindow> window;
     MeshMap* map = nullptr;

@@ -13,6 +13,12 @@ namespace {
 
 constexpr int formatVersion = 1;
 
+// The members of one object of the book, by name.
+struct Fields {
+    const QJsonObject& object;
+    QJsonValue operator()(const char* name) const { return object.value(QLatin1String(name)); }
+};
+
 // The text cut to `limit` characters, never inside a surrogate pair.
 QString bounded(const QJsonValue& value, int limit) {
     QString text = value.toString();
@@ -30,6 +36,11 @@ qint64 boundedInteger(const QJsonValue& value, qint64 low, qint64 high, qint64 f
     if (!std::isfinite(number) || number < double(low) || number > double(high))
         return fallback;
     return qint64(number);
+}
+
+// A byte's worth, else 0.
+std::uint8_t byteValue(const QJsonValue& value) {
+    return std::uint8_t(boundedInteger(value, 0, 255, 0));
 }
 
 double boundedDouble(const QJsonValue& value, double limit) {
@@ -62,71 +73,80 @@ void position(const QJsonObject& object, double& latitude, double& longitude) {
     longitude = onEarth ? lon : 0;
 }
 
+// What the radio and each of its contacts both carry: a key, a name, a kind
+// (kept under `typeName`) and a position, with the members of `more`.
+template <typename Node>
+QJsonObject encodeNode(const Node& node, const char* typeName, MeshProtocol::AdvertType type,
+                       const QJsonObject& more) {
+    QJsonObject object = more;
+    object.insert(QLatin1String("publicKey"), node.publicKey);
+    object.insert(QLatin1String("name"), node.name);
+    object.insert(QLatin1String(typeName), int(type));
+    object.insert(QLatin1String("latitude"), node.latitude);
+    object.insert(QLatin1String("longitude"), node.longitude);
+    return object;
+}
+
+template <typename Node>
+void decodeNode(const QJsonObject& object, const char* typeName, Node& node,
+                MeshProtocol::AdvertType& type) {
+    const Fields field{object};
+    node.publicKey = field("publicKey").toString();
+    node.name = bounded(field("name"), NodeBookLimits::maxNameLength);
+    type = advertType(field(typeName));
+    position(object, node.latitude, node.longitude);
+}
+
 QJsonObject encodeSelf(const SelfInfo& self) {
-    return {
-        {QLatin1String("publicKey"), self.publicKey},
-        {QLatin1String("name"), self.name},
-        {QLatin1String("advertType"), int(self.advertType)},
-        {QLatin1String("txPower"), self.txPower},
-        {QLatin1String("maxTxPower"), self.maxTxPower},
-        {QLatin1String("latitude"), self.latitude},
-        {QLatin1String("longitude"), self.longitude},
-        {QLatin1String("manualAddContacts"), self.manualAddContacts},
-        {QLatin1String("radioFrequency"), self.radioFrequency},
-        {QLatin1String("radioBandwidth"), self.radioBandwidth},
-        {QLatin1String("radioSpreadingFactor"), self.radioSpreadingFactor},
-        {QLatin1String("radioCodingRate"), self.radioCodingRate},
-    };
+    return encodeNode(self, "advertType", self.advertType,
+                      {
+                          {QLatin1String("txPower"), self.txPower},
+                          {QLatin1String("maxTxPower"), self.maxTxPower},
+                          {QLatin1String("manualAddContacts"), self.manualAddContacts},
+                          {QLatin1String("radioFrequency"), self.radioFrequency},
+                          {QLatin1String("radioBandwidth"), self.radioBandwidth},
+                          {QLatin1String("radioSpreadingFactor"), self.radioSpreadingFactor},
+                          {QLatin1String("radioCodingRate"), self.radioCodingRate},
+                      });
 }
 
 SelfInfo decodeSelf(const QJsonObject& object) {
+    const Fields field{object};
     SelfInfo self;
-    self.publicKey = object.value(QLatin1String("publicKey")).toString();
-    self.name = bounded(object.value(QLatin1String("name")), NodeBookLimits::maxNameLength);
-    self.advertType = advertType(object.value(QLatin1String("advertType")));
-    self.txPower = std::uint8_t(boundedInteger(object.value(QLatin1String("txPower")), 0, 255, 0));
-    self.maxTxPower =
-        std::uint8_t(boundedInteger(object.value(QLatin1String("maxTxPower")), 0, 255, 0));
-    position(object, self.latitude, self.longitude);
-    self.manualAddContacts = object.value(QLatin1String("manualAddContacts")).toBool();
-    self.radioFrequency = boundedDouble(object.value(QLatin1String("radioFrequency")), 1e7);
-    self.radioBandwidth = boundedDouble(object.value(QLatin1String("radioBandwidth")), 1e7);
-    self.radioSpreadingFactor = std::uint8_t(
-        boundedInteger(object.value(QLatin1String("radioSpreadingFactor")), 0, 255, 0));
-    self.radioCodingRate =
-        std::uint8_t(boundedInteger(object.value(QLatin1String("radioCodingRate")), 0, 255, 0));
+    decodeNode(object, "advertType", self, self.advertType);
+    self.txPower = byteValue(field("txPower"));
+    self.maxTxPower = byteValue(field("maxTxPower"));
+    self.manualAddContacts = field("manualAddContacts").toBool();
+    self.radioFrequency = boundedDouble(field("radioFrequency"), 1e7);
+    self.radioBandwidth = boundedDouble(field("radioBandwidth"), 1e7);
+    self.radioSpreadingFactor = byteValue(field("radioSpreadingFactor"));
+    self.radioCodingRate = byteValue(field("radioCodingRate"));
     return self;
 }
 
 QJsonObject encodeContact(const Contact& contact) {
-    return {
-        {QLatin1String("publicKey"), contact.publicKey},
-        {QLatin1String("name"), contact.name},
-        {QLatin1String("type"), int(contact.type)},
-        {QLatin1String("flags"), contact.flags},
-        {QLatin1String("outPathLength"), contact.outPathLength},
-        {QLatin1String("outPath"), QString::fromLatin1(contact.outPath.toHex())},
-        {QLatin1String("lastAdvert"), dateValue(contact.lastAdvert)},
-        {QLatin1String("lastModified"), dateValue(contact.lastModified)},
-        {QLatin1String("latitude"), contact.latitude},
-        {QLatin1String("longitude"), contact.longitude},
-    };
+    return encodeNode(contact, "type", contact.type,
+                      {
+                          {QLatin1String("flags"), contact.flags},
+                          {QLatin1String("outPathLength"), contact.outPathLength},
+                          {QLatin1String("outPath"), QString::fromLatin1(contact.outPath.toHex())},
+                          {QLatin1String("lastAdvert"), dateValue(contact.lastAdvert)},
+                          {QLatin1String("lastModified"), dateValue(contact.lastModified)},
+                      });
 }
 
 Contact decodeContact(const QJsonObject& object) {
+    const Fields field{object};
     Contact contact;
-    contact.publicKey = object.value(QLatin1String("publicKey")).toString();
-    contact.name = bounded(object.value(QLatin1String("name")), NodeBookLimits::maxNameLength);
-    contact.type = advertType(object.value(QLatin1String("type")));
-    contact.flags = std::uint8_t(boundedInteger(object.value(QLatin1String("flags")), 0, 255, 0));
-    contact.outPathLength = std::int8_t(boundedInteger(object.value(QLatin1String("outPathLength")),
-                                                       -1, NodeBookLimits::maxPathBytes, -1));
-    const QString path = object.value(QLatin1String("outPath")).toString();
+    decodeNode(object, "type", contact, contact.type);
+    contact.flags = byteValue(field("flags"));
+    contact.outPathLength =
+        std::int8_t(boundedInteger(field("outPathLength"), -1, NodeBookLimits::maxPathBytes, -1));
+    const QString path = field("outPath").toString();
     if (path.size() <= 2 * NodeBookLimits::maxPathBytes)
         contact.outPath = QByteArray::fromHex(path.toLatin1());
-    contact.lastAdvert = date(object.value(QLatin1String("lastAdvert")));
-    contact.lastModified = date(object.value(QLatin1String("lastModified")));
-    position(object, contact.latitude, contact.longitude);
+    contact.lastAdvert = date(field("lastAdvert"));
+    contact.lastModified = date(field("lastModified"));
     return contact;
 }
 

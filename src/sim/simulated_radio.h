@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/device_records.h"
+#include "sim/radio_commands.h"
 #include "time/clock.h"
 #include "transport/mesh_link.h"
 
@@ -19,37 +20,15 @@
 #include <functional>
 #include <optional>
 
-// Codes of the command frames the radio understands (byte 0 of each write).
-namespace RadioCommand {
-enum : std::uint8_t {
-    appStart = 0x01,
-    sendDirectText = 0x02,
-    sendChannelText = 0x03,
-    getContacts = 0x04,
-    setDeviceTime = 0x06,
-    sendSelfAdvert = 0x07,
-    setAdvertName = 0x08,
-    addOrUpdateContact = 0x09,
-    syncNextMessage = 0x0A,
-    setTxPower = 0x0C,
-    resetPath = 0x0D,
-    removeContact = 0x0F,
-    shareContact = 0x10,
-    reboot = 0x13,
-    getBatteryAndStorage = 0x14,
-    deviceQuery = 0x16,
-    getChannel = 0x1F,
-    setChannel = 0x20,
-    getStatistics = 0x38,
-};
-} // namespace RadioCommand
-
 // A companion radio without hardware: a link that plays the radio's side of
 // the protocol. It scans, connects and answers command frames the way a real
 // radio does, keeps a contact table, eight channel slots and a queue of
 // received messages, and offers knobs that make it lose answers, reply with
 // errors or drop the link, so that every path of the controller can be driven
 // from a test (with a ManualClock) or shown in a demo (with the SystemClock).
+// The link and its state are in simulated_radio.cpp, the answers to command
+// frames in radio_answers.cpp, the demo's neighbourhood in
+// demo_neighbourhood.cpp.
 //
 // Timing: every report that does not follow directly from a call (discovery,
 // the end of a connection attempt, answers, pushes) goes out through the
@@ -204,6 +183,7 @@ private:
     void endSession();
     void discoverNow();
 
+    // radio_answers.cpp
     Frames answer(const QByteArray& frame);
     std::optional<std::optional<MeshProtocol::DeviceError>> plannedError(std::uint8_t code);
     Frames sendDirectText(const QByteArray& frame);
@@ -216,6 +196,7 @@ private:
     const Contact* contactByPrefix(const QByteArray& prefix) const;
     void reboot();
     void resetVolatileState();
+    // demo_neighbourhood.cpp
     void scheduleReply(const Contact& contact);
     void scheduleChatter();
     void chatterOnce();

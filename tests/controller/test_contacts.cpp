@@ -31,13 +31,6 @@ Contact radioContact(const QString& key, const QString& name, std::int8_t pathLe
     return contact;
 }
 
-QStringList keysOf(const QList<Contact>& contacts) {
-    QStringList keys;
-    for (const Contact& contact : contacts)
-        keys << contact.publicKey;
-    return keys;
-}
-
 } // namespace
 
 class TestContacts : public QObject {

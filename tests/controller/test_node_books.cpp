@@ -20,13 +20,6 @@ Contact neighbour(char digit, const QString& name, qint64 lastAdvert) {
     return contact;
 }
 
-QStringList keysOf(const QList<Contact>& contacts) {
-    QStringList keys;
-    for (const Contact& contact : contacts)
-        keys << contact.publicKey;
-    return keys;
-}
-
 // A simulated radio with three neighbours, and the books beside the history.
 struct BookRig : SimRig {
     NodeBookStore books{dir.path()};

@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QSettings>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QUuid>
 #include <chrono>
@@ -97,6 +98,13 @@ inline Contact makeContact(const QString& key, const QString& name, qint64 lastA
     c.lastModified = c.lastAdvert;
     c.outPathLength = outPathLength;
     return c;
+}
+
+inline QStringList keysOf(const QList<Contact>& contacts) {
+    QStringList keys;
+    for (const Contact& contact : contacts)
+        keys << contact.publicKey;
+    return keys;
 }
 
 inline ChatMessage incomingMessage(const QString& text, const QDateTime& at) {

@@ -31,23 +31,6 @@ namespace {
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-// Markers as a test gives them, straight to the map: nothing filters them
-// on the way, so the map's own checks are what is tested.
-struct FixedMarkers : MapMarkerSource {
-    void set(std::vector<MapMarker> markers) {
-        m_list = std::move(markers);
-        reload();
-    }
-
-protected:
-    std::vector<MapMarker> collect(const std::optional<Map::GeoPoint>&) const override {
-        return m_list;
-    }
-
-private:
-    std::vector<MapMarker> m_list;
-};
-
 MapMarker node(const QString& name, double latitude, double longitude,
                AdvertType type = AdvertType::chat) {
     return {name.toLower(), name, type, {latitude, longitude}, false};
@@ -222,7 +205,7 @@ private Q_SLOTS:
     // The item draws inside its bounds only, over the software renderer's
     // parts that come and go as tiles arrive.
     void drawsInsideItsBounds() {
-        FixedMarkers markers;
+        GivenMarkers markers;
         markers.set({node(u"Aino"_s, 60.17, 24.94)});
         FrameWindow window(&markers);
         QVERIFY(window.map);
@@ -238,7 +221,7 @@ private Q_SLOTS:
     // Markers are drawn where their nodes are, and go with the map as it
     // pans and zooms (on the software renderer too).
     void markersFollowTheView() {
-        FixedMarkers markers;
+        GivenMarkers markers;
         markers.set({node(u"Ridge"_s, 60.2055, 24.6559, AdvertType::repeaterNode)});
         FrameWindow window(&markers);
         QVERIFY(window.map);
@@ -291,7 +274,7 @@ private Q_SLOTS:
         QFETCH(double, latitude);
         QFETCH(double, longitude);
         QFETCH(bool, shown);
-        FixedMarkers markers;
+        GivenMarkers markers;
         markers.set({node(u"Anchor"_s, 60.17, 24.94)});
         FrameWindow window(&markers);
         QVERIFY(window.map);
@@ -451,7 +434,7 @@ private Q_SLOTS:
     // Nodes at one place become one marker with their count; a click on it
     // offers them in a list, one near another zooms in until they part.
     void pointerOpensAndGroups() {
-        FixedMarkers markers;
+        GivenMarkers markers;
         markers.set({node(u"Alpha"_s, 60.2, 25.0), node(u"Beta"_s, 60.2, 25.0),
                      node(u"Gamma"_s, 60.2, 25.004, AdvertType::repeaterNode),
                      node(u"Far"_s, 60.5, 25.5, AdvertType::sensor)});
@@ -506,7 +489,7 @@ private Q_SLOTS:
         for (int i = 0; i < 10000; ++i)
             many.push_back(node(u"n%1"_s.arg(i), 60 + random.generateDouble(),
                                 24 + 2 * random.generateDouble()));
-        FixedMarkers markers;
+        GivenMarkers markers;
         markers.set(many);
         FrameWindow window(&markers, {800, 600});
         QVERIFY(window.map);

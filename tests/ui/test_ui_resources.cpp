@@ -7,6 +7,7 @@
 #include "ui/logic/device_texts.h"
 #include "ui/logic/node_details.h"
 #include "ui/logic/node_symbols.h"
+#include "ui/logic/verification_look.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -58,15 +59,11 @@ QSet<QString> logicSymbols() {
                 names << line.symbol;
             names << deliveryStateSymbol(state);
         }
-    Contact contact;
-    for (auto state : {VerificationState::verified, VerificationState::conflict,
-                       VerificationState::unverified}) {
-        const VerificationControl control = verificationControl(contact, state);
-        const VerificationCard card = verificationCard(state);
-        names << control.symbol << control.actionSymbol << card.symbol << card.actionSymbol;
+    for (auto state :
+         {KeyVerification::verified, KeyVerification::conflict, KeyVerification::unverified}) {
+        const VerificationLook look = verificationLook(state);
+        names << look.symbol << look.keySymbol << look.actionSymbol;
     }
-    for (auto state : {Verification::verified, Verification::mismatch, Verification::notVerified})
-        names << verificationLook(state).symbol << verificationLook(state).buttonSymbol;
     for (auto type : {AdvertType::none, AdvertType::chat, AdvertType::repeaterNode,
                       AdvertType::room, AdvertType::sensor}) {
         names << nodeAvatarSymbol(type).value_or(QString()) << nodeTypeLabelSymbol(type);

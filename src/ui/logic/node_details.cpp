@@ -43,40 +43,4 @@ QUrl mapUrl(double latitude, double longitude) {
     return url;
 }
 
-Verification verificationState(bool isVerified, bool conflict) {
-    if (isVerified)
-        return Verification::verified;
-    return conflict ? Verification::mismatch : Verification::notVerified;
-}
-
-VerificationLook verificationLook(Verification state) {
-    switch (state) {
-    case Verification::verified:
-        return {QStringLiteral("checkmark.seal.fill"),
-                Tint::green,
-                "inspector.chat.info.verified",
-                "inspector.chat.info.verified.message",
-                "inspector.chat.info.unverify",
-                QStringLiteral("seal.slash"),
-                Tint::red};
-    case Verification::mismatch:
-        return {QStringLiteral("exclamationmark.shield.fill"),
-                Tint::red,
-                "inspector.chat.info.mismatch",
-                "inspector.chat.info.mismatch.message",
-                "inspector.chat.info.verify",
-                QStringLiteral("checkmark.seal"),
-                Tint::red};
-    case Verification::notVerified:
-        break;
-    }
-    return {QStringLiteral("shield.lefthalf.filled"),
-            Tint::secondary,
-            "inspector.chat.info.not.verified",
-            "inspector.chat.info.not.verified.message",
-            "inspector.chat.info.verify",
-            QStringLiteral("checkmark.seal"),
-            Tint::accent};
-}
-
 } // namespace ViewLogic

@@ -30,21 +30,4 @@ QString coordinateText(double latitude, double longitude, const QLocale& locale 
 // The position on openstreetmap.org, with a marker.
 QUrl mapUrl(double latitude, double longitude);
 
-enum class Verification { verified, mismatch, notVerified };
-// `conflict`: another contact of the same name has a verified key.
-Verification verificationState(bool isVerified, bool conflict);
-
-struct VerificationLook {
-    QString symbol;
-    Tint tint = Tint::secondary;
-    QByteArray titleKey;
-    QByteArray messageKey;
-    QByteArray buttonKey;
-    QString buttonSymbol;
-    Tint buttonTint = Tint::accent;
-
-    bool operator==(const VerificationLook&) const = default;
-};
-VerificationLook verificationLook(Verification state);
-
 } // namespace ViewLogic

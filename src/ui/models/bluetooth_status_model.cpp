@@ -1,5 +1,6 @@
 #include "bluetooth_status_model.h"
 
+#include "followed_object.h"
 #include "logic/connection_texts.h"
 #include "transport/ble_adapter.h"
 
@@ -11,14 +12,11 @@ QObject* BluetoothStatusModel::adapter() const {
 }
 
 void BluetoothStatusModel::setAdapter(QObject* adapter) {
-    auto* bleAdapter = qobject_cast<BleAdapter*>(adapter);
-    if (bleAdapter == m_adapter)
+    const bool followed = followObject(m_adapter, adapter, this, [this](BleAdapter* next) {
+        connect(next, &BleAdapter::powerStateChanged, this, &BluetoothStatusModel::changed);
+    });
+    if (!followed)
         return;
-    if (m_adapter)
-        m_adapter->disconnect(this);
-    m_adapter = bleAdapter;
-    if (m_adapter)
-        connect(m_adapter, &BleAdapter::powerStateChanged, this, &BluetoothStatusModel::changed);
     Q_EMIT adapterChanged();
     Q_EMIT changed();
 }

@@ -1,10 +1,10 @@
 #include "chat_view_model.h"
 
-#include "conversation_key.h"
 #include "logic/chat_header.h"
 #include "logic/composer.h"
 #include "logic/safe_text.h"
 #include "logic/sidebar_lists.h"
+#include "logic/verification_look.h"
 #include "look.h"
 
 #include <QClipboard>
@@ -14,13 +14,13 @@
 
 namespace {
 
-QString verificationStateName(ViewLogic::VerificationState state) {
+QString verificationStateName(KeyVerification state) {
     switch (state) {
-    case ViewLogic::VerificationState::verified:
+    case KeyVerification::verified:
         return QStringLiteral("verified");
-    case ViewLogic::VerificationState::conflict:
+    case KeyVerification::conflict:
         return QStringLiteral("conflict");
-    case ViewLogic::VerificationState::unverified:
+    case KeyVerification::unverified:
         break;
     }
     return QStringLiteral("unverified");
@@ -33,7 +33,7 @@ QString lookUp(const QByteArray& key) {
 } // namespace
 
 ChatViewModel::ChatViewModel(QObject* parent)
-    : ControllerBoundObject(parent) {}
+    : ConversationBoundObject(parent) {}
 
 void ChatViewModel::attach(MeshController* controller) {
     m_headerKey.clear();
@@ -58,15 +58,6 @@ void ChatViewModel::attach(MeshController* controller) {
     }
     refresh();
     Q_EMIT connectedChanged();
-}
-
-void ChatViewModel::setConversationKey(const QString& key) {
-    if (m_key == key)
-        return;
-    m_key = key;
-    m_target = conversationIDFromKey(key);
-    refresh();
-    Q_EMIT conversationKeyChanged();
 }
 
 bool ChatViewModel::connected() const {
@@ -98,9 +89,9 @@ QString ChatViewModel::sendBlockedSymbol() const {
 }
 
 std::optional<Contact> ChatViewModel::contact() const {
-    if (!controller() || !m_target || !m_target->isContact())
+    if (!controller() || !target() || !target()->isContact())
         return std::nullopt;
-    return controller()->contactForKey(m_target->contactKey());
+    return controller()->contactForKey(target()->contactKey());
 }
 
 QString ChatViewModel::unlistedTitle() const {
@@ -108,54 +99,53 @@ QString ChatViewModel::unlistedTitle() const {
         controller()->channels(), controller()->contacts(), controller()->conversations(), {}, {},
         QLocale(), controller()->knownNames());
     for (const ViewLogic::ConversationRow& row : list.contacts) {
-        if (row.id == *m_target)
+        if (row.id == *target())
             return row.title;
     }
-    return controller()->conversationTitle(*m_target);
+    return controller()->conversationTitle(*target());
 }
 
 void ChatViewModel::refresh() {
     // While the radio is being reconnected its contacts and channels are
     // gone until the handshake reads them again: the header keeps what it
     // showed for this conversation.
-    if (controller() && m_headerKey == m_key &&
+    if (controller() && m_headerKey == conversationKey() &&
         ((controller()->isReconnecting() && !controller()->radioAway()) ||
          (controller()->isSyncing() && controller()->contacts().isEmpty() &&
           controller()->channels().isEmpty())))
         return;
-    m_headerKey = m_key;
+    m_headerKey = conversationKey();
     Header header;
-    if (controller() && m_target) {
+    if (controller() && target()) {
         const std::optional<Contact> contact = this->contact();
         const std::optional<Channel> channel =
-            m_target->isChannel() ? controller()->channelForIndex(m_target->channelIndex())
+            target()->isChannel() ? controller()->channelForIndex(target()->channelIndex())
                                   : std::nullopt;
-        const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
-        header.isChannel = m_target->isChannel();
+        const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*target(), contact, channel);
+        header.isChannel = target()->isChannel();
         // A contact the radio does not know keeps the name a book gave it,
         // as its row in the sidebar reads (with its key when the name is
         // another's too).
         header.title =
-            ViewLogic::safeName(contact || !m_target->isContact() ? base.title : unlistedTitle());
+            ViewLogic::safeName(contact || !target()->isContact() ? base.title : unlistedTitle());
         header.subtitle = base.subtitle.text();
         header.avatarSeed = base.avatarSeed;
         header.avatarInitials = ViewLogic::safeName(base.avatarInitials);
         header.avatarSymbol = base.avatarSymbol.value_or(QString());
         if (contact && base.showsVerification) {
-            const auto state =
-                ViewLogic::verificationState(contact->publicKey, controller()->verifiedKeys(),
-                                             controller()->conflictingVerifiedKey(*contact));
-            const ViewLogic::VerificationControl control =
-                ViewLogic::verificationControl(*contact, state);
+            const KeyVerification state =
+                keyVerification(controller()->verifiedKeys().contains(contact->publicKey),
+                                controller()->conflictingVerifiedKey(*contact).has_value());
+            const ViewLogic::VerificationLook look = ViewLogic::verificationLook(state);
             header.hasContact = true;
             header.verificationState = verificationStateName(state);
-            header.verificationSymbol = control.symbol;
-            header.verificationTint = Look::tintName(control.tint);
-            header.keyPrefix = control.keyPrefix;
-            header.verificationHelp = lookUp(control.helpKey);
-            header.verificationActionText = lookUp(control.actionKey);
-            header.verificationActionSymbol = control.actionSymbol;
-            header.verificationActionClears = control.actionClears;
+            header.verificationSymbol = look.keySymbol;
+            header.verificationTint = Look::tintName(look.tint);
+            header.keyPrefix = ViewLogic::keyPrefix(contact->publicKey);
+            header.verificationHelp = lookUp(look.helpKey);
+            header.verificationActionText = lookUp(look.menuItemKey);
+            header.verificationActionSymbol = look.actionSymbol;
+            header.verificationActionClears = look.actionClears;
             if (const auto banner = ViewLogic::conflictBannerText(*contact, state))
                 header.conflictText = banner->text();
         }
@@ -187,21 +177,21 @@ bool ChatViewModel::atLimit(const QString& draft) {
 }
 
 bool ChatViewModel::canSend(const QString& draft) const {
-    return m_target && !historyHeldElsewhere() && ViewLogic::canSend(draft, connected());
+    return target() && !historyHeldElsewhere() && ViewLogic::canSend(draft, connected());
 }
 
 bool ChatViewModel::send(const QString& draft) {
     if (!canSend(draft))
         return false;
-    controller()->sendMessage(draft, *m_target);
+    controller()->sendMessage(draft, *target());
     return true;
 }
 
 bool ChatViewModel::sendAgain(const QString& messageId) {
     const QUuid id(messageId);
-    if (!m_target || !connected() || id.isNull())
+    if (!target() || !connected() || id.isNull())
         return false;
-    return controller()->sendAgain(id, *m_target);
+    return controller()->sendAgain(id, *target());
 }
 
 void ChatViewModel::copyText(const QString& text) {
@@ -210,8 +200,8 @@ void ChatViewModel::copyText(const QString& text) {
 }
 
 void ChatViewModel::markRead() {
-    if (controller() && m_target)
-        controller()->markConversationRead(*m_target);
+    if (controller() && target())
+        controller()->markConversationRead(*target());
 }
 
 void ChatViewModel::setVerified() {

@@ -14,11 +14,9 @@
 // subtitle, avatar, key verification), the conflict banner, and the
 // composer's rules. Follows the controller's contacts, channels, verified
 // keys and link state; all header properties change together.
-class ChatViewModel : public ControllerBoundObject {
+class ChatViewModel : public ConversationBoundObject {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QString conversationKey READ conversationKey WRITE setConversationKey NOTIFY
-                   conversationKeyChanged)
     Q_PROPERTY(bool isChannel READ isChannel NOTIFY headerChanged)
     Q_PROPERTY(QString title READ title NOTIFY headerChanged)
     Q_PROPERTY(QString subtitle READ subtitle NOTIFY headerChanged)
@@ -48,9 +46,6 @@ class ChatViewModel : public ControllerBoundObject {
 
 public:
     explicit ChatViewModel(QObject* parent = nullptr);
-
-    const QString& conversationKey() const { return m_key; }
-    void setConversationKey(const QString& key);
 
     bool isChannel() const { return m_header.isChannel; }
     QString title() const { return m_header.title; }
@@ -101,12 +96,12 @@ public:
     Q_INVOKABLE void triggerVerificationAction();
 
 Q_SIGNALS:
-    void conversationKeyChanged();
     void headerChanged();
     void connectedChanged();
 
 protected:
     void attach(MeshController* controller) override;
+    void conversationChanged() override { refresh(); }
 
 private:
     // The title of a conversation whose contact the radio does not list.
@@ -137,8 +132,6 @@ private:
     // Another Talvenne keeps the history: nothing sent here could be kept.
     bool historyHeldElsewhere() const;
 
-    QString m_key;
-    std::optional<ConversationID> m_target;
     Header m_header;
     QString m_headerKey; // the conversation m_header was made for
 };

@@ -1,29 +1,25 @@
 #include "controller_bound.h"
 
-namespace {
-
-// Moves `follower` from the controller in `slot` to `next`; false when
-// `next` is the one it follows already.
-bool rebind(QObject* follower, QPointer<MeshController>& slot, MeshController* next) {
-    if (slot == next)
-        return false;
-    if (slot)
-        slot->disconnect(follower);
-    slot = next;
-    return true;
-}
-
-} // namespace
+#include "followed_object.h"
 
 void ControllerBoundObject::setController(MeshController* controller) {
-    if (!rebind(this, m_controller, controller))
+    if (!followObject(m_controller, controller, this, [](MeshController*) {}))
         return;
     attach(controller);
     Q_EMIT controllerChanged();
 }
 
+void ConversationBoundObject::setConversationKey(const QString& key) {
+    if (m_key == key)
+        return;
+    m_key = key;
+    m_target = ConversationID::fromKey(key);
+    conversationChanged();
+    Q_EMIT conversationKeyChanged();
+}
+
 void ControllerBoundListModel::setController(MeshController* controller) {
-    if (!rebind(this, m_controller, controller))
+    if (!followObject(m_controller, controller, this, [](MeshController*) {}))
         return;
     attach(controller);
     Q_EMIT controllerChanged();

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QtQml/qqml.h>
+#include <optional>
 
 // The `controller` property that every view model and list model follows.
 // Setting it drops every connection from the previous controller and calls
@@ -31,6 +32,33 @@ protected:
 
 private:
     QPointer<MeshController> m_controller;
+};
+
+// A view model of one conversation, named by its key as QML hands it in:
+// "contact:<key>" or "channel:<index>"; any other text names none.
+class ConversationBoundObject : public ControllerBoundObject {
+    Q_OBJECT
+    QML_ANONYMOUS
+    Q_PROPERTY(QString conversationKey READ conversationKey WRITE setConversationKey NOTIFY
+                   conversationKeyChanged)
+
+public:
+    using ControllerBoundObject::ControllerBoundObject;
+
+    const QString& conversationKey() const { return m_key; }
+    void setConversationKey(const QString& key);
+    const std::optional<ConversationID>& target() const { return m_target; }
+
+Q_SIGNALS:
+    void conversationKeyChanged();
+
+protected:
+    // Follows a new key, before conversationKeyChanged.
+    virtual void conversationChanged() = 0;
+
+private:
+    QString m_key;
+    std::optional<ConversationID> m_target;
 };
 
 class ControllerBoundListModel : public QAbstractListModel {

@@ -9,7 +9,7 @@
 using SidebarRows::ConversationEntry;
 
 ConversationListModel::ConversationListModel(QObject* parent)
-    : SidebarRowsModel(parent)
+    : SidebarListModel(parent)
     , m_now(QDateTime::currentDateTimeUtc()) {}
 
 void ConversationListModel::followRows(MeshController* controller) {
@@ -42,8 +42,15 @@ void ConversationListModel::setNow(const QDateTime& now) {
     if (m_now == now)
         return;
     m_now = now;
-    rowsChangedForRoles({TimeTextRole, SpokenTextRole});
+    m_rows.changedForRoles({TimeTextRole, SpokenTextRole});
     Q_EMIT nowChanged();
+}
+
+void ConversationListModel::applyRows(bool asReset) {
+    if (asReset)
+        m_rows.reset(computeRows());
+    else
+        m_rows.sync(computeRows());
 }
 
 QList<ConversationEntry> ConversationListModel::computeRows() {
@@ -72,7 +79,7 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
 QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    const ConversationEntry& entry = rows().at(index.row());
+    const ConversationEntry& entry = m_rows.rows().at(index.row());
     const ViewLogic::ConversationRow& row = entry.row;
     switch (role) {
     case KeyRole:

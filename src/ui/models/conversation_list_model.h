@@ -20,13 +20,7 @@ struct ConversationEntry {
 
 // The sidebar's messages mode: the listed channels, then the chat contacts
 // that pass the search, as one list whose `section` role names the group.
-// moc is shown the QObject class under the row template, which it cannot
-// follow, so that QML's tooling knows every inherited property.
-#ifdef Q_MOC_RUN
 class ConversationListModel : public SidebarListModel {
-#else
-class ConversationListModel : public SidebarRowsModel<SidebarRows::ConversationEntry> {
-#endif
     Q_OBJECT
     QML_ELEMENT
     // The moment relative times are measured from; views move it on now and then.
@@ -58,20 +52,25 @@ public:
 
     explicit ConversationListModel(QObject* parent = nullptr);
 
-    QDateTime now() const {
-        return m_now;
-    }
+    QDateTime now() const { return m_now; }
     void setNow(const QDateTime& now);
 
+    int rowCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : m_rows.count();
+    }
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
+    int rowOfKey(const QString& key) const override { return m_rows.rowOfKey(key); }
+    QString keyAt(int row) const override { return m_rows.keyAt(row); }
 
 Q_SIGNALS:
     void nowChanged();
 
 private:
     void followRows(MeshController* controller) override;
-    QList<SidebarRows::ConversationEntry> computeRows() override;
+    void applyRows(bool asReset) override;
+    QList<SidebarRows::ConversationEntry> computeRows();
 
     QDateTime m_now;
+    SyncedRows<SidebarListModel, SidebarRows::ConversationEntry> m_rows{*this};
 };

@@ -4,9 +4,10 @@
 #include "logic/node_details.h"
 #include "logic/node_symbols.h"
 #include "logic/safe_text.h"
+#include "logic/verification_look.h"
 #include "look.h"
 
-using ViewLogic::Verification;
+using ViewLogic::verificationLook;
 
 NodeDetailModel::NodeDetailModel(QObject* parent)
     : ControllerBoundObject(parent) {}
@@ -118,44 +119,43 @@ bool NodeDetailModel::isFavorite() const {
     return controller() && controller()->favorites().contains(m_publicKey);
 }
 
-int NodeDetailModel::verification() const {
+KeyVerification NodeDetailModel::verification() const {
     if (!m_contact || !controller())
-        return int(Verification::notVerified);
-    return int(
-        ViewLogic::verificationState(controller()->verifiedKeys().contains(m_publicKey),
-                                     controller()->conflictingVerifiedKey(*m_contact).has_value()));
+        return KeyVerification::unverified;
+    return keyVerification(controller()->verifiedKeys().contains(m_publicKey),
+                           controller()->conflictingVerifiedKey(*m_contact).has_value());
 }
 
 QString NodeDetailModel::verificationSymbol() const {
-    return ViewLogic::verificationLook(Verification(verification())).symbol;
+    return verificationLook(verification()).symbol;
 }
 
 QString NodeDetailModel::verificationTint() const {
-    return Look::tintName(ViewLogic::verificationLook(Verification(verification())).tint);
+    return Look::tintName(verificationLook(verification()).tint);
 }
 
 QString NodeDetailModel::verificationTitle() const {
-    return qtTrId(ViewLogic::verificationLook(Verification(verification())).titleKey.constData());
+    return qtTrId(verificationLook(verification()).titleKey.constData());
 }
 
 QString NodeDetailModel::verificationMessage() const {
-    return qtTrId(ViewLogic::verificationLook(Verification(verification())).messageKey.constData());
+    return qtTrId(verificationLook(verification()).messageKey.constData());
 }
 
 QString NodeDetailModel::verifyButtonText() const {
-    return qtTrId(ViewLogic::verificationLook(Verification(verification())).buttonKey.constData());
+    return qtTrId(verificationLook(verification()).buttonKey.constData());
 }
 
 QString NodeDetailModel::verifyButtonSymbol() const {
-    return ViewLogic::verificationLook(Verification(verification())).buttonSymbol;
+    return verificationLook(verification()).actionSymbol;
 }
 
 QString NodeDetailModel::verifyButtonTint() const {
-    return Look::tintName(ViewLogic::verificationLook(Verification(verification())).buttonTint);
+    return Look::tintName(verificationLook(verification()).buttonTint);
 }
 
 bool NodeDetailModel::isMismatch() const {
-    return Verification(verification()) == Verification::mismatch;
+    return verification() == KeyVerification::conflict;
 }
 
 void NodeDetailModel::toggleFavorite() {

@@ -2,6 +2,7 @@
 
 #include "controller/mesh_controller.h"
 #include "controller_bound.h"
+#include "model/key_verification.h"
 
 #include <QObject>
 #include <QPointer>
@@ -103,7 +104,7 @@ private:
     void reload();
     void run(Action action);
     QCoro::Task<void> perform(Action action, Contact contact);
-    int verification() const;
+    KeyVerification verification() const;
 
     QString m_publicKey;
     bool m_inspector = false;

@@ -12,7 +12,7 @@
 using SidebarRows::NodeEntry;
 
 NodeListModel::NodeListModel(QObject* parent)
-    : SidebarRowsModel(parent) {}
+    : SidebarListModel(parent) {}
 
 void NodeListModel::followRows(MeshController* controller) {
     const auto sync = [this] { update(); };
@@ -22,6 +22,13 @@ void NodeListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::contactsReordered, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
     connect(controller, &MeshController::contactsReset, this, [this] { rebuild(); });
+}
+
+void NodeListModel::applyRows(bool asReset) {
+    if (asReset)
+        m_rows.reset(computeRows());
+    else
+        m_rows.sync(computeRows());
 }
 
 QList<NodeEntry> NodeListModel::computeRows() {
@@ -45,7 +52,7 @@ QList<NodeEntry> NodeListModel::computeRows() {
 QVariant NodeListModel::data(const QModelIndex& index, int role) const {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid))
         return {};
-    const NodeEntry& entry = rows().at(index.row());
+    const NodeEntry& entry = m_rows.rows().at(index.row());
     const Contact& contact = entry.contact;
     switch (role) {
     case KeyRole:

@@ -20,13 +20,7 @@ struct NodeEntry {
 
 // The sidebar's nodes mode: repeaters, sensors and nodes of unknown kind that
 // pass the search, favourites first in their own section.
-// moc is shown the QObject class under the row template, which it cannot
-// follow, so that QML's tooling knows every inherited property.
-#ifdef Q_MOC_RUN
 class NodeListModel : public SidebarListModel {
-#else
-class NodeListModel : public SidebarRowsModel<SidebarRows::NodeEntry> {
-#endif
     Q_OBJECT
     QML_ELEMENT
 
@@ -48,10 +42,18 @@ public:
 
     explicit NodeListModel(QObject* parent = nullptr);
 
+    int rowCount(const QModelIndex& parent = {}) const override {
+        return parent.isValid() ? 0 : m_rows.count();
+    }
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
+    int rowOfKey(const QString& key) const override { return m_rows.rowOfKey(key); }
+    QString keyAt(int row) const override { return m_rows.keyAt(row); }
 
 private:
     void followRows(MeshController* controller) override;
-    QList<SidebarRows::NodeEntry> computeRows() override;
+    void applyRows(bool asReset) override;
+    QList<SidebarRows::NodeEntry> computeRows();
+
+    SyncedRows<SidebarListModel, SidebarRows::NodeEntry> m_rows{*this};
 };

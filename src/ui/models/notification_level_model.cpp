@@ -3,7 +3,7 @@
 #include "logic/spoken_text.h"
 
 NotificationLevelModel::NotificationLevelModel(QObject* parent)
-    : ControllerBoundObject(parent) {}
+    : ConversationBoundObject(parent) {}
 
 void NotificationLevelModel::attach(MeshController* controller) {
     if (controller)
@@ -12,16 +12,9 @@ void NotificationLevelModel::attach(MeshController* controller) {
     Q_EMIT levelChanged();
 }
 
-void NotificationLevelModel::setConversationKey(const QString& key) {
-    if (m_key == key)
-        return;
-    m_key = key;
-    Q_EMIT conversationKeyChanged();
-    Q_EMIT levelChanged();
-}
-
 QString NotificationLevelModel::level() const {
-    return controller() ? controller()->notificationLevelOf(m_key) : QStringLiteral("all");
+    return controller() ? controller()->notificationLevelOf(conversationKey())
+                        : QStringLiteral("all");
 }
 
 QString NotificationLevelModel::symbol() const {
@@ -42,7 +35,7 @@ QString NotificationLevelModel::textOf(const QString& level) {
 }
 
 bool NotificationLevelModel::settable() const {
-    const auto target = ConversationID::fromKey(m_key);
+    const auto& target = this->target();
     if (!controller() || !target)
         return false;
     if (target->isContact())
@@ -54,10 +47,10 @@ bool NotificationLevelModel::settable() const {
 
 void NotificationLevelModel::setLevel(const QString& level) {
     if (controller())
-        controller()->setNotificationLevelOf(m_key, level);
+        controller()->setNotificationLevelOf(conversationKey(), level);
 }
 
 void NotificationLevelModel::toggleMute() {
     if (controller())
-        controller()->toggleMuteOf(m_key);
+        controller()->toggleMuteOf(conversationKey());
 }

@@ -8,11 +8,9 @@
 // The notification level of one conversation, for the places that show and
 // change it: the chat header, the chat info pane, the row's menu and
 // View > Mute Conversation.
-class NotificationLevelModel : public ControllerBoundObject {
+class NotificationLevelModel : public ConversationBoundObject {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QString conversationKey READ conversationKey WRITE setConversationKey NOTIFY
-                   conversationKeyChanged)
     // "all", "mentions" or "nothing".
     Q_PROPERTY(QString level READ level NOTIFY levelChanged)
     // Its icon ("bell", "at", "bell.slash") and its name as menus show it.
@@ -25,8 +23,6 @@ class NotificationLevelModel : public ControllerBoundObject {
 public:
     explicit NotificationLevelModel(QObject* parent = nullptr);
 
-    const QString& conversationKey() const { return m_key; }
-    void setConversationKey(const QString& key);
     QString level() const;
     QString symbol() const;
     QString text() const;
@@ -40,12 +36,9 @@ public:
     Q_INVOKABLE static QString textOf(const QString& level);
 
 Q_SIGNALS:
-    void conversationKeyChanged();
     void levelChanged();
 
 protected:
     void attach(MeshController* controller) override;
-
-private:
-    QString m_key;
+    void conversationChanged() override { Q_EMIT levelChanged(); }
 };

@@ -1,5 +1,6 @@
 #include "pin_form.h"
 
+#include "followed_object.h"
 #include "logic/safe_text.h"
 #include "transport/pairing_prompt.h"
 
@@ -13,18 +14,14 @@ QObject* PinForm::prompt() const {
 }
 
 void PinForm::setPrompt(QObject* prompt) {
-    auto* pairing = qobject_cast<PairingPrompt*>(prompt);
-    if (pairing == m_prompt)
-        return;
-    if (m_prompt)
-        m_prompt->disconnect(this);
-    m_prompt = pairing;
-    if (m_prompt) {
-        connect(m_prompt, &PairingPrompt::changed, this, [this] {
+    const bool followed = followObject(m_prompt, prompt, this, [this](PairingPrompt* pairing) {
+        connect(pairing, &PairingPrompt::changed, this, [this] {
             m_digits.clear();
             Q_EMIT changed();
         });
-    }
+    });
+    if (!followed)
+        return;
     m_digits.clear();
     Q_EMIT promptChanged();
     Q_EMIT changed();

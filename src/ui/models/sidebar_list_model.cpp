@@ -45,6 +45,16 @@ void SidebarListModel::setSearch(const QString& search) {
     Q_EMIT searchChanged();
 }
 
+void SidebarListModel::update() {
+    if (!m_holding)
+        applyRows(false);
+}
+
+void SidebarListModel::rebuild() {
+    if (!m_holding)
+        applyRows(true);
+}
+
 void SidebarListModel::setShowEmptyState(bool show) {
     if (m_showEmptyState == show)
         return;

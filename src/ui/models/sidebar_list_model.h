@@ -1,7 +1,7 @@
 #pragma once
 
 #include "controller_bound.h"
-#include "synced_list_model.h"
+#include "synced_rows.h"
 
 #include <QPointer>
 #include <QString>
@@ -40,50 +40,24 @@ protected:
     void attach(MeshController* controller) final;
     // Hooks the controller's signals that change the rows.
     virtual void followRows(MeshController* controller) = 0;
-    // Applies the rows as they should be now, as row changes or as a reset.
-    virtual void update() = 0;
-    virtual void rebuild() = 0;
+    // Applies the rows as they should be now, as row changes or, for the
+    // controller's resets, as one reset.
+    void update();
+    void rebuild();
+    // Recomputes the rows and applies them.
+    virtual void applyRows(bool asReset) = 0;
     void setShowEmptyState(bool show);
+
+private:
+    template <typename, typename>
+    friend class SyncedRows;
+
+    void followReconnection();
+
     // While the radio is being reconnected, and until its lists are read
     // again, the rows stay as they were: the lists they come from are empty
     // meanwhile.
-    bool holding() const { return m_holding; }
-
-private:
-    void followReconnection();
-
     bool m_holding = false;
     QString m_search;
     bool m_showEmptyState = false;
-};
-
-// A sidebar list over rows of type `Row`, diffed into row changes.
-template <typename Row>
-class SidebarRowsModel : public SyncedListModel<SidebarListModel, Row> {
-public:
-    using SyncedListModel<SidebarListModel, Row>::SyncedListModel;
-
-    int rowOfKey(const QString& key) const override {
-        const auto& all = this->rows();
-        for (int i = 0; i < int(all.size()); ++i) {
-            if (all.at(i).key == key)
-                return i;
-        }
-        return -1;
-    }
-    QString keyAt(int row) const override {
-        const auto& all = this->rows();
-        return row >= 0 && row < int(all.size()) ? all.at(row).key : QString();
-    }
-
-protected:
-    virtual QList<Row> computeRows() = 0;
-    void update() override {
-        if (!this->holding())
-            this->syncRows(computeRows());
-    }
-    void rebuild() override {
-        if (!this->holding())
-            this->resetRows(computeRows());
-    }
 };

@@ -70,6 +70,26 @@ protected:
     std::vector<MapMarker> collect(const std::optional<Map::GeoPoint>& self) const override;
 };
 
+// Markers handed in as they are, with no controller and nothing filtered on
+// the way: the benchmark's scenes and the tests' maps.
+class GivenMarkers : public MapMarkerSource {
+public:
+    using MapMarkerSource::MapMarkerSource;
+
+    void set(std::vector<MapMarker> markers) {
+        m_given = std::move(markers);
+        reload();
+    }
+
+protected:
+    std::vector<MapMarker> collect(const std::optional<Map::GeoPoint>&) const override {
+        return m_given;
+    }
+
+private:
+    std::vector<MapMarker> m_given;
+};
+
 // One node: the map of its details, and how far it is from the user's radio.
 class NodeMapModel : public MapMarkerSource {
     Q_OBJECT
