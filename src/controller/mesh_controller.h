@@ -623,8 +623,12 @@ private:
     int m_contactListReads = 0;
     QList<MeshEvent> m_messagesWaitingForContacts;
     std::uint64_t m_nextWaitId = 1;
-    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
-    QHash<QString, QUuid> m_lastSentMessageID;
+    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
+    struct SentMessage {
+        QUuid id;
+        ConversationID target;
+    };
+    QHash<QString, SentMessage> m_lastSentMessageID;
     QDateTime m_acknowledgementsSweptAt;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;

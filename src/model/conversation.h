@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/message_list.h"
+
 #include <QDateTime>
 #include <QHashFunctions>
 #include <QList>
@@ -64,9 +66,11 @@ struct ChatMessage {
     bool operator==(const ChatMessage&) const = default;
 };
 
+using MessageList = ChunkedList<ChatMessage>;
+
 struct Conversation {
     ConversationID target;
-    QList<ChatMessage> messages;
+    MessageList messages;
     QDateTime lastActivity; // distantPast() for a conversation without messages
     std::int64_t unreadCount = 0;
 

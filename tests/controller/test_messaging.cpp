@@ -1,6 +1,8 @@
 #include "controller_rig.h"
+#include "history_samples.h"
 #include "test_support.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -111,7 +113,7 @@ private Q_SLOTS:
             rig.deliver(Events::MessageSent{0, std::uint32_t(0xa0 + n), 4000});
         rig.deliver(Events::SendConfirmed{0xa0, 700});
 
-        const QList<ChatMessage> messages =
+        const MessageList messages =
             rig.controller->conversations()[target.conversationKey()].messages.mid(again ? 0 : 1);
         QCOMPARE(messages.size(), next);
         for (int n = 1; n <= next; ++n) {
@@ -442,6 +444,43 @@ private Q_SLOTS:
             rig.controller->conversations()["contact:" + keyOf('a')].messages[0];
         QCOMPARE(delivered.id, waiting);
         QCOMPARE(delivered.roundTripMillis, 900u);
+    }
+
+    // A message costs the UI thread as much at the end of a conversation of
+    // 200,000 messages as of 2,000, while the store's writer holds the last
+    // snapshot it wrote: nothing copies the conversation.
+    void aMessageCostsTheSameInAnyLengthOfConversation_data() {
+        QTest::addColumn<bool>("outgoing");
+        QTest::newRow("received") << false;
+        QTest::newRow("sent, then sent and delivered") << true;
+    }
+    void aMessageCostsTheSameInAnyLengthOfConversation() {
+        QFETCH(bool, outgoing);
+        const auto millisPerMessage = [outgoing](int length) {
+            ControllerBench<FakeLink> rig(HistorySamples::history(1, length), true);
+            const ConversationID target = rig.controller->conversations().cbegin()->target;
+            QList<double> costs;
+            for (int n = 0; n < 9; ++n) {
+                ChatMessage message = HistorySamples::message(length + n);
+                message.direction =
+                    outgoing ? ChatMessage::Direction::outgoing : ChatMessage::Direction::incoming;
+                rig.store->flush();
+                QElapsedTimer timer;
+                timer.start();
+                rig.controller->appendMessage(message, target);
+                if (outgoing) {
+                    rig.controller->markSent(message.id, target, 0xa0u + n, 4000);
+                    rig.controller->markDelivered(message.id, target, 900);
+                }
+                costs.append(double(timer.nsecsElapsed()) / 1e6);
+            }
+            std::sort(costs.begin(), costs.end());
+            return costs.at(costs.size() / 2);
+        };
+        const double shortOne = millisPerMessage(2'000);
+        const double longOne = millisPerMessage(200'000);
+        QVERIFY2(longOne <= 5 * shortOne + 0.5,
+                 qPrintable(QStringLiteral("%1 ms against %2 ms").arg(longOne).arg(shortOne)));
     }
 
     // A window whose history another Talvenne holds sends nothing and leaves
