@@ -205,19 +205,22 @@ void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundT
 void MeshController::resumeDeliveryTracking() {
     using State = ChatMessage::DeliveryState;
     bool changed = false;
-    for (Conversation& conversation : m_conversations) {
-        for (qsizetype row = 0; row < conversation.messages.size(); ++row) {
-            ChatMessage& message = conversation.messages[row];
-            // Its transmission ended with the run that stored it (or, read
-            // back from another run, with that one).
-            if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
-                message.deliveryState = State::failed;
-                changed = true;
-            }
+    // Only reads, so that the lists stay shared with the writer's copy of
+    // the history: a message is changed (its chunk copied) where it fails.
+    for (auto it = m_conversations.begin(); it != m_conversations.end(); ++it) {
+        const MessageList& messages = std::as_const(*it).messages;
+        for (qsizetype row = 0; row < messages.size(); ++row) {
+            const ChatMessage& message = messages.at(row);
             // The radio may still confirm it.
             if (message.deliveryState == State::sent && message.expectedAck)
                 m_lastSentMessageID.insert(acknowledgementKey(*message.expectedAck),
-                                           {message.id, conversation.target});
+                                           {message.id, it->target});
+            // Its transmission ended with the run that stored it (or, read
+            // back from another run, with that one).
+            if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
+                it->messages[row].deliveryState = State::failed;
+                changed = true;
+            }
         }
     }
     if (changed)

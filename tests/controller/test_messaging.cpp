@@ -444,6 +444,15 @@ private Q_SLOTS:
             rig.controller->conversations()["contact:" + keyOf('a')].messages[0];
         QCOMPARE(delivered.id, waiting);
         QCOMPARE(delivered.roundTripMillis, 900u);
+
+        // Read again with nothing to change: every list stays shared with
+        // the store's copy of what it read, so the history is held once.
+        rig.store->flush();
+        rig.controller.reset();
+        rig.buildController();
+        QCOMPARE(rig.controller->conversations().size(), 2);
+        for (const Conversation& c : rig.controller->conversations())
+            QVERIFY(c.messages.isShared());
     }
 
     // A message costs the UI thread as much at the end of a conversation of
