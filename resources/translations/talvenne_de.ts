@@ -267,6 +267,10 @@
         <source>No messages match “%1”</source>
         <translation>Keine Nachricht passt zu „%1“</translation>
     </message>
+    <message id="search.history.searching">
+        <source>Searching older messages…</source>
+        <translation>Ältere Nachrichten werden durchsucht …</translation>
+    </message>
     <message id="search.history.sender.you">
         <source>You</source>
         <translation>Du</translation>

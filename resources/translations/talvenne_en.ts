@@ -267,6 +267,10 @@
         <source>No messages match “%1”</source>
         <translation>No messages match “%1”</translation>
     </message>
+    <message id="search.history.searching">
+        <source>Searching older messages…</source>
+        <translation>Searching older messages…</translation>
+    </message>
     <message id="search.history.sender.you">
         <source>You</source>
         <translation>You</translation>

@@ -82,25 +82,43 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    // A message in the index; `row` finds it in its conversation at once
+    // (rows only move when messages are removed, and then the index is made
+    // anew).
     struct Entry {
         QString key;
+        qsizetype row = 0;
         QUuid id;
         qint64 time = 0;
-        QString folded; // empty until indexed
+        QString folded;
     };
     struct Result {
         QString key;
+        qsizetype row = 0;
         QUuid id;
+    };
+    // Rows [first, end) of a conversation in time order, taken newest first
+    // while the index is made; `time` is the time of row end - 1.
+    struct Run {
+        QString key;
+        qsizetype first = 0;
+        qsizetype end = 0;
+        qint64 time = 0;
     };
 
     void reindex();
     void restartSearch();
     void runSlice();
+    // Makes the index further until the slice is used up; false when it is
+    // complete.
     bool indexSome(const QElapsedTimer& clock);
+    void splitIntoRuns(const QElapsedTimer& clock);
     void searchSome(const QElapsedTimer& clock);
     void setSearching(bool searching);
     void onMessageAppended(const QString& key, int row);
-    const ChatMessage* messageOf(const Result& result) const;
+    Entry entryFor(const QString& key, qsizetype row, const ChatMessage& message) const;
+    void addRun(Run run);
+    const ChatMessage* messageAt(const QString& key, qsizetype row, const QUuid& id) const;
     // The text the search reads: a channel message's sender stays out.
     QString searchedText(const ChatMessage& message, const QString& key) const;
     // What a query is looked for in: the searched text, and a channel
@@ -110,8 +128,20 @@ private:
     QLocale m_locale;
     QString m_query;
     QString m_foldedQuery;
-    QList<Entry> m_entries;  // oldest first
-    qsizetype m_indexed = 0; // entries folded so far, from the newest down
+    // Newest first. While the index is being made it holds the newest
+    // messages, each older than none of the ones still to come.
+    QList<Entry> m_entries;
+    // Making the index: conversations not yet split into runs, the next row
+    // of the one being split, and then the runs merged newest first (a heap
+    // on their newest time).
+    QStringList m_unsplit;
+    qsizetype m_splitting = 0; // in m_unsplit
+    qsizetype m_splitRow = 0;
+    qsizetype m_runStart = 0; // the run being split: its first row, and
+    qint64 m_runTime = 0;     // the time of the row before m_splitRow
+    QList<Run> m_runs;
+    bool m_merging = false;
+    bool m_indexing = false;
     qsizetype m_cursor = -1; // the next entry the search looks at, going back
     QList<Result> m_results;
     bool m_searching = false;
