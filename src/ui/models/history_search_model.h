@@ -4,6 +4,7 @@
 #include "controller_bound.h"
 
 #include <QAbstractListModel>
+#include <QByteArray>
 #include <QElapsedTimer>
 #include <QLocale>
 #include <QPointer>
@@ -90,7 +91,7 @@ private:
         qsizetype row = 0;
         QUuid id;
         qint64 time = 0;
-        QString folded;
+        QByteArray folded; // UTF-8
     };
     struct Result {
         QString key;
@@ -123,11 +124,12 @@ private:
     QString searchedText(const ChatMessage& message, const QString& key) const;
     // What a query is looked for in: the searched text, and a channel
     // sender's name behind a separator no query holds.
-    QString foldedEntry(const ChatMessage& message, const QString& key) const;
+    QByteArray foldedEntry(const ChatMessage& message, const QString& key) const;
 
     QLocale m_locale;
     QString m_query;
     QString m_foldedQuery;
+    QByteArray m_foldedQueryBytes;
     // Newest first. While the index is being made it holds the newest
     // messages, each older than none of the ones still to come.
     QList<Entry> m_entries;
