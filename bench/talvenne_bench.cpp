@@ -8,6 +8,8 @@
 //   talvenne-bench            the table
 //   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
 //   talvenne-bench --map      (internal) the map's rows, on one renderer
+//   talvenne-bench --million  only the rows of the million-message history
+//   talvenne-bench --load FILE (internal) load time and peak memory of FILE
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
@@ -596,6 +598,242 @@ int printResident(const QString& historyPath) {
     return 0;
 }
 
+// --- A million messages ------------------------------------------------------
+
+constexpr int millionMessages = 1'000'000;
+
+double peakMegabytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return -1;
+}
+
+// (internal) Loads the history as the app does and prints the load's time,
+// the peak resident memory after it, and the peak once the search index is
+// made.
+int printLoad(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    QElapsedTimer timer;
+    timer.start();
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    const double loadMillis = millisSince(timer);
+    qint64 messages = 0;
+    for (const Conversation& conversation : controller.conversations())
+        messages += conversation.messages.size();
+    const double loaded = peakMegabytes();
+    HistorySearchModel model;
+    model.setController(&controller);
+    spinUntil([&] { return model.isIdle(); }, 600);
+    std::printf("%.1f %.1f %.1f\n", messages >= millionMessages ? loadMillis : -1.0, loaded,
+                peakMegabytes());
+    return 0;
+}
+
+struct MessageCost {
+    double receivedMillis = -1; // UI thread, a received message
+    double sentMillis = -1;     // UI thread, a sent one: stored, sent, delivered
+    double writerMillis = -1;   // the writer's work for one change, sync included
+    double diffMillis = -1;     // the writer's comparison of two snapshots
+};
+
+// A received and a sent message in the biggest conversation of the history,
+// each change saved: the UI thread's part and the writer's (timed by waiting
+// for it), 21 of each.
+MessageCost messageCost(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    store.flush();
+    const auto& conversations = controller.conversations();
+    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
+                                          [](const Conversation& a, const Conversation& b) {
+                                              return a.messages.size() < b.messages.size();
+                                          });
+    if (biggest == conversations.cend())
+        return {};
+    const ConversationID target = biggest->target;
+    QList<double> received;
+    QList<double> sent;
+    QList<double> writer;
+    QList<double> diffs;
+    const QDateTime at = QDateTime::currentDateTimeUtc();
+    for (int i = 0; i < 21; ++i) {
+        ChatMessage message;
+        message.id = QUuid::createUuid();
+        message.text = QStringLiteral("a message at the end of a long history, %1").arg(i);
+        message.timestamp = at.addSecs(i);
+        const QList<Conversation> before = conversations.values();
+        QElapsedTimer timer;
+        timer.start();
+        controller.appendMessage(message, target);
+        received << millisSince(timer);
+        timer.restart();
+        store.flush();
+        writer << millisSince(timer);
+        const QList<Conversation> after = conversations.values();
+        timer.restart();
+        const qsizetype records = Journal::diff(before, after).size();
+        diffs << (records == 1 ? millisSince(timer) : -1.0);
+
+        message.id = QUuid::createUuid();
+        message.direction = ChatMessage::Direction::outgoing;
+        message.deliveryState = ChatMessage::DeliveryState::sending;
+        double ui = 0;
+        const std::function<void()> steps[] = {
+            [&] { controller.appendMessage(message, target); },
+            [&] { controller.markSent(message.id, target, 0xa000 + i, 5000); },
+            [&] { controller.markDelivered(message.id, target, 900); },
+        };
+        for (const auto& step : steps) {
+            timer.restart();
+            step();
+            ui += millisSince(timer);
+            timer.restart();
+            store.flush();
+            writer << millisSince(timer);
+        }
+        sent << ui;
+    }
+    return {median(received), median(sent), median(writer), median(diffs)};
+}
+
+// The search index of the whole history: when it is complete, the longest
+// step of UI-thread work meanwhile, and how long a query typed while it is
+// still being made waits for its first results.
+struct IndexCost {
+    double readyMillis = -1;
+    double longestStepMillis = -1;
+    double firstResultsMillis = -1;
+};
+
+IndexCost indexCost(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    IndexCost cost;
+    {
+        HistorySearchModel model;
+        QElapsedTimer timer;
+        timer.start();
+        model.setController(&controller);
+        const double first = millisSince(timer);
+        if (!spinUntil([&] { return model.isIdle(); }, 600))
+            return {};
+        cost.readyMillis = millisSince(timer);
+        cost.longestStepMillis = std::max(first, double(model.longestSlice().count()) / 1000);
+    }
+    HistorySearchModel model;
+    model.setController(&controller);
+    QElapsedTimer timer;
+    timer.start();
+    spinUntil([&] { return timer.elapsed() >= 200; }); // a moment after the start
+    timer.restart();
+    model.setQuery(QStringLiteral("harbour"));
+    spinUntil([&] { return model.count() > 0 || !model.searching(); }, 600);
+    cost.firstResultsMillis = millisSince(timer);
+    return cost;
+}
+
+QList<Row> millionRows(const QString& directory) {
+    QList<Row> rows;
+    for (const int conversations : {historyConversations, 1}) {
+        const QString path = directory + QStringLiteral("/million-%1.json").arg(conversations);
+        {
+            QFile file(path);
+            if (!file.open(QIODevice::WriteOnly) ||
+                file.write(encodeConversations(generateHistory(conversations, millionMessages))) <
+                    0)
+                return rows;
+        }
+        const QString shape =
+            conversations == 1
+                ? QStringLiteral("1,000,000 messages in one conversation")
+                : QStringLiteral("1,000,000 messages in %1 conversations").arg(conversations);
+        QList<MessageCost> costs;
+        for (int i = 0; i < 3; ++i) {
+            QFile::remove(path + QStringLiteral(".journal"));
+            costs << messageCost(path);
+        }
+        const auto medianOfCosts = [&](double MessageCost::*field) {
+            QList<double> values;
+            for (const MessageCost& cost : costs)
+                values << cost.*field;
+            return median(values);
+        };
+        const double received = medianOfCosts(&MessageCost::receivedMillis);
+        const double sent = medianOfCosts(&MessageCost::sentMillis);
+        const double writer = medianOfCosts(&MessageCost::writerMillis);
+        const double diff = medianOfCosts(&MessageCost::diffMillis);
+        rows << Row{QStringLiteral("UI thread per received / sent message, %1").arg(shape),
+                    QStringLiteral("%1 / %2 ms").arg(received, 0, 'f', 3).arg(sent, 0, 'f', 3),
+                    QStringLiteral("≤ 1 ms"), received >= 0 && sent >= 0 && sent <= 1};
+        rows << Row{
+            QStringLiteral("writer per change (sync included) / its comparison, %1").arg(shape),
+            QStringLiteral("%1 / %2 ms").arg(writer, 0, 'f', 2).arg(diff, 0, 'f', 3),
+            QStringLiteral("≤ 5 ms"), writer >= 0 && writer <= 5};
+
+        QList<IndexCost> indexes;
+        for (int i = 0; i < 3; ++i)
+            indexes << indexCost(path);
+        const auto medianOfIndexes = [&](double IndexCost::*field) {
+            QList<double> values;
+            for (const IndexCost& cost : indexes)
+                values << cost.*field;
+            return median(values);
+        };
+        const double ready = medianOfIndexes(&IndexCost::readyMillis);
+        const double step = medianOfIndexes(&IndexCost::longestStepMillis);
+        const double first = medianOfIndexes(&IndexCost::firstResultsMillis);
+        rows << Row{
+            QStringLiteral("search index ready / longest UI-thread step, %1").arg(shape),
+            QStringLiteral("%1 s / %2 ms").arg(ready / 1000, 0, 'f', 2).arg(step, 0, 'f', 1),
+            QStringLiteral("≤ 3 s / ≤ 16 ms"), ready >= 0 && ready <= 3000 && step <= 16};
+        rows << Row{QStringLiteral("search while the index is made: first results, %1").arg(shape),
+                    QStringLiteral("%1 ms").arg(first, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+                    first >= 0 && first <= 50};
+
+        QList<double> loads;
+        QList<double> peaks;
+        QList<double> indexedPeaks;
+        for (int i = 0; i < 3; ++i) {
+            QFile::remove(path + QStringLiteral(".journal"));
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--load"), path});
+            if (!child.waitForFinished(600'000))
+                continue;
+            const QList<QByteArray> parts = child.readAllStandardOutput().trimmed().split(' ');
+            if (parts.size() != 3)
+                continue;
+            loads << parts.at(0).toDouble();
+            peaks << parts.at(1).toDouble();
+            indexedPeaks << parts.at(2).toDouble();
+        }
+        if (!loads.isEmpty()) {
+            rows << Row{QStringLiteral("history load, %1").arg(shape),
+                        QStringLiteral("%1 ms").arg(median(loads), 0, 'f', 0), QString(),
+                        std::nullopt};
+            rows << Row{
+                QStringLiteral("peak memory after the load / with the search index, %1").arg(shape),
+                QStringLiteral("%1 / %2 MB")
+                    .arg(median(peaks), 0, 'f', 0)
+                    .arg(median(indexedPeaks), 0, 'f', 0),
+                QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
+        }
+        QFile::remove(path);
+        QFile::remove(path + QStringLiteral(".journal"));
+    }
+    return rows;
+}
+
 } // namespace
 
 // The map's rows, from child processes: the software renderer, the one Qt
@@ -646,6 +884,13 @@ int main(int argc, char* argv[]) {
     const QStringList arguments = app.arguments();
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--rss"))
         return printResident(arguments.at(2));
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--load"))
+        return printLoad(arguments.at(2));
+    if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
+        QTemporaryDir scratch;
+        printTable(millionRows(scratch.path()));
+        return 0;
+    }
 
     QTemporaryDir directory;
     const QString historyPath = directory.filePath(QStringLiteral("conversations.json"));
@@ -666,6 +911,7 @@ int main(int argc, char* argv[]) {
     rows << openRow(directory.path());
     rows << residentRow(historyPath);
     rows << mapRows();
+    rows << millionRows(directory.path());
     printTable(rows);
     return 0;
 }
