@@ -48,7 +48,7 @@ bench:
 # learns stays in $(FUZZ_DIR)/work, crashes land in $(FUZZ_DIR) as crash-*.
 FUZZ_DIR ?= build-fuzz
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS = frame_decoder history_loader journal_replay
+FUZZ_TARGETS = frame_decoder history_loader journal_replay node_book
 fuzz:
 	@scripts/install-deps.sh fuzz
 	CC=clang CXX=clang++ cmake -S fuzz -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo

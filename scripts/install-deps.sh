@@ -15,7 +15,8 @@ packages=(
   qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-layouts
   qml6-module-qtquick-controls qml6-module-qtquick-templates
   qml6-module-qtquick-dialogs qml6-module-qtqml-models qml6-module-qtquick-shapes
-  qml6-module-qt-labs-platform qml6-module-qttest qml6-module-qt5compat-graphicaleffects
+  qml6-module-qt-labs-platform qml6-module-qt-labs-folderlistmodel qml6-module-qttest
+  qml6-module-qt5compat-graphicaleffects
   dbus dbus-daemon dbus-x11 xvfb xauth fonts-noto-color-emoji fonts-dejavu-core
   dpkg-dev file fakeroot desktop-file-utils appstream
 )

@@ -17,7 +17,7 @@ out="$root/build/screenshots"
 
 cmake --build "$build" --target talvenne talvenne-fake-bluez -j2
 mkdir -p "$out"
-rm -f "$out"/*.png "$out"/history.json* "$out/settings.ini"
+rm -f "$out"/*.png "$out"/history.json* "$out/settings.ini" "$out"/nodes-*.json*
 export QT_QPA_PLATFORM=offscreen
 
 bus_dir=$(mktemp -d)
@@ -61,5 +61,5 @@ for look in light dark; do
 done
 # The German table, for texts that do not fit.
 LANGUAGE=de LANG=de_DE.UTF-8 "$build/bin/talvenne" --screenshot-dir "$out" --screenshot-suffix -de
-rm -f "$out"/history.json* "$out/settings.ini"
+rm -f "$out"/history.json* "$out/settings.ini" "$out"/nodes-*.json* "$out"/node-books.lock
 ls "$out"

@@ -135,6 +135,10 @@
         <source>Group channel</source>
         <translation>Gruppenkanal</translation>
     </message>
+    <message id="sidebar.row.name.and.key">
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
     <message id="sidebar.channel.remove">
         <source>Remove Channel</source>
         <translation>Kanal entfernen</translation>
@@ -246,6 +250,50 @@
     <message id="chat.composer.not.connected">
         <source>Not connected to a radio.</source>
         <translation>Mit keinem Funkgerät verbunden.</translation>
+    </message>
+    <message id="main.connection.away">
+        <source>Radio away</source>
+        <translation>Funkgerät abwesend</translation>
+    </message>
+    <message id="chat.composer.radio.away">
+        <source>Your radio is away. Messages can be sent once it is connected again.</source>
+        <translation>Dein Funkgerät ist nicht erreichbar. Nachrichten können gesendet werden, sobald es wieder verbunden ist.</translation>
+    </message>
+    <message id="main.radio.needed.reconnecting">
+        <source>Needs the radio: reconnecting to %1…</source>
+        <translation>Braucht das Funkgerät: Verbindung zu %1 wird wiederhergestellt…</translation>
+    </message>
+    <message id="main.radio.needed.away">
+        <source>Needs the radio, which is away.</source>
+        <translation>Braucht das Funkgerät, das nicht erreichbar ist.</translation>
+    </message>
+    <message id="menu.file.connect.another">
+        <source>Connect to Another Radio…</source>
+        <translation>Mit anderem Funkgerät verbinden…</translation>
+    </message>
+    <message id="menu.file.forget.radio">
+        <source>Forget This Radio…</source>
+        <translation>Dieses Funkgerät vergessen…</translation>
+    </message>
+    <message id="forget.radio.title">
+        <source>Forget %1?</source>
+        <translation>%1 vergessen?</translation>
+    </message>
+    <message id="forget.radio.text">
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</source>
+        <translation>Die Liste der Knoten und Kanäle, die dieser Computer für das Funkgerät aufbewahrt, wird gelöscht, und Talvenne verbindet sich nicht mehr von selbst damit. Deine Unterhaltungen bleiben, ebenso die Bluetooth-Kopplung des Funkgeräts.</translation>
+    </message>
+    <message id="forget.radio.cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="forget.radio.confirm">
+        <source>Forget</source>
+        <translation>Vergessen</translation>
+    </message>
+    <message id="node.book.failed">
+        <source>The radio's list of nodes could not be kept: %1 The history is not affected.</source>
+        <translation>Die Knotenliste des Funkgeräts konnte nicht aufbewahrt werden: %1 Der Verlauf ist nicht betroffen.</translation>
     </message>
     <message id="menu.file.reconnect.automatically">
         <source>Reconnect automatically</source>
@@ -1186,6 +1234,103 @@
     <message id="pairing.button.done">
         <source>Done</source>
         <translation>Fertig</translation>
+    </message>
+    <message id="notifications.button">
+        <source>Notifications</source>
+        <translation>Benachrichtigungen</translation>
+    </message>
+    <message id="notifications.level.all">
+        <source>All Messages</source>
+        <translation>Alle Nachrichten</translation>
+    </message>
+    <message id="notifications.level.mentions">
+        <source>Mentions Only</source>
+        <translation>Nur Erwähnungen</translation>
+    </message>
+    <message id="notifications.level.nothing">
+        <source>Nothing</source>
+        <translation>Nichts</translation>
+    </message>
+    <message id="notifications.level.all.short">
+        <source>All</source>
+        <translation>Alle</translation>
+    </message>
+    <message id="notifications.level.mentions.short">
+        <source>Mentions</source>
+        <translation>Erwähnt</translation>
+    </message>
+    <message id="notifications.level.nothing.short">
+        <source>Nothing</source>
+        <translation>Nichts</translation>
+    </message>
+    <message id="menu.view.mute">
+        <source>Mute Conversation</source>
+        <translation>Unterhaltung stummschalten</translation>
+    </message>
+    <message id="menu.file.save.conversation">
+        <source>Save Conversation As…</source>
+        <translation>Unterhaltung speichern unter …</translation>
+    </message>
+    <message id="chat.jump.latest">
+        <source>Jump to Latest</source>
+        <translation>Zur neuesten Nachricht</translation>
+    </message>
+    <message id="save.conversation.title">
+        <source>Save Conversation</source>
+        <translation>Unterhaltung speichern</translation>
+    </message>
+    <message id="save.conversation.filter">
+        <source>Text files (*.txt)</source>
+        <translation>Textdateien (*.txt)</translation>
+    </message>
+    <message id="save.conversation.received">
+        <source>Received</source>
+        <translation>Empfangen</translation>
+    </message>
+    <message id="save.conversation.failed">
+        <source>The conversation could not be saved</source>
+        <translation>Die Unterhaltung konnte nicht gespeichert werden</translation>
+    </message>
+    <message id="save.conversation.none">
+        <source>No conversation is open.</source>
+        <translation>Keine Unterhaltung ist geöffnet.</translation>
+    </message>
+    <message id="save.conversation.not.local">
+        <source>Conversations can only be saved to a folder on this computer.</source>
+        <translation>Unterhaltungen lassen sich nur in einem Ordner auf diesem Computer speichern.</translation>
+    </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Speichern</translation>
+    </message>
+    <message id="save.conversation.close">
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message id="save.conversation.elsewhere">
+        <source>Save Elsewhere…</source>
+        <translation>Anderswo speichern …</translation>
+    </message>
+    <message id="spoken.unread.mentions" numerus="yes">
+        <source>%n mentions of you</source>
+        <translation>
+            <numerusform>%n Erwähnung von dir</numerusform>
+            <numerusform>%n Erwähnungen von dir</numerusform>
+        </translation>
+    </message>
+    <message id="chat.unread.divider" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n neue Nachricht</numerusform>
+            <numerusform>%n neue Nachrichten</numerusform>
+        </translation>
+    </message>
+    <message id="chat.jump.latest.new" numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n neue</numerusform>
+            <numerusform>%n neue</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

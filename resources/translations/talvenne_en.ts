@@ -135,6 +135,10 @@
         <source>Group channel</source>
         <translation>Group channel</translation>
     </message>
+    <message id="sidebar.row.name.and.key">
+        <source>%1 (%2)</source>
+        <translation>%1 (%2)</translation>
+    </message>
     <message id="sidebar.channel.remove">
         <source>Remove Channel</source>
         <translation>Remove Channel</translation>
@@ -246,6 +250,50 @@
     <message id="chat.composer.not.connected">
         <source>Not connected to a radio.</source>
         <translation>Not connected to a radio.</translation>
+    </message>
+    <message id="main.connection.away">
+        <source>Radio away</source>
+        <translation>Radio away</translation>
+    </message>
+    <message id="chat.composer.radio.away">
+        <source>Your radio is away. Messages can be sent once it is connected again.</source>
+        <translation>Your radio is away. Messages can be sent once it is connected again.</translation>
+    </message>
+    <message id="main.radio.needed.reconnecting">
+        <source>Needs the radio: reconnecting to %1…</source>
+        <translation>Needs the radio: reconnecting to %1…</translation>
+    </message>
+    <message id="main.radio.needed.away">
+        <source>Needs the radio, which is away.</source>
+        <translation>Needs the radio, which is away.</translation>
+    </message>
+    <message id="menu.file.connect.another">
+        <source>Connect to Another Radio…</source>
+        <translation>Connect to Another Radio…</translation>
+    </message>
+    <message id="menu.file.forget.radio">
+        <source>Forget This Radio…</source>
+        <translation>Forget This Radio…</translation>
+    </message>
+    <message id="forget.radio.title">
+        <source>Forget %1?</source>
+        <translation>Forget %1?</translation>
+    </message>
+    <message id="forget.radio.text">
+        <source>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</source>
+        <translation>The list of nodes and channels this computer keeps for the radio is deleted, and Talvenne stops reconnecting to it. Your conversations stay, and so does the radio's Bluetooth pairing.</translation>
+    </message>
+    <message id="forget.radio.cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="forget.radio.confirm">
+        <source>Forget</source>
+        <translation>Forget</translation>
+    </message>
+    <message id="node.book.failed">
+        <source>The radio's list of nodes could not be kept: %1 The history is not affected.</source>
+        <translation>The radio's list of nodes could not be kept: %1 The history is not affected.</translation>
     </message>
     <message id="menu.file.reconnect.automatically">
         <source>Reconnect automatically</source>
@@ -1186,6 +1234,103 @@
     <message id="pairing.button.done">
         <source>Done</source>
         <translation>Done</translation>
+    </message>
+    <message id="notifications.button">
+        <source>Notifications</source>
+        <translation>Notifications</translation>
+    </message>
+    <message id="notifications.level.all">
+        <source>All Messages</source>
+        <translation>All Messages</translation>
+    </message>
+    <message id="notifications.level.mentions">
+        <source>Mentions Only</source>
+        <translation>Mentions Only</translation>
+    </message>
+    <message id="notifications.level.nothing">
+        <source>Nothing</source>
+        <translation>Nothing</translation>
+    </message>
+    <message id="notifications.level.all.short">
+        <source>All</source>
+        <translation>All</translation>
+    </message>
+    <message id="notifications.level.mentions.short">
+        <source>Mentions</source>
+        <translation>Mentions</translation>
+    </message>
+    <message id="notifications.level.nothing.short">
+        <source>Nothing</source>
+        <translation>Nothing</translation>
+    </message>
+    <message id="menu.view.mute">
+        <source>Mute Conversation</source>
+        <translation>Mute Conversation</translation>
+    </message>
+    <message id="menu.file.save.conversation">
+        <source>Save Conversation As…</source>
+        <translation>Save Conversation As…</translation>
+    </message>
+    <message id="chat.jump.latest">
+        <source>Jump to Latest</source>
+        <translation>Jump to Latest</translation>
+    </message>
+    <message id="save.conversation.title">
+        <source>Save Conversation</source>
+        <translation>Save Conversation</translation>
+    </message>
+    <message id="save.conversation.filter">
+        <source>Text files (*.txt)</source>
+        <translation>Text files (*.txt)</translation>
+    </message>
+    <message id="save.conversation.received">
+        <source>Received</source>
+        <translation>Received</translation>
+    </message>
+    <message id="save.conversation.failed">
+        <source>The conversation could not be saved</source>
+        <translation>The conversation could not be saved</translation>
+    </message>
+    <message id="save.conversation.none">
+        <source>No conversation is open.</source>
+        <translation>No conversation is open.</translation>
+    </message>
+    <message id="save.conversation.not.local">
+        <source>Conversations can only be saved to a folder on this computer.</source>
+        <translation>Conversations can only be saved to a folder on this computer.</translation>
+    </message>
+    <message id="save.conversation.save">
+        <source>Save</source>
+        <translation>Save</translation>
+    </message>
+    <message id="save.conversation.close">
+        <source>Close</source>
+        <translation>Close</translation>
+    </message>
+    <message id="save.conversation.elsewhere">
+        <source>Save Elsewhere…</source>
+        <translation>Save Elsewhere…</translation>
+    </message>
+    <message id="spoken.unread.mentions" numerus="yes">
+        <source>%n mentions of you</source>
+        <translation>
+            <numerusform>%n mention of you</numerusform>
+            <numerusform>%n mentions of you</numerusform>
+        </translation>
+    </message>
+    <message id="chat.unread.divider" numerus="yes">
+        <source>%n new messages</source>
+        <translation>
+            <numerusform>%n new message</numerusform>
+            <numerusform>%n new messages</numerusform>
+        </translation>
+    </message>
+    <message id="chat.jump.latest.new" numerus="yes">
+        <source>%n new</source>
+        <translation>
+            <numerusform>%n new</numerusform>
+            <numerusform>%n new</numerusform>
+        </translation>
     </message>
 </context>
 </TS>

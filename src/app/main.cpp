@@ -1,3 +1,4 @@
+#include "book/node_book_store.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "dark_palette.h"
@@ -12,14 +13,19 @@
 #include "transport/bluetooth_transport.h"
 #include "transport/qt_ble_adapter.h"
 #include "window_activation.h"
+#include "window_probe.h"
 
 #include <QCommandLineParser>
+#include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
 #include <QIcon>
+#include <QLoggingCategory>
 #include <QPalette>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QQuickWindow>
 #include <QSettings>
 #include <QUrl>
 #include <QWindow>
@@ -29,7 +35,11 @@
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
+Q_LOGGING_CATEGORY(lcStartup, "talvenne.startup", QtWarningMsg)
+
 int main(int argc, char* argv[]) {
+    QElapsedTimer sinceStart;
+    sinceStart.start();
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("Talvenne"));
     QGuiApplication::setOrganizationName(QStringLiteral("Talvenne"));
@@ -88,8 +98,12 @@ int main(int argc, char* argv[]) {
     if (tour) {
         QFile::remove(historyPath);
         QFile::remove(options.value(screenshots) + QStringLiteral("/settings.ini"));
+        QDir folder(options.value(screenshots));
+        for (const QString& book : folder.entryList({QStringLiteral("nodes-*.json")}))
+            folder.remove(book);
     }
     ConversationStore store(historyPath);
+    NodeBookStore books(tour ? options.value(screenshots) : NodeBookStore::defaultFolder());
     if (!store.isWritable()) // the window says it too
         qWarning("History not saved: %s", qPrintable(store.error()));
     std::unique_ptr<QSettings> settings =
@@ -105,13 +119,14 @@ int main(int argc, char* argv[]) {
         controller.setRememberedDeviceGroup(QStringLiteral("demo"));
     else if (controller.rememberedDeviceId() == SimulatedRadio::deviceId)
         controller.forgetRememberedDevice();
+    controller.setNodeBookStore(&books);
 
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &controller,
                      [&controller](Qt::ApplicationState state) {
                          controller.setApplicationActive(state == Qt::ApplicationActive);
                      });
     notifications.requestAuthorization();
-    notifications.updateBadge(controller.totalUnreadCount());
+    notifications.updateBadge(controller.badgeCount());
 
     QCoro::Qml::registerTypes();
     QQmlApplicationEngine engine;
@@ -134,6 +149,29 @@ int main(int argc, char* argv[]) {
         }
     });
     openConversationsFromNotifications(notifications, engine);
+    // Process-level tests read the window through it; off unless asked for.
+    WindowProbe::startIfAsked(qobject_cast<QQuickWindow*>(engine.rootObjects().value(0)));
+    // The remembered radio's book fills the lists right after the first
+    // frame, which it does not wait for. The times are logged under
+    // talvenne.startup (QT_LOGGING_RULES="talvenne.startup.info=true").
+    if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0))) {
+        QObject::connect(
+            window, &QQuickWindow::frameSwapped, &controller,
+            [&controller, window, &sinceStart] {
+                qCInfo(lcStartup, "first frame after %lld ms", sinceStart.elapsed());
+                const bool opened = controller.openRememberedBook();
+                qCInfo(lcStartup, "node book %s after %lld ms", opened ? "shown" : "not shown",
+                       sinceStart.elapsed());
+                QObject::connect(
+                    window, &QQuickWindow::frameSwapped, window,
+                    [&sinceStart] {
+                        qCInfo(lcStartup, "lists drawn after %lld ms", sinceStart.elapsed());
+                    },
+                    Qt::SingleShotConnection);
+                window->update();
+            },
+            Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    }
     // With the window up, the radio of last time is looked for at once; the
     // tour connects by itself.
     if (!tour)

@@ -53,6 +53,7 @@ ScreenshotTour::ScreenshotTour(QQmlApplicationEngine* engine, MeshController* co
     if (m_standInBluez)
         m_scenes = bluetoothScenes();
     m_scenes += scenes();
+    m_scenes += bookScenes();
 }
 
 // What the connection screen says when Bluetooth cannot be used, played on
@@ -176,6 +177,54 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
          [this] {
              fillChannelChat();
              m_controller->setSelectedConversation(ConversationID::channel(0));
+         }},
+        // The public channel at Mentions only with a mention of the user
+        // unread, a channel set to Nothing with its count in grey.
+        {{}, 900, [this] { m_controller->joinHashtagChannel(QStringLiteral("lakeside")); }},
+        {QStringLiteral("sidebar-levels"), 900, [this] { fillQuietChannels(); }},
+        // A long conversation opens at its first unread message; scrolled
+        // up, three more arrive.
+        {QStringLiteral("chat-unread-divider"), 1200,
+         [this] {
+             const QString key = contactKeyNamed(QStringLiteral("Harbour Room"));
+             fillLongChat(key);
+             m_controller->setSelectedConversation(ConversationID::contact(key));
+         }},
+        {QStringLiteral("chat-jump-latest"), 900, [this] { scrollUpAndReceive(); }},
+        // The muted channel's info pane with its level.
+        {QStringLiteral("channel-info"), 900,
+         [this] {
+             m_controller->setSelectedConversation(ConversationID::channel(1));
+             setMain("inspector", QStringLiteral("chatInfo"));
+         }},
+        {{},
+         100,
+         [this] {
+             setMain("inspector", QString());
+             m_controller->setNotificationLevel(ConversationID::channel(0), NotificationLevel::all);
+         }},
+        // File > Save Conversation As…, and what a failed save says.
+        {QStringLiteral("save-conversation"), 1200,
+         [this] {
+             if (QObject* item = find("saveConversationMenuItem")) {
+                 if (auto* action = item->property("action").value<QObject*>())
+                     QMetaObject::invokeMethod(action, "trigger");
+             }
+         }},
+        {QStringLiteral("save-conversation-failed"), 800,
+         [this] {
+             if (QObject* dialog = find("saveConversationFileDialog"))
+                 QMetaObject::invokeMethod(dialog, "reject");
+             if (QObject* failure = find("saveConversationFailure")) {
+                 failure->setProperty("reason", QStringLiteral("No space left on device"));
+                 QMetaObject::invokeMethod(failure, "open");
+             }
+         }},
+        {{},
+         300,
+         [this] {
+             if (QObject* failure = find("saveConversationFailure"))
+                 QMetaObject::invokeMethod(failure, "close");
          }},
         {QStringLiteral("chat-empty"), 900,
          [this] {
@@ -467,7 +516,31 @@ QList<ScreenshotTour::Scene> ScreenshotTour::scenes() {
                  m_radio->dropLink();
              }
          }},
+        // No longer looked for: the window stays on the radio's node book.
+        {QStringLiteral("book-away"), 1200, [this] { m_controller->setAutoReconnect(false); }},
+        {QStringLiteral("book-away-device"), 900,
+         [this] { setMain("inspector", QStringLiteral("device")); }},
     };
+}
+
+// The window on the node book while Bluetooth is off, then the radio back:
+// its answers take the book's place.
+QList<ScreenshotTour::Scene> ScreenshotTour::bookScenes() {
+    QList<Scene> scenes;
+    if (m_standInBluez) {
+        scenes.append(Scene{QStringLiteral("book-bluetooth-off"), 1800, [this] {
+                                setMain("inspector", QString());
+                                bluez("SetPowered", {false});
+                            }});
+        scenes.append(Scene{{}, 1500, [this] { bluez("SetPowered", {true}); }});
+    }
+    scenes.append(Scene{QStringLiteral("book-radio-back"), 5000, [this] {
+                            setMain("inspector", QString());
+                            if (m_radio)
+                                m_radio->setInRange(true);
+                            m_controller->setAutoReconnect(true);
+                        }});
+    return scenes;
 }
 
 ScreenshotTour::~ScreenshotTour() = default;
@@ -624,6 +697,65 @@ void ScreenshotTour::fillChannelChat() {
                                         QStringLiteral("On my way with coffee ☕"),
                                         t.addSecs(60 * (minute + 2))),
                                 channel);
+}
+
+void ScreenshotTour::fillQuietChannels() {
+    using Direction = ChatMessage::Direction;
+    m_controller->setSelectedConversation(ConversationID::contact(contactKeyNamed(aino)));
+    const ConversationID lakeside = ConversationID::channel(1);
+    const ConversationID publicChannel = ConversationID::channel(0);
+    m_controller->setNotificationLevel(lakeside, NotificationLevel::nothing);
+    m_controller->setNotificationLevel(publicChannel, NotificationLevel::mentions);
+    const QDateTime t = QDateTime::currentDateTimeUtc().addSecs(-600);
+    for (int i = 0; i < 6; ++i)
+        m_controller->appendMessage(
+            message(Direction::incoming, QStringLiteral("Hiker %1: ice is thin by the pier").arg(i),
+                    t.addSecs(60 * i)),
+            lakeside);
+    m_controller->appendMessage(
+        message(Direction::incoming, QStringLiteral("Élise: sauna at six?"), t.addSecs(400)),
+        publicChannel);
+    m_controller->appendMessage(
+        message(Direction::incoming,
+                QStringLiteral("🦊 Kettu: @[%1] are you coming?").arg(m_controller->ownName()),
+                t.addSecs(500)),
+        publicChannel);
+}
+
+// 300 messages, the last 40 unread.
+void ScreenshotTour::fillLongChat(const QString& contactKey) {
+    using Direction = ChatMessage::Direction;
+    const ConversationID target = ConversationID::contact(contactKey);
+    const QDateTime t = QDateTime::currentDateTimeUtc().addSecs(-300 * 60);
+    for (int i = 0; i < 300; ++i) {
+        if (i == 260)
+            m_controller->markConversationRead(target);
+        const bool outgoing = i < 260 && i % 5 == 0;
+        m_controller->appendMessage(
+            message(
+                outgoing ? Direction::outgoing : Direction::incoming,
+                outgoing
+                    ? QStringLiteral("Noted, thanks")
+                    : QStringLiteral("Harbour log %1: boats in, wind %2 m/s").arg(i).arg(3 + i % 7),
+                t.addSecs(60 * i)),
+            target);
+    }
+}
+
+// The chat scrolled up by hand, then three messages arrive.
+void ScreenshotTour::scrollUpAndReceive() {
+    if (QObject* list = find("messageList")) {
+        list->setProperty("contentY", list->property("contentY").toReal() - 600);
+        QMetaObject::invokeMethod(list, "movementEnded");
+    }
+    const auto target = m_controller->selectedConversation();
+    if (!target)
+        return;
+    for (int i = 0; i < 3; ++i)
+        m_controller->appendMessage(message(ChatMessage::Direction::incoming,
+                                            QStringLiteral("Harbour log: boat %1 in").arg(i + 1),
+                                            QDateTime::currentDateTimeUtc()),
+                                    *target);
 }
 
 // Unfolds the report card of the newest delivered message on screen.

@@ -38,6 +38,7 @@ private:
 
     QList<Scene> scenes();
     QList<Scene> bluetoothScenes();
+    QList<Scene> bookScenes();
     // Calls one method of the stand-in BlueZ's control interface.
     void bluez(const char* method, const QVariantList& arguments = {});
     void runNext();
@@ -47,6 +48,11 @@ private:
     QString contactKeyNamed(const QString& name) const;
     void fillDirectChat(const QString& contactKey);
     void fillChannelChat();
+    // A channel set to Nothing and the public one at Mentions only, with
+    // messages unread in both.
+    void fillQuietChannels();
+    void fillLongChat(const QString& contactKey);
+    void scrollUpAndReceive();
     void openLastReportCard();
     void openFailureMenu();
     QString addHostileNeighbours();

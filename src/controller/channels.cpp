@@ -92,6 +92,8 @@ void MeshController::storeChannelReadBack(int index, const Channel& channel) {
         setChannels(std::move(sorted));
     }
 
+    noteChannelSlot(index,
+                    isFreeSlot(channel) ? QString() : NotificationLevels::channelIdentity(channel));
     if (!isFreeSlot(channel))
         ensureConversation(ConversationID::channel(index));
 }
@@ -174,6 +176,7 @@ QCoro::Task<void> MeshController::removeChannel(int index) {
     }
     if (removed)
         Q_EMIT channelsChanged();
+    noteChannelSlot(index, {});
     dropConversation(ConversationID::channel(index));
     saveConversations();
 }

@@ -6,6 +6,7 @@
 #include "controller/qml_outcome.h"
 #include "notifications/notifier.h"
 #include "protocol/mesh_protocol.h"
+#include "text/mentions.h"
 #include "time/clock.h"
 
 #include <QJsonDocument>
@@ -24,15 +25,6 @@ constexpr qsizetype publicKeyHexDigits = 64;
 bool isAsciiHexDigit(QChar c) {
     const char16_t u = c.unicode();
     return (u >= u'0' && u <= u'9') || (u >= u'a' && u <= u'f') || (u >= u'A' && u <= u'F');
-}
-
-// A name as it compares ignoring case. Qt's own case-insensitive comparison
-// folds one character to one character, so "Straße" and "STRASSE" would
-// differ. Upper-casing applies the one-to-many special cases (ß -> SS,
-// ﬁ -> FI); folding before and after brings both sides to one lower form,
-// which is Unicode's full case folding for all practical names.
-QString foldedName(const QString& name) {
-    return name.toCaseFolded().toUpper().toCaseFolded();
 }
 
 // The key as the radio takes it; a key that is not hex gives no bytes, and
@@ -124,6 +116,7 @@ void MeshController::removeContactsWithKey(const QString& publicKey) {
 void MeshController::dropConversation(const ConversationID& target) {
     const QString key = target.conversationKey();
     if (m_conversations.remove(key) > 0) {
+        m_unreadMentions.remove(key);
         Q_EMIT conversationRemoved(key);
         Q_EMIT conversationsChanged();
         const qint64 unreadBefore = m_totalUnreadCount;
@@ -193,9 +186,9 @@ void MeshController::saveVerifiedKeys() {
 std::optional<QString> MeshController::conflictingVerifiedKey(const Contact& contact) const {
     if (contact.name.isEmpty() || m_verifiedKeys.contains(contact.publicKey))
         return std::nullopt;
-    const QString name = foldedName(contact.name);
+    const QString name = Text::foldedName(contact.name);
     for (auto it = m_verifiedKeys.cbegin(); it != m_verifiedKeys.cend(); ++it) {
-        if (it.key() != contact.publicKey && foldedName(it.value()) == name)
+        if (it.key() != contact.publicKey && Text::foldedName(it.value()) == name)
             return it.key();
     }
     return std::nullopt;

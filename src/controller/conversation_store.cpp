@@ -38,18 +38,8 @@ constexpr qint64 foldDivisor = 16;
 // allocated.
 constexpr qint64 maximumReadBytes = qint64(2) << 30;
 
-// Moves an unusable file out of the way under a name of its own, so that
-// nothing the user had is lost when the next save writes a fresh one.
 bool moveAside(const QString& path, QLatin1StringView why = QLatin1StringView("damaged")) {
-    const QString stem = path + QLatin1Char('.') + why + QLatin1Char('-') +
-                         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    QString target = stem;
-    for (int n = 2; QFileInfo::exists(target) && n < 100; ++n)
-        target = stem + QLatin1Char('-') + QString::number(n);
-    if (QFile::rename(path, target))
-        return true;
-    // A copy keeps the bytes just as well; the original may then be replaced.
-    if (QFile::copy(path, target))
+    if (Durable::moveAside(path, why))
         return true;
     qCWarning(lcStore) << "could not move aside" << path;
     return false;

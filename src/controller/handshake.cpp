@@ -62,7 +62,9 @@ QCoro::Task<void> MeshController::performHandshake() {
             co_return;
         }
         if (answer) {
+            const QString publicKey = answer->publicKey;
             setSelfInfo(std::move(answer));
+            radioIdentified(publicKey);
             break;
         }
         if (attempt + 1 < appStartAttempts) {
@@ -136,7 +138,9 @@ QCoro::Task<void> MeshController::performHandshake() {
 
 QCoro::Task<void> MeshController::syncContacts() {
     const std::uint64_t connection = m_connection;
-    setContacts({});
+    // The list stands while it is read again: each contact the radio sends
+    // is updated where it stands, and those it no longer has go at the end.
+    m_contactKeysRead.clear();
     // Until the list is in again, a message from a sender missing from it
     // waits (handleIncomingMessage).
     ++m_contactListReads;
@@ -155,11 +159,7 @@ QCoro::Task<void> MeshController::syncContacts() {
     if (m_connection == connection)
         --m_contactListReads;
     if (!failure && m_connection == connection) {
-        QList<Contact> sorted = m_contacts;
-        std::stable_sort(sorted.begin(), sorted.end(), [](const Contact& a, const Contact& b) {
-            return a.lastAdvert > b.lastAdvert;
-        });
-        setContacts(std::move(sorted));
+        settleContactList();
         ensureContactConversations();
     }
     if (m_contactListReads == 0)
@@ -175,7 +175,8 @@ void MeshController::ensureContactConversations() {
 
 QCoro::Task<void> MeshController::syncChannels() {
     const std::uint64_t connection = m_connection;
-    setChannels({});
+    // Each slot read replaces the one shown; the slots after the last one
+    // read go.
     for (int index = 0; index < maxChannels; ++index) {
         std::optional<Channel> slot;
         try {
@@ -185,12 +186,17 @@ QCoro::Task<void> MeshController::syncChannels() {
                 slot = info->channelInfo;
         } catch (const MeshError&) {
         }
-        if (m_closing || m_connection != connection || !slot)
+        if (m_closing || m_connection != connection)
             co_return;
+        if (!slot) {
+            removeChannelsFrom(index);
+            co_return;
+        }
         // Where sorting puts it, replacing a slot the user's own channel
         // change read meanwhile; a slot in use gets its conversation.
         storeChannelReadBack(index, *slot);
     }
+    removeChannelsFrom(maxChannels);
 }
 
 QCoro::Task<void> MeshController::syncMessages() {

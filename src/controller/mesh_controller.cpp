@@ -1,5 +1,6 @@
 #include "controller/mesh_controller.h"
 
+#include "book/node_book_store.h"
 #include "controller/conversation_store.h"
 #include "notifications/notifier.h"
 #include "protocol/mesh_protocol.h"
@@ -38,6 +39,7 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
     connect(link, &MeshLink::bluetoothReturned, this, &MeshController::onBluetoothReturned);
 
     loadPreferences();
+    loadNotificationLevels();
     if (m_store) {
         connect(m_store, &ConversationStore::errorChanged, this, &MeshController::setHistoryError);
         connect(m_store, &ConversationStore::writableChanged, this, [this] {
@@ -58,6 +60,7 @@ MeshController::~MeshController() {
     // sees m_closing after its co_await and ends without touching anything.
     m_contactListReads = 0;
     fileWaitingMessages();
+    writeBookNow();
     m_closing = true;
     cancelReconnectTimer();
     while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
@@ -125,6 +128,7 @@ void MeshController::reloadConversations() {
         Q_EMIT conversationsReset();
         Q_EMIT conversationsChanged();
     }
+    recountUnreadMentions();
     refreshTotalUnreadCount();
     resumeDeliveryTracking();
     updateBadge();
@@ -157,6 +161,9 @@ void MeshController::setIsSyncing(bool syncing) {
 }
 
 void MeshController::setSelfInfo(std::optional<SelfInfo> info) {
+    // The name stays while the radio is away; the views still show its mentions.
+    if (info)
+        setOwnName(info->name);
     assign(m_selfInfo, std::move(info), &MeshController::selfInfoChanged);
 }
 
@@ -292,6 +299,12 @@ void MeshController::stopScan() {
 void MeshController::connectToDevice(const DiscoveredDevice& device) {
     // The user's choice ends any reconnection, and is the radio to come back to.
     stopReconnecting();
+    // Another radio is chosen while one is connected: that one goes first.
+    if (m_link && (m_transportState == TransportState::connected ||
+                   m_transportState == TransportState::connecting)) {
+        m_link->disconnectFromDevice();
+        resetAfterDisconnect();
+    }
     rememberDevice(device);
     // A new attempt, with nothing of the last one's failure.
     setConnectionError({});
@@ -325,12 +338,16 @@ void MeshController::resetAfterDisconnect() {
     // has come of it.
     m_contactListReads = 0;
     fileWaitingMessages();
-    setSelfInfo(std::nullopt);
-    setDeviceInfo(std::nullopt);
-    setBattery(std::nullopt);
-    setContacts({});
-    setChannels({});
-    setSelectedConversation(std::nullopt);
+    if (m_books && !m_bookRadioKey.isEmpty() && m_selfInfo) {
+        radioWentAway();
+    } else {
+        setSelfInfo(std::nullopt);
+        setDeviceInfo(std::nullopt);
+        setBattery(std::nullopt);
+        setContacts({});
+        setChannels({});
+        setSelectedConversation(std::nullopt);
+    }
     // Whatever still runs for the old link ends at its next step.
     ++m_connection;
     failAllPending(MeshError::notConnected());
@@ -349,7 +366,11 @@ void MeshController::applyEvent(const MeshEvent& event) {
     std::visit(Overloaded{
                    [this](const Events::Battery& e) { setBattery(e.battery); },
                    [this](const Events::CurrentTime& e) { setDeviceTime(e.time); },
-                   [this](const Events::Contact& e) { upsertContact(e.contact); },
+                   [this](const Events::Contact& e) {
+                       if (m_contactListReads > 0)
+                           m_contactKeysRead.insert(e.contact.publicKey);
+                       upsertContact(e.contact);
+                   },
                    [this](const Events::NewAdvert& e) {
                        // A node we already know keeps its stored record.
                        if (contactForKey(e.newAdvert.publicKey))

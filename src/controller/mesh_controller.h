@@ -1,7 +1,9 @@
 #pragma once
 
+#include "book/node_book.h"
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
+#include "controller/notification_levels.h"
 #include "controller/pending_request.h"
 #include "map/map_settings.h"
 #include "model/conversation.h"
@@ -31,6 +33,7 @@
 class Clock;
 class ConversationStore;
 class MeshLink;
+class NodeBookStore;
 class Notifier;
 class QSettings;
 
@@ -74,13 +77,23 @@ class MeshController : public QObject {
     Q_PROPERTY(QSet<QString> favorites READ favorites NOTIFY favoritesChanged)
     Q_PROPERTY(VerifiedKeyMap verifiedKeys READ verifiedKeys NOTIFY verifiedKeysChanged)
     Q_PROPERTY(qint64 totalUnreadCount READ totalUnreadCount NOTIFY totalUnreadCountChanged)
+    // What the launcher badge shows: the unread count without the
+    // conversations set to Nothing.
+    Q_PROPERTY(qint64 badgeCount READ badgeCount NOTIFY badgeCountChanged)
+    // The radio's own name as last read, kept while the radio is away: the
+    // name whose mentions are the user's.
+    Q_PROPERTY(QString ownName READ ownName NOTIFY ownNameChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
     Q_PROPERTY(bool historyWritable READ historyWritable NOTIFY historyWritableChanged)
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
+    // The reconnection waits for Bluetooth to be usable: nothing is tried.
+    Q_PROPERTY(bool waitsForBluetooth READ waitsForBluetooth NOTIFY waitsForBluetoothChanged)
     Q_PROPERTY(
         QString rememberedDeviceName READ rememberedDeviceName NOTIFY rememberedDeviceChanged)
+    Q_PROPERTY(bool radioAway READ radioAway NOTIFY radioAwayChanged)
+    Q_PROPERTY(QString nodeBookError READ nodeBookError NOTIFY nodeBookErrorChanged)
     // What the user chose for the maps (street tiles), kept in the settings.
     Q_PROPERTY(MapSettings* mapSettings READ mapSettings CONSTANT)
 
@@ -97,6 +110,8 @@ public:
     static constexpr auto lastDeviceIdKey = "lastDeviceID";
     static constexpr auto lastDeviceNameKey = "lastDeviceName";
     static constexpr auto autoReconnectKey = "reconnectAutomatically";
+    // The remembered radio's own public key: the name of its node book.
+    static constexpr auto lastDeviceKeyKey = "lastDevicePublicKey";
 
     // Loads favourites and verified keys from `settings` and the history from
     // `store`, and listens to `link`. Any of the pointers may be null in tests
@@ -193,6 +208,7 @@ public:
     bool autoReconnect() const { return m_autoReconnect; }
     void setAutoReconnect(bool on);
     bool isReconnecting() const { return m_isReconnecting; }
+    bool waitsForBluetooth() const { return m_reconnectStep == ReconnectStep::waitingForBluetooth; }
     // The remembered radio's name; empty when none is remembered.
     const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
     MapSettings* mapSettings() const { return m_mapSettings; }
@@ -221,6 +237,38 @@ public:
     // off, or before enableAutomaticReconnection(); returns whether an
     // attempt was set off.
     Q_INVOKABLE bool reconnectNow();
+
+    // --- node books
+    //
+    // What each radio last reported (self and device info, contacts,
+    // channels) is kept in its node book, so that the window can open from
+    // it while the radio is away. While a radio is connected its book follows
+    // what it reports, written at most once per nodeBookWriteDelay and at
+    // once when the link ends; the link ending then leaves the radio's lists
+    // standing (`radioAway`) instead of clearing them. A handshake's answers
+    // replace the book's in place: the rows the radio still has are updated
+    // where they stand, the others go once its list is read to the end.
+    static constexpr std::chrono::milliseconds nodeBookWriteDelay{2'000};
+    // Without a store (the tools, most tests) nothing is kept. Call after
+    // setRememberedDeviceGroup().
+    void setNodeBookStore(NodeBookStore* store);
+    // Shows the remembered radio's book while it is away; false when there
+    // is none (a damaged one says why in nodeBookError) or a radio is connected.
+    bool openRememberedBook();
+    // A radio is remembered and its book is (or is about to be) shown in its
+    // place: no radio is connected.
+    bool radioAway() const { return m_radioAway; }
+    // Why the book could not be read or written, or empty.
+    const QString& nodeBookError() const { return m_nodeBookError; }
+    // The last name any book gives a contact key, for conversations whose
+    // contact the radio in use does not know; read with the book.
+    const QHash<QString, QString>& knownNames() const { return m_knownNames; }
+    // Disconnects, deletes the radio's book and forgets the radio: no
+    // reconnection to it, and the next start shows the connection screen.
+    // The history stays. False when the book could not be deleted.
+    Q_INVOKABLE bool forgetThisRadio();
+    // The public key of the radio whose book is in use; empty when none.
+    const QString& bookRadioKey() const { return m_bookRadioKey; }
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -259,6 +307,31 @@ public:
     bool sendAgain(const QUuid& id, const ConversationID& target);
     // Clears the unread count; does nothing (no save) when it is already 0.
     Q_INVOKABLE void markConversationRead(const ConversationID& target);
+
+    // --- notification levels and mentions of the user
+    //
+    // Each conversation has a level (All by default), kept in the settings
+    // by the contact's key or the channel's name and secret. A message that
+    // arrives unread notifies when its level lets it (Mentions: only a
+    // message that mentions ownName); the unread count grows whatever the
+    // level, and a conversation set to Nothing stays out of badgeCount.
+
+    NotificationLevel notificationLevel(const ConversationID& target) const;
+    // False, and nothing kept, for a channel slot that was never read.
+    bool setNotificationLevel(const ConversationID& target, NotificationLevel level);
+    // Nothing, or back from Nothing to the level it had.
+    bool toggleMute(const ConversationID& target);
+    // The same by conversation key and level name ("all", "mentions",
+    // "nothing"), for QML.
+    Q_INVOKABLE QString notificationLevelOf(const QString& conversationKey) const;
+    Q_INVOKABLE bool setNotificationLevelOf(const QString& conversationKey, const QString& level);
+    Q_INVOKABLE bool toggleMuteOf(const QString& conversationKey);
+    const QString& ownName() const { return m_ownName; }
+    // A mention segment of the text names ownName, ignoring case.
+    bool mentionsMe(const QString& text) const;
+    // Of the conversation's unread messages, those that mention ownName.
+    qint64 unreadMentionCount(const ConversationID& target) const;
+    qint64 badgeCount() const { return m_badgeCount; }
     // The conversation of `target`, created empty (and not saved) when missing.
     Conversation ensureConversation(const ConversationID& target);
     // The one way a message enters a conversation: stores, saves, counts it as
@@ -447,11 +520,22 @@ Q_SIGNALS:
     void favoritesChanged();
     void verifiedKeysChanged();
     void totalUnreadCountChanged();
+    void badgeCountChanged();
+    void ownNameChanged();
+    // A conversation's level changed, or a channel slot now holds another
+    // channel (whose level may differ).
+    void notificationLevelsChanged();
     void historyErrorChanged();
     void historyWritableChanged();
     void autoReconnectChanged();
     void isReconnectingChanged();
+    void waitsForBluetoothChanged();
     void rememberedDeviceChanged();
+    void radioAwayChanged();
+    void nodeBookErrorChanged();
+    void knownNamesChanged();
+    // The contacts were put in another order (rows neither added nor removed).
+    void contactsReordered();
 
 private:
     // Link reports.
@@ -496,6 +580,7 @@ private:
 
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
+    void setReconnectStep(ReconnectStep step);
     void rememberDevice(const DiscoveredDevice& device);
     void loadRememberedDevice();
     QString rememberedDeviceKey(const char* key) const;
@@ -513,6 +598,22 @@ private:
     void onReconnectStateChanged(TransportState previous, TransportState state);
     void onReconnectDiscovered(const DiscoveredDevice& device);
 
+    // Node book pieces.
+    NodeBook currentBook() const;
+    void applyBook(const NodeBook& book);
+    // The connected radio said who it is: its book is the one in use.
+    void radioIdentified(const QString& publicKey);
+    void noteBookChange();
+    void writeBookNow();
+    void saveBook();
+    void radioWentAway();
+    void setRadioAway(bool away);
+    void setNodeBookError(const QString& error);
+    void readKnownNames();
+    // Removes the contacts a finished list read did not bring, then sorts.
+    void settleContactList();
+    void removeChannelsFrom(int index);
+
     // Messaging pieces.
     QCoro::Task<void> transmitMessage(ChatMessage message, ConversationID target, QString text);
     void correctTransmission(const QUuid& id, const ConversationID& target, const MeshEvent& own);
@@ -527,6 +628,14 @@ private:
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
+    // Notification level pieces.
+    void loadNotificationLevels();
+    void noteChannelSlot(int index, const QString& identity);
+    void levelsChanged();
+    // True when it changed; the caller updates the badge.
+    bool refreshBadgeCount();
+    void setOwnName(const QString& name);
+    void recountUnreadMentions();
 
     // Contact, channel and device pieces.
     Contact contactOrKeyOnly(const QString& publicKey) const;
@@ -582,6 +691,11 @@ private:
     QSet<QString> m_favorites;
     VerifiedKeyMap m_verifiedKeys;
     qint64 m_totalUnreadCount = 0;
+    NotificationLevels m_levels;
+    QList<QString> m_silencedKeys; // conversation keys at level Nothing
+    qint64 m_badgeCount = 0;
+    QString m_ownName;
+    QHash<QString, qint64> m_unreadMentions; // by conversation key; no zeros
     QString m_historyError;
     bool m_historyWritable = true;
     // Outgoing messages whose transmission is under way.
@@ -622,6 +736,15 @@ private:
     // from the list that wait for them to end.
     int m_contactListReads = 0;
     QList<MeshEvent> m_messagesWaitingForContacts;
+    // The keys the contact list read under way has brought.
+    QSet<QString> m_contactKeysRead;
+
+    NodeBookStore* m_books = nullptr;
+    QString m_bookRadioKey;
+    bool m_radioAway = false;
+    QString m_nodeBookError;
+    QHash<QString, QString> m_knownNames;
+    std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
     std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
     struct SentMessage {

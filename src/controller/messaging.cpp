@@ -293,9 +293,13 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
 
     const bool viewing = m_applicationActive && m_selectedConversation == target;
     const bool incoming = message.direction == ChatMessage::Direction::incoming;
+    const bool unread = incoming && !viewing;
     // A count read from the file may be anything; it stops at the largest.
-    if (incoming && !viewing && conversation.unreadCount < std::numeric_limits<qint64>::max())
+    if (unread && conversation.unreadCount < std::numeric_limits<qint64>::max())
         ++conversation.unreadCount;
+    const bool mentionsMe = unread && this->mentionsMe(message.text);
+    if (mentionsMe)
+        ++m_unreadMentions[key];
 
     const bool summaryChanged =
         lastActivity != conversation.lastActivity || unreadCount != conversation.unreadCount;
@@ -306,7 +310,7 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
     refreshTotalUnreadCount();
     saveConversations();
 
-    if (incoming && !viewing && m_notifier)
+    if (unread && m_notifier && notifies(m_levels.level(target), mentionsMe))
         m_notifier->postNotification(conversationTitle(target), message.text, key);
     updateBadge();
 }
@@ -317,6 +321,7 @@ void MeshController::markConversationRead(const ConversationID& target) {
     if (found == m_conversations.end() || found->unreadCount <= 0)
         return;
     found->unreadCount = 0;
+    m_unreadMentions.remove(key);
     if (m_notifier)
         m_notifier->withdrawNotifications(key);
     Q_EMIT conversationChanged(key);
@@ -331,6 +336,8 @@ QString MeshController::conversationTitle(const ConversationID& target) const {
         const auto contact = contactForKey(target.contactKey());
         if (contact && !contact->name.isEmpty())
             return contact->name;
+        if (const QString known = m_knownNames.value(target.contactKey()); !known.isEmpty())
+            return known;
         return target.contactKey().left(12);
     }
     if (const auto channel = channelForIndex(target.channelIndex()))
@@ -421,9 +428,10 @@ void MeshController::refreshTotalUnreadCount() {
         }
     }
     assign(m_totalUnreadCount, total, &MeshController::totalUnreadCountChanged);
+    refreshBadgeCount();
 }
 
 void MeshController::updateBadge() {
     if (m_notifier)
-        m_notifier->updateBadge(m_totalUnreadCount);
+        m_notifier->updateBadge(m_badgeCount);
 }

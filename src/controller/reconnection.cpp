@@ -63,7 +63,7 @@ bool MeshController::reconnectNow() {
     const bool scanning = m_reconnectStep == ReconnectStep::scanning;
     cancelReconnectTimer();
     // Idle first, so that the scan's end is not taken for a failed attempt.
-    m_reconnectStep = ReconnectStep::idle;
+    setReconnectStep(ReconnectStep::idle);
     if (scanning && m_link)
         m_link->stopScan();
     m_reconnectFailures = 0;
@@ -80,6 +80,13 @@ bool MeshController::enableAutomaticReconnection() {
         return false;
     beginReconnecting(0ms);
     return true;
+}
+
+void MeshController::setReconnectStep(ReconnectStep step) {
+    const bool waited = waitsForBluetooth();
+    m_reconnectStep = step;
+    if (waitsForBluetooth() != waited)
+        Q_EMIT waitsForBluetoothChanged();
 }
 
 void MeshController::rememberDevice(const DiscoveredDevice& device) {
@@ -127,7 +134,7 @@ void MeshController::beginReconnecting(std::chrono::milliseconds firstPause) {
 
 void MeshController::endReconnectAttempt() {
     cancelReconnectTimer();
-    m_reconnectStep = ReconnectStep::idle;
+    setReconnectStep(ReconnectStep::idle);
     assign(m_isReconnecting, false, &MeshController::isReconnectingChanged);
 }
 
@@ -139,7 +146,7 @@ bool MeshController::reconnectStepOverslept() const {
 void MeshController::stopReconnecting() {
     const ReconnectStep step = m_reconnectStep;
     cancelReconnectTimer();
-    m_reconnectStep = ReconnectStep::idle;
+    setReconnectStep(ReconnectStep::idle);
     m_reconnectFailures = 0;
     if (step == ReconnectStep::scanning && m_link)
         m_link->stopScan();
@@ -154,7 +161,12 @@ void MeshController::cancelReconnectTimer() {
 
 void MeshController::scheduleReconnectAttempt(std::chrono::milliseconds delay) {
     cancelReconnectTimer();
-    m_reconnectStep = ReconnectStep::pausing;
+    // No Bluetooth to look with: the next attempt is when it comes back.
+    if (bluetoothUnusable(m_transportState)) {
+        setReconnectStep(ReconnectStep::waitingForBluetooth);
+        return;
+    }
+    setReconnectStep(ReconnectStep::pausing);
     m_reconnectDue = m_clock->now().addMSecs(delay.count());
     waitForReconnectAttempt(delay);
 }
@@ -184,7 +196,7 @@ void MeshController::attemptReconnect() {
     }
     // The step and the scan's end are set first: a link may report the radio
     // from inside startScan.
-    m_reconnectStep = ReconnectStep::scanning;
+    setReconnectStep(ReconnectStep::scanning);
     m_reconnectDue = m_clock->now().addMSecs(reconnectScanWindow.count());
     m_reconnectTimer = m_clock->schedule(reconnectScanWindow, [this] {
         m_reconnectTimer = 0;
@@ -194,7 +206,7 @@ void MeshController::attemptReconnect() {
             reconnectNow();
             return;
         }
-        m_reconnectStep = ReconnectStep::idle;
+        setReconnectStep(ReconnectStep::idle);
         if (m_link)
             m_link->stopScan();
         reconnectAttemptFailed();
@@ -215,7 +227,7 @@ void MeshController::attemptReconnect() {
         m_transportState != TransportState::scanning) {
         // No Bluetooth to scan with: the next attempt is when it comes back.
         cancelReconnectTimer();
-        m_reconnectStep = ReconnectStep::waitingForBluetooth;
+        setReconnectStep(ReconnectStep::waitingForBluetooth);
     }
 }
 
@@ -242,7 +254,7 @@ void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
     if (m_reconnectStep != ReconnectStep::scanning || device.id != m_rememberedDevice.id)
         return;
     cancelReconnectTimer();
-    m_reconnectStep = ReconnectStep::connecting;
+    setReconnectStep(ReconnectStep::connecting);
     m_reconnectDue = m_clock->now().addMSecs(std::chrono::milliseconds(connectWatchdog).count());
     m_reconnectTimer = m_clock->schedule(connectWatchdog, [this] {
         m_reconnectTimer = 0;
@@ -272,9 +284,10 @@ void MeshController::onReconnectStateChanged(TransportState previous, TransportS
     case ReconnectStep::idle:
         break;
     case ReconnectStep::pausing:
-        // Bluetooth came back on: no reason to wait any longer.
-        if (bluetoothUnusable(previous) && !bluetoothUnusable(state))
-            reconnectNow();
+        if (bluetoothUnusable(state)) {
+            cancelReconnectTimer();
+            setReconnectStep(ReconnectStep::waitingForBluetooth);
+        }
         break;
     case ReconnectStep::waitingForBluetooth:
         if (state == TransportState::ready)
@@ -283,18 +296,18 @@ void MeshController::onReconnectStateChanged(TransportState previous, TransportS
     case ReconnectStep::scanning:
         if (bluetoothUnusable(state)) {
             cancelReconnectTimer();
-            m_reconnectStep = ReconnectStep::waitingForBluetooth;
+            setReconnectStep(ReconnectStep::waitingForBluetooth);
         } else if (state != TransportState::scanning) {
             // The scan ended without finding the radio.
             cancelReconnectTimer();
-            m_reconnectStep = ReconnectStep::idle;
+            setReconnectStep(ReconnectStep::idle);
             reconnectAttemptFailed();
         }
         break;
     case ReconnectStep::connecting:
         if (state == TransportState::disconnected || bluetoothUnusable(state)) {
             cancelReconnectTimer();
-            m_reconnectStep = ReconnectStep::idle;
+            setReconnectStep(ReconnectStep::idle);
             reconnectAttemptFailed();
         }
         break;

@@ -29,6 +29,9 @@ public:
 
     // "contact:<key>" or "channel:<index>".
     QString conversationKey() const;
+    // The target a conversation key names; none for an empty key or a
+    // malformed one.
+    static std::optional<ConversationID> fromKey(const QString& key);
 
     bool operator==(const ConversationID&) const = default;
 

@@ -164,10 +164,19 @@ void SimulatedRadio::endSession() {
 
 // --- Link ----------------------------------------------------------------------
 
+void SimulatedRadio::setBluetoothOn(bool on) {
+    if (on == (m_state != TransportState::poweredOff))
+        return;
+    cancelTimer(m_scanTimer);
+    endSession();
+    setState(on ? TransportState::ready : TransportState::poweredOff);
+}
+
 void SimulatedRadio::startScan() {
     // The simulated radio is the only device around; scanning while linked to
     // it would find nothing new.
-    if (m_state == TransportState::connecting || m_state == TransportState::connected)
+    if (m_state == TransportState::connecting || m_state == TransportState::connected ||
+        m_state == TransportState::poweredOff)
         return;
     setState(TransportState::scanning);
     cancelTimer(m_scanTimer);
@@ -200,6 +209,8 @@ void SimulatedRadio::stopScan() {
 }
 
 void SimulatedRadio::connectToDevice(const DiscoveredDevice& device) {
+    if (m_state == TransportState::poweredOff)
+        return;
     stopScan();
     cancelTimer(m_connectTimer);
     setState(TransportState::connecting);
@@ -542,6 +553,10 @@ BatteryInfo SimulatedRadio::battery() const {
     info.usedStorageKB = int(48 + 2 * m_contacts.size() + usedChannels);
     info.totalStorageKB = totalStorageKB;
     return info;
+}
+
+void SimulatedRadio::forgetContact(const QString& publicKey) {
+    m_contacts.removeIf([&](const Contact& c) { return c.publicKey == publicKey; });
 }
 
 void SimulatedRadio::addContact(const Contact& contact) {

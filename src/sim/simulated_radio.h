@@ -102,6 +102,8 @@ public:
     // path padded to 64 bytes, name cut to its 32-byte field, times in whole
     // seconds, coordinates to six decimals.
     void addContact(const Contact& contact);
+    // The radio drops a contact by itself (its table overflowed), unasked.
+    void forgetContact(const QString& publicKey);
     // Queues a direct message from a sender (a contact key or a 12-digit
     // prefix) and, when connected, pushes messagesWaiting. `pathLength` is the
     // sender's path when it is a known contact with one, else 1 hop.
@@ -127,6 +129,9 @@ public:
     // Out of range (or switched off), the radio is not found by a scan and a
     // connection attempt fails after the connect delay. Starts in range.
     void setInRange(bool inRange) { m_inRange = inRange; }
+    // Bluetooth switched off (state `poweredOff`: the link drops, nothing is
+    // found or connected) and back on (`ready`). Starts on.
+    void setBluetoothOn(bool on);
 
     // --- Knobs ---------------------------------------------------------------
     // Delay of every answer and push (default 30 ms).

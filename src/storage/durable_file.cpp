@@ -1,5 +1,6 @@
 #include "storage/durable_file.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -121,6 +122,16 @@ void removeTemporaryCopies(const QString& path) {
         folder.entryList({info.fileName() + temporarySuffix + QLatin1Char('*')}, QDir::Files);
     for (const QString& copy : copies)
         folder.remove(copy);
+}
+
+bool moveAside(const QString& path, QLatin1StringView why) {
+    const QString stem = path + QLatin1Char('.') + why + QLatin1Char('-') +
+                         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    QString target = stem;
+    for (int n = 2; QFileInfo::exists(target) && n < 100; ++n)
+        target = stem + QLatin1Char('-') + QString::number(n);
+    // A copy keeps the bytes just as well; the original may then be replaced.
+    return QFile::rename(path, target) || QFile::copy(path, target);
 }
 
 } // namespace Durable

@@ -26,4 +26,10 @@ bool replace(const QString& path, QByteArrayView bytes, QString& reason);
 // rename left behind. Only the process that owns the folder may call it.
 void removeTemporaryCopies(const QString& path);
 
+// Moves an unusable file out of the way under a name of its own
+// (`<name>.<why>-<time>`), so that nothing the user had is lost when the next
+// save writes a fresh one; copies it when it cannot be renamed. False when
+// neither worked.
+bool moveAside(const QString& path, QLatin1StringView why = QLatin1StringView("damaged"));
+
 } // namespace Durable

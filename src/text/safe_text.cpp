@@ -172,6 +172,10 @@ QString safePreview(const QString& text, qsizetype length) {
     return isolated(bounded(cleaned(text, Lines::space).trimmed(), length));
 }
 
+QString safeLine(const QString& text) {
+    return isolated(cleaned(text, Lines::space));
+}
+
 QString safeBody(const QString& text) {
     return cleaned(text, Lines::keep);
 }

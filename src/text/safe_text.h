@@ -31,6 +31,10 @@ QString safeName(const QString& text);
 inline constexpr qsizetype safePreviewLength = 160;
 QString safePreview(const QString& text, qsizetype length = safePreviewLength);
 
+// One line of any length: a message as a line of a saved file. Line breaks
+// and runs of them become one space, tabs a space; nothing is cut.
+QString safeLine(const QString& text);
+
 // A whole message body: line breaks stay (CR LF and the Unicode line and
 // paragraph separators become one line feed), nothing is cut, and it is not
 // isolated (a bubble is its own paragraph and takes the text's direction).

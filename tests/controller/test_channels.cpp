@@ -14,6 +14,7 @@
 #include <array>
 
 using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
 using TestSupport::capture;
 using TestSupport::captureVoid;
 using TestSupport::hex;
@@ -489,6 +490,61 @@ private Q_SLOTS:
         QCOMPARE(removedRow.count(), 0);
         QVERIFY(rig.controller->conversations().contains("channel:1"));
         QVERIFY(onFile);
+    }
+
+    // --- notification levels
+
+    // "#mesh" joins slot 1 and is set to Mentions. The level belongs to the
+    // channel, not to the slot: it follows it to another slot, another
+    // channel in its old slot starts at All (a channel of the same name with
+    // another secret is another channel), and reading the slots again after
+    // a reconnection finds it where it was.
+    void levelFollowsTheChannel_data() {
+        QTest::addColumn<QString>("then");
+        QTest::addColumn<QString>("slot1"); // level of the channel in slot 1 afterwards
+        QTest::addColumn<QString>("slot2");
+        QTest::newRow("read again after a reconnection") << "reconnect"
+                                                         << "mentions"
+                                                         << "all";
+        QTest::newRow("moved to another slot") << "move"
+                                               << "all"
+                                               << "mentions";
+        QTest::newRow("slot taken by a namesake") << "namesake"
+                                                  << "all"
+                                                  << "mentions";
+    }
+    void levelFollowsTheChannel() {
+        QFETCH(QString, then);
+        QFETCH(QString, slot1);
+        QFETCH(QString, slot2);
+        SimRig rig;
+        QVERIFY(rig.connect());
+        const auto run = [&](QCoro::Task<void> task) {
+            VoidOutcome outcome;
+            captureVoid(std::move(task), &outcome);
+            rig.clock.advance(200ms);
+            return outcome.done && !outcome.error;
+        };
+        QVERIFY(run(rig.controller->joinHashtagChannel(QStringLiteral("mesh"))));
+        QVERIFY(rig.controller->setNotificationLevelOf(u"channel:1"_s, u"mentions"_s));
+        if (then == u"reconnect"_s) {
+            rig.radio.dropLink();
+            rig.clock.settle();
+            QCOMPARE(rig.controller->notificationLevelOf(u"channel:1"_s), u"mentions"_s);
+            QVERIFY(rig.connect());
+        } else {
+            QVERIFY(run(rig.controller->removeChannel(1)));
+            QCOMPARE(rig.controller->notificationLevelOf(u"channel:1"_s), u"all"_s);
+            if (then == u"move"_s)
+                QVERIFY(run(rig.controller->joinHashtagChannel(QStringLiteral("other"))));
+            else
+                QVERIFY(run(rig.controller->joinPrivateChannel(
+                    QStringLiteral("#mesh"), QStringLiteral("0102030405060708090a0b0c0d0e0f10"))));
+            QVERIFY(run(rig.controller->joinHashtagChannel(QStringLiteral("mesh"))));
+            QCOMPARE(rig.controller->channels().at(2).name, u"#mesh"_s);
+        }
+        QCOMPARE(rig.controller->notificationLevelOf(u"channel:1"_s), slot1);
+        QCOMPARE(rig.controller->notificationLevelOf(u"channel:2"_s), slot2);
     }
 
     // --- QML entry points

@@ -1,5 +1,6 @@
 #include "controller_rig.h"
 #include "history_samples.h"
+#include "sim_rig.h"
 #include "test_support.h"
 
 #include <QElapsedTimer>
@@ -380,6 +381,110 @@ private Q_SLOTS:
                  counted ? QStringLiteral("Channel 3") : QStringLiteral("Channel 0"));
         QCOMPARE(rig.notifier.badges, (QList<std::int64_t>{1, counted ? 2 : 1}));
         QCOMPARE(total.count(), counted ? 1 : 0);
+    }
+
+    // Each level and kind of message, in the public channel or a direct
+    // chat, on the demo radio named "Talvenne Demo": whether it notifies,
+    // what the badge counts, and whether the row marks a mention of the
+    // user. The unread count grows alike for all.
+    void levelDecidesWhatNotifies_data() {
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<bool>("direct");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("notified");
+        QTest::addColumn<int>("badge");
+        QTest::addColumn<bool>("mentionsMe");
+        struct Kind {
+            const char* name;
+            bool direct;
+            const char* text;
+            bool mentionsMe;
+        };
+        const Kind kinds[] = {
+            {"plain", false, "Ann: good morning", false},
+            {"mention of me", false, "Ann: @[talvenne DEMO] are you there?", true},
+            {"bare mention of part of my name", true, "@Talvenne, hi", false},
+            {"mention of someone else", false, "Ann: @Bob lunch?", false},
+            {"direct", true, "see you at six", false},
+            {"direct mention of me", true, "ping @[Talvenne Demo]!", true},
+        };
+        for (const char* level : {"all", "mentions", "nothing"}) {
+            for (const Kind& kind : kinds) {
+                const bool notified = QByteArray(level) == "all" ||
+                                      (QByteArray(level) == "mentions" && kind.mentionsMe);
+                QTest::addRow("%s, %s", level, kind.name)
+                    << QString::fromLatin1(level) << kind.direct << QString::fromUtf8(kind.text)
+                    << notified << (QByteArray(level) == "nothing" ? 0 : 1) << kind.mentionsMe;
+            }
+        }
+    }
+    void levelDecidesWhatNotifies() {
+        QFETCH(QString, level);
+        QFETCH(bool, direct);
+        QFETCH(QString, text);
+        QFETCH(bool, notified);
+        QFETCH(int, badge);
+        QFETCH(bool, mentionsMe);
+        SimRig rig;
+        Contact ann = makeContact(keyOf('a'), QStringLiteral("Ann"));
+        ann.type = MeshProtocol::AdvertType::chat;
+        rig.radio.addContact(ann);
+        QVERIFY(rig.connect());
+        QCOMPARE(rig.controller->ownName(), QStringLiteral("Talvenne Demo"));
+        const auto target =
+            direct ? ConversationID::contact(ann.publicKey) : ConversationID::channel(0);
+        QVERIFY(rig.controller->setNotificationLevelOf(target.conversationKey(), level) ==
+                (level != QStringLiteral("all")));
+        QCOMPARE(rig.controller->notificationLevelOf(target.conversationKey()), level);
+        rig.notifier.posted.clear();
+
+        if (direct)
+            rig.controller->handleEvent(
+                Events::ContactMessage{ann.publicKey.left(12), 0, 0, {}, text, {}});
+        else
+            rig.controller->handleEvent(Events::ChannelMessage{0, 0, 0, {}, text, {}});
+
+        QCOMPARE(rig.controller->conversations()[target.conversationKey()].unreadCount, 1);
+        QCOMPARE(rig.controller->totalUnreadCount(), 1);
+        QCOMPARE(rig.notifier.posted.size(), notified ? 1 : 0);
+        QCOMPARE(rig.controller->badgeCount(), badge);
+        QCOMPARE(rig.notifier.badges.last(), badge);
+        QCOMPARE(rig.controller->unreadMentionCount(target), mentionsMe ? 1 : 0);
+
+        // Read, and then set back to All: nothing is left over.
+        rig.controller->markConversationRead(target);
+        QCOMPARE(rig.controller->unreadMentionCount(target), 0);
+        rig.controller->setNotificationLevelOf(target.conversationKey(), QStringLiteral("all"));
+        QCOMPARE(rig.controller->badgeCount(), 0);
+    }
+
+    // Muting keeps the level to come back to; both survive a restart, and
+    // the badge leaves a muted conversation out before the radio is back.
+    void muteTogglesBackToTheLevelSet() {
+        const auto ann = ConversationID::contact(keyOf('a'));
+        const auto bob = ConversationID::contact(keyOf('b'));
+        ControllerRig rig;
+        QVERIFY(rig.controller->setNotificationLevel(ann, NotificationLevel::mentions));
+        QVERIFY(rig.controller->toggleMute(ann));
+        QVERIFY(rig.controller->toggleMute(bob));
+        QCOMPARE(rig.controller->notificationLevel(ann), NotificationLevel::nothing);
+        rig.controller->appendMessage(incomingMessage(QStringLiteral("a"), rig.clock.now()), ann);
+        rig.controller->appendMessage(incomingMessage(QStringLiteral("c"), rig.clock.now()),
+                                      ConversationID::contact(keyOf('c')));
+        QCOMPARE(rig.controller->badgeCount(), 1);
+        QVERIFY(!rig.controller->setNotificationLevelOf(QStringLiteral("channel:3"),
+                                                        QStringLiteral("nothing")));
+
+        MeshController again(&rig.link, &rig.clock, &rig.notifier, rig.store.get(),
+                             rig.settings.get());
+        QCOMPARE(again.notificationLevel(ann), NotificationLevel::nothing);
+        QCOMPARE(again.totalUnreadCount(), 2);
+        QCOMPARE(again.badgeCount(), 1);
+        QVERIFY(again.toggleMute(ann));
+        QCOMPARE(again.notificationLevel(ann), NotificationLevel::mentions);
+        QCOMPARE(again.badgeCount(), 2);
+        QVERIFY(again.toggleMute(bob));
+        QCOMPARE(again.notificationLevel(bob), NotificationLevel::all);
     }
 
     void markConversationRead() {

@@ -1,11 +1,14 @@
 // What the chat shows: its header, the composer's limit, and a message
 // bubble's text in runs, a channel sender's name, badge and colour, the
 // footer and the delivery report.
+#include "text/mentions.h"
 #include "text/text_segments.h"
 #include "ui/logic/channel_sender.h"
 #include "ui/logic/chat_header.h"
 #include "ui/logic/composer.h"
+#include "ui/logic/conversation_export.h"
 #include "ui/logic/delivery_report.h"
+#include "ui/logic/first_unread.h"
 #include "ui/translations.h"
 
 #include <QCoreApplication>
@@ -59,6 +62,14 @@ QString describe(const Segments& segments) {
 
 QString tintName(Tint tint) {
     return QString::fromLatin1(QMetaEnum::fromType<Tint>().valueToKey(int(tint)));
+}
+
+ChatMessage incoming(const QString& text) {
+    ChatMessage message;
+    message.direction = ChatMessage::Direction::incoming;
+    message.text = text;
+    message.timestamp = QDateTime(QDate(2024, 2, 3), QTime(14, 5, 9));
+    return message;
 }
 
 ChatMessage outgoing(State state) {
@@ -226,6 +237,102 @@ private Q_SLOTS:
         const Segments actual = segments(text);
         QCOMPARE(describe(actual), describe(expected));
         QCOMPARE(actual, expected);
+    }
+
+    // A mention of the radio's own name: a whole mention segment naming it,
+    // ignoring case as names compare.
+    void mentionsOfMe_data() {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("ownName");
+        QTest::addColumn<bool>("mentions");
+        QTest::newRow("bare, other case") << u"hi @MÖKKI!"_s << u"Mökki"_s << true;
+        QTest::newRow("bracket with a space") << u"@[base camp] ok"_s << u"Base Camp"_s << true;
+        QTest::newRow("bare stops at the space") << u"@Base Camp"_s << u"Base Camp"_s << false;
+        QTest::newRow("longer name") << u"@Mökkiläinen"_s << u"Mökki"_s << false;
+        QTest::newRow("full case folding") << u"@STRASSE"_s << u"Straße"_s << true;
+        QTest::newRow("inside a link") << u"https://x.org/@Mökki"_s << u"Mökki"_s << false;
+        QTest::newRow("no own name yet") << u"@"_s << QString() << false;
+        QTest::newRow("name without an at") << u"Mökki, hi"_s << u"Mökki"_s << false;
+    }
+    void mentionsOfMe() {
+        QFETCH(QString, text);
+        QFETCH(QString, ownName);
+        QFETCH(bool, mentions);
+        QCOMPARE(mentionsName(text, ownName), mentions);
+    }
+
+    // Where the divider goes: above the oldest of the newest incoming
+    // messages, as many as were unread ("i" incoming, "o" outgoing).
+    void firstUnreadDivider_data() {
+        QTest::addColumn<QString>("messages");
+        QTest::addColumn<int>("unread");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("count");
+        QTest::newRow("nothing unread") << u"iioi"_s << 0 << -1 << 0;
+        QTest::newRow("the last two") << u"iioii"_s << 2 << 3 << 2;
+        QTest::newRow("a reply between them") << u"ioioi"_s << 2 << 2 << 2;
+        QTest::newRow("the user's own after them") << u"iiioo"_s << 1 << 2 << 1;
+        QTest::newRow("more unread than messages") << u"oiio"_s << 9 << 1 << 2;
+        QTest::newRow("only own messages") << u"oo"_s << 3 << -1 << 0;
+    }
+    void firstUnreadDivider() {
+        QFETCH(QString, messages);
+        QFETCH(int, unread);
+        QFETCH(int, row);
+        QFETCH(int, count);
+        QList<ChatMessage> list;
+        for (const QChar kind : messages)
+            list << (kind == u'o' ? outgoing(State::delivered) : incoming(u"hi"_s));
+        QCOMPARE(firstUnread(list, unread), (FirstUnread{row, count}));
+    }
+
+    // A saved conversation: one line per message, fields apart by tabs, the
+    // text as received but on one line and without invisible characters.
+    void savedConversationLines_data() {
+        QTest::addColumn<bool>("channel");
+        QTest::addColumn<bool>("outgoingMessage");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("direct, received") << false << false << u"see you"_s
+                                          << u"2024-02-03 14:05:09\tAino\tsee you\tReceived\n"_s;
+        QTest::newRow("channel sender")
+            << true << false << u"Ann: <b>hi</b> @[Bob]"_s
+            << u"2024-02-03 14:05:09\tAnn\t<b>hi</b> @[Bob]\tReceived\n"_s;
+        QTest::newRow("channel text without a sender")
+            << true << false << u"hello all"_s << u"2024-02-03 14:05:09\t\thello all\tReceived\n"_s;
+        QTest::newRow("own, failed")
+            << false << true << u"hi"_s << u"2024-02-03 14:05:09\tYou\thi\tFailed to send\n"_s;
+        QTest::newRow("line breaks, tab and an override")
+            << false << false << u"a\r\n\nb\tc\u202Ed"_s
+            << u"2024-02-03 14:05:09\tAino\ta b c\uFFFDd\tReceived\n"_s;
+    }
+    void savedConversationLines() {
+        QFETCH(bool, channel);
+        QFETCH(bool, outgoingMessage);
+        QFETCH(QString, text);
+        QFETCH(QString, line);
+        Conversation conversation;
+        conversation.target = channel ? ConversationID::channel(0) : ConversationID::contact(key);
+        ChatMessage message = outgoingMessage ? outgoing(State::failed) : incoming(text);
+        message.text = text;
+        message.timestamp = QDateTime(QDate(2024, 2, 3), QTime(14, 5, 9));
+        conversation.messages << message;
+        QCOMPARE(conversationText(conversation, u"Aino"_s), line);
+    }
+
+    void fileNameOfATitle_data() {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("fileName");
+        QTest::newRow("plain") << u"Aino Virtanen"_s << u"Aino Virtanen.txt"_s;
+        QTest::newRow("path characters") << u"../a/b:c"_s << u"_a_b_c.txt"_s;
+        QTest::newRow("hidden") << u".secret"_s << u"secret.txt"_s;
+        QTest::newRow("nothing left") << u"..."_s << u"conversation.txt"_s;
+        QTest::newRow("right to left, isolated in the window") << u"שלום"_s << u"שלום.txt"_s;
+    }
+    void fileNameOfATitle() {
+        QFETCH(QString, title);
+        QFETCH(QString, fileName);
+        QCOMPARE(conversationFileName(title), fileName);
     }
 
     // The sender in front of a channel message, and the badge its avatar shows.

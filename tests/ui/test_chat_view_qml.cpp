@@ -1,3 +1,4 @@
+#include "book/node_book_store.h"
 #include "chat_view_model.h"
 #include "ui_rig.h"
 
@@ -61,6 +62,28 @@ private Q_SLOTS:
         QCOMPARE(chat.title(), u"Channel 9"_s);
         QCOMPARE(chat.avatarSymbol(), u"number"_s);
         QVERIFY(chat.isChannel() && !chat.hasContact());
+    }
+
+    // A chat whose contact the radio does not list is named as its row is:
+    // the name a book gives it, with its key while a listed contact goes by
+    // that name too.
+    void anUnlistedChatIsNamedAsItsRow() {
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        NodeBookStore books(rig.dir.path());
+        NodeBook otherRadio;
+        otherRadio.selfInfo.publicKey = QString(64, u'e');
+        otherRadio.contacts = {chatContact(farKey, u"Aino Virtanen"_s)};
+        books.save(otherRadio);
+        books.flush();
+        rig.controller->setNodeBookStore(&books);
+        QVERIFY(rig.connect());
+        const auto far = ConversationID::contact(farKey);
+        rig.controller->appendMessage(
+            chatMessage(ChatMessage::Direction::incoming, u"moi"_s, rig.clock.now()), far);
+        Bound<ChatViewModel> chat(rig.controller);
+        chat.setConversationKey(far.conversationKey());
+        QCOMPARE(chat.title(), u"Aino Virtanen ("_s + farKey.left(12) + u')');
     }
 
     // Marking a key verified makes the other key of the same name (in any
@@ -244,6 +267,7 @@ private Q_SLOTS:
                                 u"a message long enough to wrap "_s.repeated(1 + i % 4),
                             rig.clock.now()),
                 target);
+        rig.controller->markConversationRead(target); // no divider to open at
         auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
         QVERIFY(view);
         auto* list = findItem(*view, "messageList");
@@ -262,6 +286,97 @@ private Q_SLOTS:
             QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
                          qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
+    }
+
+    // A conversation opens at its first unread message, under the "N new
+    // messages" divider, when the unread ones do not all fit; else at its
+    // end, the divider still above them. Scrolled up, the messages that
+    // arrive are counted on the jump button, which goes to the end.
+    void opensAtTheFirstUnreadMessage_data() {
+        QTest::addColumn<int>("unread");
+        QTest::addColumn<bool>("dividerAtTop");
+        QTest::newRow("300 messages, 40 unread") << 40 << true;
+        QTest::newRow("300 messages, 3 unread") << 3 << false;
+    }
+    void opensAtTheFirstUnreadMessage() {
+        QFETCH(int, unread);
+        QFETCH(bool, dividerAtTop);
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        QVERIFY(rig.connect());
+        const ConversationID target = ConversationID::contact(ainoKey);
+        const int total = 300;
+        const int firstUnread = total - unread;
+        for (int i = 0; i < total; ++i) {
+            if (i == firstUnread)
+                rig.controller->markConversationRead(target);
+            const bool outgoing = i < firstUnread && i % 4 == 0;
+            rig.controller->appendMessage(
+                chatMessage(outgoing ? Direction::outgoing : Direction::incoming,
+                            u"message %1 "_s.arg(i) + u"long enough to wrap "_s.repeated(i % 3),
+                            rig.clock.now()),
+                target);
+        }
+        QCOMPARE(rig.controller->conversations()[ainoConversation].unreadCount, unread);
+
+        auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
+        QVERIFY(view);
+        auto* list = findItem(*view, "messageList");
+        auto* jump = findItem(*view, "jumpToLatest");
+        QVERIFY(list && jump);
+        QCOMPARE(rig.controller->conversations()[ainoConversation].unreadCount, 0);
+        const auto topOf = [&](int row) -> double {
+            QQuickItem* item = itemAtIndex(list, row);
+            return item ? item->mapToItem(list, QPointF(0, 0)).y() : -1000;
+        };
+        const auto lastBubbleGap = [&]() -> double {
+            QQuickItem* last = itemAtIndex(list, list->property("count").toInt() - 1);
+            if (!last)
+                return -1000;
+            return list->height() - last->mapToItem(list, QPointF(0, last->height())).y();
+        };
+        QTRY_VERIFY(itemAtIndex(list, firstUnread));
+        QQuickItem* divider = findVisualItem(itemAtIndex(list, firstUnread), u"unreadDivider"_s);
+        QVERIFY(divider && divider->isVisible());
+        QCOMPARE(textOf(findVisualItem(divider, u"unreadDividerText"_s)),
+                 u"%1 new messages"_s.arg(unread));
+        QVERIFY(
+            !findVisualItem(itemAtIndex(list, firstUnread + 1), u"unreadDivider"_s)->isVisible());
+        if (dividerAtTop) {
+            // The divider at the top of the view, the first unread message below it.
+            QTRY_VERIFY2(qAbs(topOf(firstUnread) - 16) <= 1,
+                         qPrintable(QString::number(topOf(firstUnread))));
+            QVERIFY(topOf(firstUnread) + itemAtIndex(list, firstUnread)->height() < list->height());
+            QVERIFY(jump->isVisible());
+        } else {
+            QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
+                         qPrintable(QString::number(lastBubbleGap())));
+            QVERIFY(topOf(firstUnread) >= 0);
+            QVERIFY(!jump->isVisible());
+        }
+
+        // Scrolled up, three messages arrive: the list stays, the button counts them.
+        list->setProperty("contentY", list->property("contentY").toDouble() - 1500);
+        QMetaObject::invokeMethod(list, "movementEnded");
+        QTRY_VERIFY(jump->isVisible());
+        const double contentY = list->property("contentY").toDouble();
+        for (int i = 0; i < 3; ++i)
+            rig.controller->appendMessage(
+                chatMessage(Direction::incoming, u"late %1"_s.arg(i), rig.clock.now()), target);
+        QCOMPARE(textOf(findVisualItem(jump, u"jumpCount"_s)), u"3"_s);
+        QTest::qWait(50);
+        QCOMPARE(list->property("contentY").toDouble(), contentY);
+
+        QMetaObject::invokeMethod(jump, "clicked");
+        QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1, qPrintable(QString::number(lastBubbleGap())));
+        QTRY_VERIFY(!jump->isVisible());
+        // The divider stays while the conversation is shown.
+        auto* messages = list->property("model").value<QObject*>();
+        QVERIFY(messages);
+        QCOMPARE(messages->property("firstUnreadId").toString(),
+                 rig.controller->conversations()[ainoConversation]
+                     .messages.at(firstUnread)
+                     .id.toString(QUuid::WithoutBraces));
     }
 };
 

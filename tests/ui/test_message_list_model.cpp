@@ -210,6 +210,15 @@ private Q_SLOTS:
         QVERIFY2(out.contains(u"color:%1;text-decoration"_s.arg(outLink)), qPrintable(out));
         QVERIFY(!out.contains(mention.name()));
 
+        // A mention of the user's own name is bold in incoming bubbles only.
+        const QString mine =
+            MessageListModel::styledText(u"@[ann] and @bo"_s, false, mention, link, u"Ann"_s);
+        QVERIFY2(mine.contains(u"color:#112233;font-weight:bold;\">@ann</span>"_s),
+                 qPrintable(mine));
+        QVERIFY2(mine.contains(u"color:#112233;\">@bo</span>"_s), qPrintable(mine));
+        QVERIFY(!MessageListModel::styledText(u"@ann"_s, true, mention, link, u"Ann"_s)
+                     .contains(u"bold"_s));
+
         // A matched link that is no valid URL is styled but opens nothing.
         const QString broken = MessageListModel::styledText(u"http://[bad"_s, false, mention, link);
         QVERIFY2(!broken.contains(u"<a "_s), qPrintable(broken));

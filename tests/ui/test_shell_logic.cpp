@@ -22,6 +22,9 @@ Q_DECLARE_METATYPE(ViewLogic::Tint)
 using LocaleText = std::function<QString(const QLocale&)>;
 Q_DECLARE_METATYPE(LocaleText)
 
+// Names that the node books give to keys.
+using BookNames = QHash<QString, QString>;
+
 namespace {
 
 const QString keyA = u"aa"_s + QString(62, u'0');
@@ -165,6 +168,60 @@ private Q_SLOTS:
         QVERIFY(!list.showEmptyState);
     }
 
+    // Conversations whose contact the radio does not know stay listed, after
+    // its contacts, newest first, under a book's name or the key; empty ones
+    // (only made for a contact once listed) do not. A book's name that reads
+    // like another row's (an impostor's, or an old key of the same person)
+    // gets the start of its key.
+    void messagesListTheConversationsTheRadioDoesNotKnow_data() {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<BookNames>("bookNames");
+        QTest::addColumn<QStringList>("contacts");
+        const auto keyed = [](const char* name, const QString& key) {
+            return QString::fromUtf8(name) + u" ("_s + key.left(12) + u')';
+        };
+        QTest::newRow("all") << QString() << BookNames{{keyB, u"Harbour"_s}}
+                             << QStringList{"Known", "Harbour", keyD.left(12)};
+        QTest::newRow("by a book's name")
+            << u"harb"_s << BookNames{{keyB, u"Harbour"_s}} << QStringList{"Harbour"};
+        QTest::newRow("by key") << u"dd333"_s << BookNames{{keyB, u"Harbour"_s}}
+                                << QStringList{keyD.left(12)};
+        QTest::newRow("a listed contact's name")
+            << QString() << BookNames{{keyB, u"Known"_s}}
+            << QStringList{"Known", keyed("Known", keyB), keyD.left(12)};
+        QTest::newRow("a listed contact's name, spaced and cased otherwise")
+            << QString() << BookNames{{keyB, u" known "_s}}
+            << QStringList{"Known", keyed(" known ", keyB), keyD.left(12)};
+        QTest::newRow("two of them under one name")
+            << QString() << BookNames{{keyB, u"Harbour"_s}, {keyD, u"Harbour"_s}}
+            << QStringList{"Known", keyed("Harbour", keyB), keyed("Harbour", keyD)};
+        QTest::newRow("the search finds it by its name")
+            << u"know"_s << BookNames{{keyB, u"Known"_s}}
+            << QStringList{"Known", keyed("Known", keyB)};
+    }
+
+    void messagesListTheConversationsTheRadioDoesNotKnow() {
+        QFETCH(QString, search);
+        QFETCH(BookNames, bookNames);
+        const auto conversation = [](const QString& key, qint64 lastActivity, bool withMessage) {
+            Conversation c;
+            c.target = ConversationID::contact(key);
+            c.lastActivity = QDateTime::fromSecsSinceEpoch(lastActivity, Qt::UTC);
+            if (withMessage)
+                c.messages.append(ChatMessage{});
+            return c;
+        };
+        ConversationMap conversations;
+        for (const Conversation& c : {conversation(keyA, 10, true), conversation(keyB, 30, true),
+                                      conversation(keyC, 40, false), conversation(keyD, 20, true)})
+            conversations.insert(c.target.conversationKey(), c);
+        const QList<Contact> known{contact(keyA, u"Known"_s, AdvertType::chat, 1)};
+        const MessagesList list =
+            messagesList({}, known, conversations, {}, search, QLocale(), bookNames);
+        QTEST(titles(list.contacts), "contacts");
+        QVERIFY(!messagesList({}, {}, conversations, {}, {}).showEmptyState);
+    }
+
     void messagesEmptyState() {
         QVERIFY(messagesList({}, {}, {}, {}, u"x"_s).showEmptyState);
         QVERIFY(messagesList({channel(1, {}, {})}, {}, {}, {}, {}).showEmptyState);
@@ -186,6 +243,14 @@ private Q_SLOTS:
         QTest::newRow("conversation, no time, nothing unread")
             << conversationRowSpoken(u"Public"_s, u"Group channel"_s, QString(), 0, false)
             << u"Public, Group channel"_s;
+        QTest::newRow("conversation muted, a mention unread")
+            << conversationRowSpoken(u"Public"_s, u"hi"_s, u"now"_s, 5, false, 1,
+                                     NotificationLevel::nothing)
+            << u"Public, hi, now, 5 unread, 1 mention of you, Nothing"_s;
+        QTest::newRow("mentions only, read")
+            << conversationRowSpoken(u"Public"_s, u"hi"_s, QString(), 0, false, 2,
+                                     NotificationLevel::mentions)
+            << u"Public, hi, Mentions Only"_s;
         QTest::newRow("node without a path, with a position")
             << nodeRowSpoken(u"Ridge"_s, u"Repeater"_s, -1, true, false)
             << u"Ridge, Repeater, Flood routing, Has a position"_s;

@@ -1,5 +1,7 @@
+#include "book/node_book_store.h"
 #include "connection_failure_model.h"
 #include "conversation_list_model.h"
+#include "conversation_saver.h"
 #include "device_list_model.h"
 #include "logic/safe_text.h"
 #include "node_list_model.h"
@@ -9,7 +11,11 @@
 #include "transport/pairing_prompt.h"
 #include "ui_rig.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 // The sidebar's models and the shell's over the simulated radio with the
@@ -22,6 +28,86 @@ private Q_SLOTS:
     void initTestCase() {
         TestSupport::isolateFromUserFiles();
         QVERIFY(installTranslations(*QCoreApplication::instance(), QLocale(QLocale::English)));
+    }
+
+    // A conversation row shows its level by an icon, its count in grey when
+    // none of it would have notified, and "@" when a message mentions the
+    // user; setting the level changes that row alone.
+    void rowShowsTheLevel_data() {
+        QTest::addColumn<QString>("level");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("symbol");
+        QTest::addColumn<bool>("quiet");
+        QTest::addColumn<bool>("mention");
+        QTest::newRow("all") << "all"
+                             << "Kettu: hi"
+                             << "" << false << false;
+        QTest::newRow("mentions, plain") << "mentions"
+                                         << "Kettu: hi"
+                                         << "at" << true << false;
+        QTest::newRow("mentions, mentioned") << "mentions"
+                                             << "Kettu: hi @[Talvenne Demo]"
+                                             << "at" << false << true;
+        QTest::newRow("nothing, mentioned") << "nothing"
+                                            << "Kettu: @Talvenne hi @[talvenne demo]"
+                                            << "bell.slash" << true << true;
+    }
+    void rowShowsTheLevel() {
+        QFETCH(QString, level);
+        QFETCH(QString, text);
+        QFETCH(QString, symbol);
+        QFETCH(bool, quiet);
+        QFETCH(bool, mention);
+        UiRig rig;
+        QVERIFY(rig.connect());
+        Bound<ConversationListModel> model(rig.controller);
+        const int row = model.rowOfKey(u"channel:0"_s);
+        QVERIFY(row >= 0);
+        ModelSpies spies(&model);
+        rig.controller->setNotificationLevelOf(u"channel:0"_s, level);
+        QCOMPARE(spies.changed.size(), level == u"all"_s ? 0 : 1);
+        rig.radio.queueIncomingChannel(0, text, rig.clock.now());
+        rig.clock.advance(2s);
+        QCOMPARE(roleValue(model, row, "unread").toInt(), 1);
+        QCOMPARE(roleValue(model, row, "level").toString(), level);
+        QCOMPARE(roleValue(model, row, "levelSymbol").toString(), symbol);
+        QCOMPARE(roleValue(model, row, "unreadQuiet").toBool(), quiet);
+        QCOMPARE(roleValue(model, row, "unreadMention").toBool(), mention);
+        QCOMPARE(spies.reset.size(), 0);
+    }
+
+    // Save Conversation As: the whole conversation, one line per message; a
+    // place that cannot be written says why and leaves what was there.
+    void savesTheConversationAsText() {
+        UiRig rig;
+        QVERIFY(rig.connect());
+        const auto aino = rig.chatWith(u"Aino Virtanen"_s);
+        for (int i = 0; i < 3; ++i)
+            rig.controller->appendMessage(chatMessage(ChatMessage::Direction::incoming,
+                                                      u"line %1\nmore"_s.arg(i), rig.clock.now()),
+                                          aino);
+        Bound<ConversationSaver> saver(rig.controller);
+        QTemporaryDir dir;
+        const QUrl suggested = saver.suggestedFile(aino.conversationKey());
+        QCOMPARE(suggested.fileName(), u"Aino Virtanen.txt"_s);
+        const QUrl file = QUrl::fromLocalFile(dir.filePath(suggested.fileName()));
+        QCOMPARE(saver.save(aino.conversationKey(), file), QString());
+        QFile saved(file.toLocalFile());
+        QVERIFY(saved.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(saved.readAll()).split(u'\n');
+        QCOMPARE(lines.size(), 4); // three lines and the end of the last
+        QVERIFY2(lines.at(2).endsWith(u"\tAino Virtanen\tline 2 more\tReceived"_s),
+                 qPrintable(lines.at(2)));
+
+        // A folder where the file would go: refused, the folder and its file kept.
+        QVERIFY(QDir(dir.path()).mkdir(u"taken.txt"_s));
+        QVERIFY(QFile::copy(file.toLocalFile(), dir.filePath(u"taken.txt/inside"_s)));
+        QVERIFY(
+            !saver.save(aino.conversationKey(), QUrl::fromLocalFile(dir.filePath(u"taken.txt"_s)))
+                 .isEmpty());
+        QVERIFY(QFileInfo(dir.filePath(u"taken.txt/inside"_s)).size() > 0);
+        QVERIFY(
+            !saver.save(aino.conversationKey(), QUrl(u"https://example.org/a.txt"_s)).isEmpty());
     }
 
     // Messages, the passing time, a favourite, a search and a disconnect,
@@ -120,12 +206,59 @@ private Q_SLOTS:
             QCOMPARE(roleValue(nodes, row, "section").toString(),
                      qtTrId("sidebar.section.all.nodes"));
 
+        // Without the radio only the conversations with messages stay.
         QSignalSpy empty(&model, &ConversationListModel::showEmptyStateChanged);
         rig.controller->disconnectFromDevice();
         rig.clock.settle();
-        QCOMPARE(model.count(), 0);
-        QCOMPARE(model.showEmptyState(), true);
-        QCOMPARE(empty.size(), 1);
+        QCOMPARE(model.count(), 1);
+        QCOMPARE(roleValue(model, 0, "key").toString(), aino.conversationKey());
+        QCOMPARE(model.showEmptyState(), false);
+        QCOMPARE(empty.size(), 0);
+    }
+
+    // At start the remembered radio is looked for before its book is read
+    // (after the window's first frame): the book's rows show all the same.
+    // While Bluetooth cannot be used nothing is tried, and the radio is
+    // plainly away.
+    void theBookShowsWhileTheRadioIsLookedFor_data() {
+        QTest::addColumn<bool>("bluetoothOn");
+        QTest::addColumn<QByteArray>("pillLine");
+        QTest::newRow("radio out of reach") << true << QByteArray("main.connection.reconnecting");
+        QTest::newRow("Bluetooth off") << false << QByteArray("main.connection.away");
+    }
+    void theBookShowsWhileTheRadioIsLookedFor() {
+        QFETCH(bool, bluetoothOn);
+        QFETCH(QByteArray, pillLine);
+        UiRig rig;
+        NodeBookStore books(rig.dir.path());
+        rig.controller->setNodeBookStore(&books);
+        QVERIFY(rig.connect());
+        QStringList conversations;
+        QStringList nodes;
+        {
+            Bound<ConversationListModel> model(rig.controller);
+            Bound<NodeListModel> nodeModel(rig.controller);
+            conversations = column(model, "title");
+            nodes = column(nodeModel, "title");
+        }
+        rig.radio.setInRange(false);
+        rig.radio.dropLink();
+        rig.clock.advance(100ms);
+
+        rig.controller.reset();
+        rig.radio.setBluetoothOn(bluetoothOn);
+        rig.buildController();
+        rig.controller->setNodeBookStore(&books);
+        Bound<ConversationListModel> model(rig.controller);
+        Bound<NodeListModel> nodeModel(rig.controller);
+        Bound<ShellModel> shell(rig.controller);
+        rig.controller->enableAutomaticReconnection();
+        rig.clock.advance(100ms);
+        QVERIFY(rig.controller->openRememberedBook());
+        QCOMPARE(column(model, "title"), conversations);
+        QCOMPARE(column(nodeModel, "title"), nodes);
+        QVERIFY(shell.showsMainView());
+        QCOMPARE(shell.pillSecondLine(), qtTrId(pillLine.constData()));
     }
 
     void devicesFollowTheScan() {

@@ -1,4 +1,5 @@
 #include "../transport/fake_ble_adapter.h"
+#include "book/node_book_store.h"
 #include "shell_model.h"
 #include "translations.h"
 #include "ui_rig.h"
@@ -290,9 +291,16 @@ private Q_SLOTS:
         QCOMPARE((QList<qreal>{xOf("addButton"), xOf("advertiseButton"), xOf("deviceButton")}),
                  before);
         QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 1);
+        // A channel's info pane holds its notification level.
         m_rig->controller->setSelectedConversation(ConversationID::channel(0));
+        QTRY_COMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 0);
+        QVERIFY(m_rig->shows("conversationInfoButton"));
+        QMetaObject::invokeMethod(m_rig->find("conversationInfoButton"), "clicked");
+        QTRY_VERIFY(m_rig->shows("channelInfoInspector"));
+        QVERIFY(m_rig->shows("notificationLevelCard"));
+        m_rig->controller->setSelectedConversation(std::nullopt);
         QTRY_VERIFY(!m_rig->shows("conversationInfoButton"));
-        QCOMPARE(m_rig->value("conversationList", "currentIndex").toInt(), 0);
+        QTRY_VERIFY(!m_rig->find("channelInfoInspector"));
 
         m_rig->radio.dropLink();
         QTest::qWait(400); // the fade
@@ -341,6 +349,54 @@ private Q_SLOTS:
         m_rig->controller->disconnectFromDevice();
         QTest::qWait(400);
         QTRY_VERIFY(m_rig->shows("connectionView"));
+    }
+
+    // With a node book the window stays on it when the radio goes: the lists
+    // and the chat stay readable, what needs the radio is off and says why;
+    // File > Forget This Radio… deletes the book and shows the connection
+    // screen again.
+    void theWindowStaysOnTheNodeBook() {
+        NodeBookStore books(m_rig->dir.path());
+        m_rig->controller->setNodeBookStore(&books);
+        QVERIFY(m_rig->connectToMainView());
+        QTRY_COMPARE(countOf("conversationList"), 5);
+        const auto target = m_rig->chatWith(u"Aino Virtanen"_s);
+        m_rig->controller->setSelectedConversation(target);
+        QTRY_VERIFY(m_rig->shows("messageList"));
+        QVERIFY(m_rig->item("addButton")->isEnabled());
+
+        m_rig->radio.dropLink();
+        QTest::qWait(400);
+        QVERIFY(m_rig->shows("mainView"));
+        QVERIFY(!m_rig->find("connectionView"));
+        QCOMPARE(textOf("pillSecondLine"), qtTrId("main.connection.away"));
+        QCOMPARE(textOf("pillTitle"), m_rig->radio.selfInfo().name);
+        QCOMPARE(countOf("conversationList"), 5);
+        QCOMPARE(m_rig->controller->selectedConversation(), target);
+        QCOMPARE(textOf(m_rig->item("chatTitle")), u"Aino Virtanen"_s);
+        QVERIFY(!m_rig->item("sendButton")->isEnabled());
+        QCOMPARE(textOf(m_rig->item("composerNote")), qtTrId("chat.composer.radio.away"));
+        QVERIFY(!m_rig->item("addButton")->isEnabled());
+        QVERIFY(!m_rig->item("advertiseButton")->isEnabled());
+        QCOMPARE(m_rig->value("addButton", "help").toString(), qtTrId("main.radio.needed.away"));
+        books.flush();
+        const QString book = books.pathFor(m_rig->radio.selfInfo().publicKey);
+        QVERIFY(QFile::exists(book));
+
+        QObject* forget = m_rig->find("forgetThisRadioMenuItem");
+        QVERIFY(forget && forget->property("enabled").toBool());
+        QObject* dialog = m_rig->find("forgetThisRadioDialog");
+        QVERIFY(dialog);
+        QMetaObject::invokeMethod(dialog, "open");
+        QTRY_VERIFY(m_rig->shows("forgetThisRadioConfirm"));
+        QVERIFY(textOf("forgetThisRadioTitle").contains(m_rig->radio.selfInfo().name));
+        click(m_rig->item("forgetThisRadioConfirm"));
+        QTest::qWait(400);
+        QTRY_VERIFY(m_rig->shows("connectionView"));
+        QVERIFY(!QFile::exists(book));
+        QVERIFY(!m_rig->controller->rememberedDeviceId());
+        // The history stays.
+        QVERIFY(m_rig->controller->conversations().contains(target.conversationKey()));
     }
 
     // A notification's click opens its conversation whatever the list mode,

@@ -77,6 +77,12 @@ QSet<QString> logicSymbols() {
         names << batterySymbol(percentage).symbol;
     names << channelSymbol(u"5d0c2a7f91e4b8365fa0c7d21e9b4a83"_s)
           << channelSymbol(QString(32, u'1'));
+    for (auto level :
+         {NotificationLevel::all, NotificationLevel::mentions, NotificationLevel::nothing}) {
+        ConversationRow row;
+        row.level = level;
+        names << row.levelSymbol();
+    }
     names.remove(QString());
     return names;
 }

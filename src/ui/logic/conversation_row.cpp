@@ -22,6 +22,22 @@ QString lastMessageOr(const Conversation* conversation, const QString& fallback)
 
 } // namespace
 
+bool ConversationRow::isUnreadQuiet() const {
+    return !notifies(level, unreadMentions > 0);
+}
+
+QString ConversationRow::levelSymbol() const {
+    switch (level) {
+    case NotificationLevel::all:
+        break;
+    case NotificationLevel::mentions:
+        return QStringLiteral("at");
+    case NotificationLevel::nothing:
+        return QStringLiteral("bell.slash");
+    }
+    return {};
+}
+
 const Conversation* findConversation(const ConversationMap& conversations,
                                      const ConversationID& id) {
     const auto it = conversations.constFind(id.conversationKey());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/notification_levels.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
 
@@ -22,8 +23,14 @@ struct ConversationRow {
     QString initials; // avatar text when there is no symbol
     std::optional<QString> symbol;
     bool isFavorite = false;
+    NotificationLevel level = NotificationLevel::all;
+    std::int64_t unreadMentions = 0; // unread messages that mention the user
 
     bool hasTime() const { return time > distantPast(); }
+    // The count is drawn in grey: nothing of it would have notified.
+    bool isUnreadQuiet() const;
+    // The level's small icon beside the title; empty for All.
+    QString levelSymbol() const;
 
     bool operator==(const ConversationRow&) const = default;
 };

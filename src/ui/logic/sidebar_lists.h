@@ -4,6 +4,7 @@
 #include "ui/logic/conversation_row.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QLocale>
 #include <QSet>
@@ -20,7 +21,11 @@ bool matchesSearch(const Contact& contact, const QString& search,
 bool isConversationContact(const Contact& contact);
 
 // Messages mode: the listed channels in slot order and the chat contacts that
-// pass the search, favourites first, then by last advert, newest first.
+// pass the search, favourites first, then by last advert, newest first; after
+// them the conversations with messages whose contact the radio does not know
+// (it dropped them, or it is away and its book is lost), newest first, under
+// the name `knownNames` gives their key (else the key), with the start of the
+// key beside a name that a contact or another such row also goes by.
 struct MessagesList {
     QList<ConversationRow> channels; // the channels section, shown when not empty
     QList<ConversationRow> contacts; // the contacts section
@@ -31,7 +36,8 @@ struct MessagesList {
 
 MessagesList messagesList(const QList<Channel>& channels, const QList<Contact>& contacts,
                           const ConversationMap& conversations, const QSet<QString>& favorites,
-                          const QString& search, const QLocale& locale = QLocale());
+                          const QString& search, const QLocale& locale = QLocale(),
+                          const QHash<QString, QString>& knownNames = {});
 
 // Nodes mode: the other kinds of node that pass the search, favourites in
 // their own section, each section by last advert, newest first.

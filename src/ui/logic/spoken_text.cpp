@@ -30,9 +30,26 @@ const char* deliveryKey(ChatMessage::DeliveryState state) {
 } // namespace
 
 QString conversationRowSpoken(const QString& title, const QString& subtitle,
-                              const QString& timeText, qint64 unread, bool isFavorite) {
+                              const QString& timeText, qint64 unread, bool isFavorite,
+                              qint64 unreadMentions, NotificationLevel level) {
     return joined({isFavorite ? qtTrId("spoken.favorite") : QString(), title, subtitle, timeText,
-                   unread > 0 ? qtTrId("spoken.unread").arg(unread) : QString()});
+                   unread > 0 ? qtTrId("spoken.unread").arg(unread) : QString(),
+                   unread > 0 && unreadMentions > 0
+                       ? qtTrId("spoken.unread.mentions", int(qMin<qint64>(unreadMentions, 1000)))
+                       : QString(),
+                   level == NotificationLevel::all ? QString() : notificationLevelText(level)});
+}
+
+QString notificationLevelText(NotificationLevel level) {
+    switch (level) {
+    case NotificationLevel::all:
+        break;
+    case NotificationLevel::mentions:
+        return qtTrId("notifications.level.mentions");
+    case NotificationLevel::nothing:
+        return qtTrId("notifications.level.nothing");
+    }
+    return qtTrId("notifications.level.all");
 }
 
 QString nodeRowSpoken(const QString& title, const QString& typeName, int outPathLength,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/notification_levels.h"
 #include "model/conversation.h"
 
 #include <QString>
@@ -8,10 +9,15 @@
 // sighted user reads on it, in reading order, joined by commas.
 namespace ViewLogic {
 
-// "★ Favourite, Aino Virtanen, See you there, 5m, 2 unread"; empty parts
-// are left out.
+// "★ Favourite, Aino Virtanen, See you there, 5m, 2 unread, 1 mentions you,
+// Mentions only"; empty parts are left out, and so is the level All.
 QString conversationRowSpoken(const QString& title, const QString& subtitle,
-                              const QString& timeText, qint64 unread, bool isFavorite);
+                              const QString& timeText, qint64 unread, bool isFavorite,
+                              qint64 unreadMentions = 0,
+                              NotificationLevel level = NotificationLevel::all);
+
+// The name of a notification level as menus show it.
+QString notificationLevelText(NotificationLevel level);
 
 // "Ridge Repeater, Repeater, Flood routing, Has a position".
 QString nodeRowSpoken(const QString& title, const QString& typeName, int outPathLength,

@@ -4,6 +4,7 @@
 #include "logic/chat_header.h"
 #include "logic/composer.h"
 #include "logic/safe_text.h"
+#include "logic/sidebar_lists.h"
 #include "look.h"
 
 #include <QClipboard>
@@ -38,6 +39,7 @@ void ChatViewModel::attach(MeshController* controller) {
     m_headerKey.clear();
     if (controller) {
         connect(controller, &MeshController::contactsChanged, this, &ChatViewModel::refresh);
+        connect(controller, &MeshController::knownNamesChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::channelsChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::verifiedKeysChanged, this, &ChatViewModel::refresh);
         connect(controller, &MeshController::transportStateChanged, this,
@@ -47,6 +49,10 @@ void ChatViewModel::attach(MeshController* controller) {
         connect(controller, &MeshController::rememberedDeviceChanged, this,
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::historyWritableChanged, this,
+                &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::radioAwayChanged, this,
+                &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::waitsForBluetoothChanged, this,
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::isSyncingChanged, this, &ChatViewModel::refresh);
     }
@@ -76,9 +82,13 @@ QString ChatViewModel::sendBlockedReason() const {
         return qtTrId("chat.composer.history.held");
     if (!controller() || connected())
         return {};
-    if (controller()->isReconnecting())
+    // A radio shown from its book while Bluetooth cannot be used is away.
+    if (controller()->isReconnecting() &&
+        !(controller()->radioAway() && controller()->waitsForBluetooth()))
         return qtTrId("chat.composer.reconnecting")
             .arg(ViewLogic::safeName(controller()->rememberedDeviceName()));
+    if (controller()->radioAway())
+        return qtTrId("chat.composer.radio.away");
     return qtTrId("chat.composer.not.connected");
 }
 
@@ -93,12 +103,23 @@ std::optional<Contact> ChatViewModel::contact() const {
     return controller()->contactForKey(m_target->contactKey());
 }
 
+QString ChatViewModel::unlistedTitle() const {
+    const ViewLogic::MessagesList list = ViewLogic::messagesList(
+        controller()->channels(), controller()->contacts(), controller()->conversations(), {}, {},
+        QLocale(), controller()->knownNames());
+    for (const ViewLogic::ConversationRow& row : list.contacts) {
+        if (row.id == *m_target)
+            return row.title;
+    }
+    return controller()->conversationTitle(*m_target);
+}
+
 void ChatViewModel::refresh() {
     // While the radio is being reconnected its contacts and channels are
     // gone until the handshake reads them again: the header keeps what it
     // showed for this conversation.
     if (controller() && m_headerKey == m_key &&
-        (controller()->isReconnecting() ||
+        ((controller()->isReconnecting() && !controller()->radioAway()) ||
          (controller()->isSyncing() && controller()->contacts().isEmpty() &&
           controller()->channels().isEmpty())))
         return;
@@ -111,7 +132,11 @@ void ChatViewModel::refresh() {
                                   : std::nullopt;
         const ViewLogic::ChatHeader base = ViewLogic::chatHeader(*m_target, contact, channel);
         header.isChannel = m_target->isChannel();
-        header.title = ViewLogic::safeName(base.title);
+        // A contact the radio does not know keeps the name a book gave it,
+        // as its row in the sidebar reads (with its key when the name is
+        // another's too).
+        header.title =
+            ViewLogic::safeName(contact || !m_target->isContact() ? base.title : unlistedTitle());
         header.subtitle = base.subtitle.text();
         header.avatarSeed = base.avatarSeed;
         header.avatarInitials = ViewLogic::safeName(base.avatarInitials);

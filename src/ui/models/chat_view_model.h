@@ -109,6 +109,8 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    // The title of a conversation whose contact the radio does not list.
+    QString unlistedTitle() const;
     struct Header {
         bool isChannel = false;
         QString title;

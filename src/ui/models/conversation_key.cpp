@@ -1,20 +1,5 @@
 #include "conversation_key.h"
 
 std::optional<ConversationID> conversationIDFromKey(const QString& key) {
-    static const QString contactPrefix = QStringLiteral("contact:");
-    static const QString channelPrefix = QStringLiteral("channel:");
-    if (key.startsWith(contactPrefix)) {
-        const QString publicKey = key.mid(contactPrefix.size());
-        if (publicKey.isEmpty())
-            return std::nullopt;
-        return ConversationID::contact(publicKey);
-    }
-    if (key.startsWith(channelPrefix)) {
-        bool ok = false;
-        const int index = key.mid(channelPrefix.size()).toInt(&ok);
-        if (!ok || index < 0)
-            return std::nullopt;
-        return ConversationID::channel(index);
-    }
-    return std::nullopt;
+    return ConversationID::fromKey(key);
 }

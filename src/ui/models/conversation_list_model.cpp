@@ -19,6 +19,7 @@ void ConversationListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::contactInserted, this, sync);
     connect(controller, &MeshController::contactChanged, this, sync);
     connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::contactsReordered, this, sync);
     connect(controller, &MeshController::channelInserted, this, sync);
     connect(controller, &MeshController::channelChanged, this, sync);
     connect(controller, &MeshController::channelRemoved, this, sync);
@@ -29,6 +30,8 @@ void ConversationListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::messageChanged, this, sync);
     connect(controller, &MeshController::messageRemoved, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
+    connect(controller, &MeshController::knownNamesChanged, this, sync);
+    connect(controller, &MeshController::notificationLevelsChanged, this, sync);
     const auto reset = [this] { rebuild(); };
     connect(controller, &MeshController::contactsReset, this, reset);
     connect(controller, &MeshController::channelsReset, this, reset);
@@ -48,9 +51,9 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
         setShowEmptyState(false);
         return {};
     }
-    const ViewLogic::MessagesList list =
-        ViewLogic::messagesList(controller()->channels(), controller()->contacts(),
-                                controller()->conversations(), controller()->favorites(), search());
+    const ViewLogic::MessagesList list = ViewLogic::messagesList(
+        controller()->channels(), controller()->contacts(), controller()->conversations(),
+        controller()->favorites(), search(), QLocale(), controller()->knownNames());
     setShowEmptyState(list.showEmptyState);
     QList<ConversationEntry> entries;
     const QString channels = qtTrId("sidebar.section.channels");
@@ -59,6 +62,10 @@ QList<ConversationEntry> ConversationListModel::computeRows() {
         entries.append({row.id.conversationKey(), channels, row});
     for (const auto& row : list.contacts)
         entries.append({row.id.conversationKey(), contacts, row});
+    for (ConversationEntry& entry : entries) {
+        entry.row.level = controller()->notificationLevel(entry.row.id);
+        entry.row.unreadMentions = controller()->unreadMentionCount(entry.row.id);
+    }
     return entries;
 }
 
@@ -98,7 +105,17 @@ QVariant ConversationListModel::data(const QModelIndex& index, int role) const {
         return ViewLogic::conversationRowSpoken(
             row.title, row.subtitle,
             row.hasTime() ? ViewLogic::relativeTime(row.time, m_now) : QString(), row.unread,
-            row.isFavorite);
+            row.isFavorite, row.unreadMentions, row.level);
+    case LevelRole:
+        return levelName(row.level);
+    case LevelSymbolRole:
+        return row.levelSymbol();
+    case LevelTextRole:
+        return ViewLogic::notificationLevelText(row.level);
+    case UnreadQuietRole:
+        return row.isUnreadQuiet();
+    case UnreadMentionRole:
+        return row.unread > 0 && row.unreadMentions > 0;
     }
     return {};
 }
@@ -119,5 +136,10 @@ QHash<int, QByteArray> ConversationListModel::roleNames() const {
         {InitialsRole, "initials"},
         {SymbolRole, "symbol"},
         {IsFavoriteRole, "isFavorite"},
+        {LevelRole, "level"},
+        {LevelSymbolRole, "levelSymbol"},
+        {LevelTextRole, "levelText"},
+        {UnreadQuietRole, "unreadQuiet"},
+        {UnreadMentionRole, "unreadMention"},
     };
 }

@@ -47,7 +47,12 @@ public:
         InitialsRole,
         SymbolRole, // empty when the avatar shows initials
         IsFavoriteRole,
-        SpokenTextRole, // what a screen reader announces for the row
+        SpokenTextRole,    // what a screen reader announces for the row
+        LevelRole,         // the notification level: "all", "mentions" or "nothing"
+        LevelSymbolRole,   // its icon beside the title; empty for All
+        LevelTextRole,     // its name, for the icon's tooltip
+        UnreadQuietRole,   // the count in grey: none of it would have notified
+        UnreadMentionRole, // an unread message mentions the user: "@" beside the count
     };
     Q_ENUM(Role)
 

@@ -4,9 +4,11 @@
 #include "logic/channel_sender.h"
 #include "logic/contrast.h"
 #include "logic/delivery_report.h"
+#include "logic/first_unread.h"
 #include "logic/safe_text.h"
 #include "logic/spoken_text.h"
 #include "look.h"
+#include "text/mentions.h"
 #include "text/text_segments.h"
 
 #include <QUrl>
@@ -14,10 +16,10 @@
 
 namespace {
 
-QString coloured(const QString& escaped, const QColor& color, bool underline) {
-    return QStringLiteral("<span style=\"color:%1;%2\">%3</span>")
+QString coloured(const QString& escaped, const QColor& color, bool underline, bool bold = false) {
+    return QStringLiteral("<span style=\"color:%1;%2%3\">%4</span>")
         .arg(color.name(), underline ? QStringLiteral("text-decoration:underline;") : QString(),
-             escaped);
+             bold ? QStringLiteral("font-weight:bold;") : QString(), escaped);
 }
 
 } // namespace
@@ -38,6 +40,10 @@ void MessageListModel::attach(MeshController* controller) {
         connect(controller, &MeshController::conversationRemoved, this,
                 &MessageListModel::onConversationAddedOrRemoved);
         connect(controller, &MeshController::conversationsReset, this, &MessageListModel::reload);
+        connect(controller, &MeshController::ownNameChanged, this, [this] {
+            if (m_count > 0)
+                Q_EMIT dataChanged(index(0), index(m_count - 1), {RichTextRole});
+        });
     }
     reload();
 }
@@ -47,8 +53,22 @@ void MessageListModel::setConversationKey(const QString& key) {
         return;
     m_key = key;
     m_target = conversationIDFromKey(key);
+    // Before anything marks the conversation read.
+    const auto it = controller() ? controller()->conversations().constFind(m_key)
+                                 : MeshController::ConversationMap::const_iterator();
+    ViewLogic::FirstUnread first;
+    if (controller() && it != controller()->conversations().cend())
+        first = ViewLogic::firstUnread(it->messages, it->unreadCount);
+    m_firstUnreadId =
+        first.row < 0 ? QString() : it->messages.at(first.row).id.toString(QUuid::WithoutBraces);
+    m_unreadAtOpen = first.count;
     reload();
+    Q_EMIT firstUnreadChanged();
     Q_EMIT conversationKeyChanged();
+}
+
+QString MessageListModel::dividerText() const {
+    return m_firstUnreadId.isEmpty() ? QString() : ViewLogic::newMessagesText(m_unreadAtOpen);
 }
 
 void MessageListModel::setIncomingMentionColor(const QColor& color) {
@@ -149,6 +169,11 @@ int MessageListModel::rowOfMessage(const QString& messageId) const {
     return -1;
 }
 
+bool MessageListModel::isOutgoing(int row) const {
+    const ChatMessage* message = messageAt(row);
+    return message && message->direction == ChatMessage::Direction::outgoing;
+}
+
 int MessageListModel::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : m_count;
 }
@@ -158,10 +183,11 @@ QString MessageListModel::reportToggleSymbol(bool expanded) {
 }
 
 QString MessageListModel::styledText(const QString& text, bool outgoing, const QColor& mentionColor,
-                                     const QColor& linkColor) {
+                                     const QColor& linkColor, const QString& ownName) {
     using Kind = Text::TextSegment::Kind;
     const QColor mention = outgoing ? MessageListModel::outgoingMentionColor() : mentionColor;
     const QColor link = outgoing ? MessageListModel::outgoingLinkColor() : linkColor;
+    const QString me = outgoing ? QString() : Text::foldedName(ownName);
     QString html;
     html.reserve(text.size() * 2 + 64);
     for (const Text::TextSegment& segment : Text::segments(text)) {
@@ -171,7 +197,7 @@ QString MessageListModel::styledText(const QString& text, bool outgoing, const Q
             html += escaped;
             break;
         case Kind::mention:
-            html += coloured(escaped, mention, false);
+            html += coloured(escaped, mention, false, Text::isMentionOf(segment, me));
             break;
         case Kind::link: {
             const QString run = coloured(escaped, link, true);
@@ -211,7 +237,7 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return outgoing;
     case RichTextRole:
         return styledText(ViewLogic::safeBody(channelSender().body), outgoing, m_mentionColor,
-                          m_linkColor);
+                          m_linkColor, controller()->ownName());
     case TextRole:
         return message->text;
     case SenderRole:
@@ -261,6 +287,8 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return ViewLogic::safeBody(Text::withMentionsAsShown(channelSender().body));
     case FailedRole:
         return outgoing && message->deliveryState == ChatMessage::DeliveryState::failed;
+    case FirstUnreadRole:
+        return !m_firstUnreadId.isEmpty() && message->id == QUuid(m_firstUnreadId);
     }
     return {};
 }
@@ -283,6 +311,7 @@ QHash<int, QByteArray> MessageListModel::roleNames() const {
         {StateTintRole, "stateTint"},
         {BodyTextRole, "bodyText"},
         {FailedRole, "failed"},
+        {FirstUnreadRole, "firstUnread"},
         {ReportLinesRole, "reportLines"},
         {SpokenTextRole, "spokenText"},
     };

@@ -33,6 +33,12 @@ class MessageListModel : public ControllerBoundListModel {
     Q_PROPERTY(QColor incomingBubbleColor READ incomingBubbleColor WRITE setIncomingBubbleColor
                    NOTIFY incomingColorsChanged)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
+    // The first message that was unread when the conversation was opened
+    // (set as the key changes, before the chat marks it read): the divider
+    // goes above it. Empty when nothing was unread.
+    Q_PROPERTY(QString firstUnreadId READ firstUnreadId NOTIFY firstUnreadChanged)
+    // "40 new messages", for the divider.
+    Q_PROPERTY(QString dividerText READ dividerText NOTIFY firstUnreadChanged)
 
 public:
     enum Role {
@@ -63,6 +69,8 @@ public:
         BodyTextRole,
         // A failed outgoing message, which the user can send again.
         FailedRole,
+        // The first message that was unread when the conversation opened.
+        FirstUnreadRole,
     };
     Q_ENUM(Role)
 
@@ -81,6 +89,8 @@ public:
     QColor incomingBubbleColor() const { return m_bubbleColor; }
     void setIncomingBubbleColor(const QColor& color);
     int count() const { return m_count; }
+    const QString& firstUnreadId() const { return m_firstUnreadId; }
+    QString dividerText() const;
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -89,18 +99,23 @@ public:
     // The row of the message with this id; -1 when it is not in this conversation.
     Q_INVOKABLE int rowOfMessage(const QString& messageId) const;
 
+    // Whether the message of a row is one the user sent.
+    Q_INVOKABLE bool isOutgoing(int row) const;
+
     // The icon of a bubble's report toggle.
     Q_INVOKABLE static QString reportToggleSymbol(bool expanded);
 
     // The styled HTML of a text: plain runs escaped, mentions and links in
-    // the colours of an incoming or outgoing bubble.
+    // the colours of an incoming or outgoing bubble. An incoming mention of
+    // `ownName` (ignoring case) is drawn bold.
     static QString styledText(const QString& text, bool outgoing, const QColor& mentionColor,
-                              const QColor& linkColor);
+                              const QColor& linkColor, const QString& ownName = {});
 
 Q_SIGNALS:
     void conversationKeyChanged();
     void incomingColorsChanged();
     void countChanged();
+    void firstUnreadChanged();
 
 protected:
     void attach(MeshController* controller) override;
@@ -120,4 +135,6 @@ private:
     QColor m_linkColor{QColor::fromRgbF(0.0f, 0.48f, 1.0f)};
     QColor m_bubbleColor;
     int m_count = 0;
+    QString m_firstUnreadId;
+    std::int64_t m_unreadAtOpen = 0;
 };

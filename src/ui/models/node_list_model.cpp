@@ -19,6 +19,7 @@ void NodeListModel::followRows(MeshController* controller) {
     connect(controller, &MeshController::contactInserted, this, sync);
     connect(controller, &MeshController::contactChanged, this, sync);
     connect(controller, &MeshController::contactRemoved, this, sync);
+    connect(controller, &MeshController::contactsReordered, this, sync);
     connect(controller, &MeshController::favoritesChanged, this, sync);
     connect(controller, &MeshController::contactsReset, this, [this] { rebuild(); });
 }

@@ -72,8 +72,16 @@ void ShellModel::attach(MeshController* controller) {
             Q_EMIT pillChanged();
             Q_EMIT selectionChanged();
         });
-        connect(controller, &MeshController::rememberedDeviceChanged, this,
-                &ShellModel::pillChanged);
+        connect(controller, &MeshController::rememberedDeviceChanged, this, [this] {
+            Q_EMIT pillChanged();
+            Q_EMIT connectionChanged();
+        });
+        for (const auto changed :
+             {&MeshController::radioAwayChanged, &MeshController::waitsForBluetoothChanged})
+            connect(controller, changed, this, [this] {
+                Q_EMIT connectionChanged();
+                Q_EMIT pillChanged();
+            });
         connect(controller, &MeshController::autoReconnectChanged, this,
                 &ShellModel::autoReconnectChanged);
         connect(controller, &MeshController::contactsChanged, this, &ShellModel::selectionChanged);
@@ -101,6 +109,33 @@ bool ShellModel::connected() const {
 
 bool ShellModel::reconnecting() const {
     return controller() && controller()->isReconnecting();
+}
+
+bool ShellModel::lookingForRadio() const {
+    return reconnecting() && !(radioAway() && controller()->waitsForBluetooth());
+}
+
+bool ShellModel::radioAway() const {
+    return controller() && controller()->radioAway() && !connected();
+}
+
+QString ShellModel::radioNeededReason() const {
+    if (!controller() || connected())
+        return {};
+    const QString name = ViewLogic::safeName(controller()->rememberedDeviceName());
+    if (lookingForRadio())
+        return qtTrId("main.radio.needed.reconnecting").arg(name);
+    return qtTrId("main.radio.needed.away");
+}
+
+bool ShellModel::canForgetRadio() const {
+    return controller() && (!controller()->bookRadioKey().isEmpty() ||
+                            controller()->rememberedDeviceId().has_value());
+}
+
+void ShellModel::forgetThisRadio() {
+    if (controller())
+        controller()->forgetThisRadio();
 }
 
 bool ShellModel::autoReconnect() const {
@@ -156,8 +191,10 @@ QString ShellModel::pillTitle() const {
 QString ShellModel::pillSecondLine() const {
     if (!controller())
         return {};
-    if (reconnecting())
+    if (lookingForRadio())
         return qtTrId("main.connection.reconnecting");
+    if (radioAway())
+        return qtTrId("main.connection.away");
     const auto line = ViewLogic::pillSecondLine(controller()->isSyncing(), controller()->battery());
     return line ? line->text() : QString();
 }

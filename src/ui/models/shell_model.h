@@ -22,7 +22,13 @@ class ShellModel : public ControllerBoundObject {
     Q_PROPERTY(bool connected READ connected NOTIFY connectionChanged)
     // The radio dropped and is being reconnected: the main window stays.
     Q_PROPERTY(bool reconnecting READ reconnecting NOTIFY connectionChanged)
+    // The remembered radio is away and its node book is shown.
+    Q_PROPERTY(bool radioAway READ radioAway NOTIFY connectionChanged)
     Q_PROPERTY(bool showsMainView READ showsMainView NOTIFY connectionChanged)
+    // A radio is remembered (its book, or to reconnect to): File > Forget.
+    Q_PROPERTY(bool canForgetRadio READ canForgetRadio NOTIFY connectionChanged)
+    // Why the actions that need the radio are off; empty while connected.
+    Q_PROPERTY(QString radioNeededReason READ radioNeededReason NOTIFY connectionChanged)
     // The "Reconnect automatically" preference.
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
@@ -62,7 +68,10 @@ public:
     QString transportStateName() const;
     bool connected() const;
     bool reconnecting() const;
-    bool showsMainView() const { return connected() || reconnecting(); }
+    bool radioAway() const;
+    bool showsMainView() const { return connected() || reconnecting() || radioAway(); }
+    QString radioNeededReason() const;
+    bool canForgetRadio() const;
     bool autoReconnect() const;
     void setAutoReconnect(bool on);
     bool scanning() const;
@@ -98,6 +107,8 @@ public:
     // Hides the connection error; the next failure shows again.
     Q_INVOKABLE void dismissConnectionError();
     Q_INVOKABLE void disconnectFromDevice();
+    // Deletes the radio's node book and stops reconnecting to it.
+    Q_INVOKABLE void forgetThisRadio();
     Q_INVOKABLE bool hasContact(const QString& publicKey) const;
     Q_INVOKABLE QString contactTitle(const QString& publicKey) const;
 
@@ -115,6 +126,9 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    // Reconnecting and looking: a radio shown from its book while Bluetooth
+    // cannot be used is plainly away.
+    bool lookingForRadio() const;
     void beginScan();
     void cancelScanLimit();
 

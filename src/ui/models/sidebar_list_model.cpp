@@ -13,22 +13,25 @@ void SidebarListModel::attach(MeshController* controller) {
     m_holding = false;
     if (controller) {
         followRows(controller);
-        connect(controller, &MeshController::isReconnectingChanged, this,
-                &SidebarListModel::followReconnection);
-        connect(controller, &MeshController::isSyncingChanged, this,
-                &SidebarListModel::followReconnection);
+        for (const auto changed :
+             {&MeshController::isReconnectingChanged, &MeshController::isSyncingChanged,
+              &MeshController::radioAwayChanged})
+            connect(controller, changed, this, &SidebarListModel::followReconnection);
     }
     rebuild();
 }
 
 void SidebarListModel::followReconnection() {
-    if (controller()->isReconnecting()) {
+    // Without a node book the radio's lists go while it is reconnected: the
+    // rows keep what they show. With one the lists stand, and the rows follow
+    // them (the book read while the radio is looked for, its answers after).
+    if (controller()->isReconnecting() && !controller()->radioAway()) {
         m_holding = true;
         return;
     }
     // Back (or given up): the rows follow again once the handshake has read
     // the lists.
-    if (!m_holding || controller()->isSyncing())
+    if (!m_holding || (controller()->isSyncing() && !controller()->radioAway()))
         return;
     m_holding = false;
     update();

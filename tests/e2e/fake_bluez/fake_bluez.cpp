@@ -980,3 +980,8 @@ void FakeBluezControl::DropAnswers(const QString& address, int count) {
     if (const auto& sim = m_bluez->radio(address).sim)
         sim->dropNextAnswers(count);
 }
+
+void FakeBluezControl::ForgetContact(const QString& address, const QString& publicKey) {
+    if (const auto& sim = m_bluez->radio(address).sim)
+        sim->forgetContact(publicKey);
+}

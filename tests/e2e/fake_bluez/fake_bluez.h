@@ -248,6 +248,8 @@ public Q_SLOTS:
     // "succeed", "fail" or "hang".
     void SetConnectMode(const QString& address, const QString& mode);
     void DropRadio(const QString& address) { m_bluez->dropRadio(address); }
+    // The radio no longer has this contact (the next contact list lacks it).
+    void ForgetContact(const QString& address, const QString& publicKey);
     void ChangeServices(const QString& address) { m_bluez->changeServices(address); }
     void Vanish(const QString& address) { m_bluez->vanish(address); }
     void AbandonPairing(const QString& address) { m_bluez->abandonPairing(address); }

@@ -3,12 +3,13 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// The top of a chat: avatar, title and subtitle, and for a known contact the
-// key-verification menu button.
+// The top of a chat: avatar, title and subtitle, the notification level's
+// menu button, and for a known contact the key-verification menu button.
 Rectangle {
     id: header
 
     required property ChatViewModel chat
+    required property NotificationLevelModel levels
 
     implicitHeight: row.implicitHeight + 24
     color: Theme.barBackground
@@ -50,6 +51,43 @@ Rectangle {
                 color: Theme.secondaryText
                 font.pixelSize: Theme.captionSize
                 elide: Text.ElideRight
+            }
+        }
+
+        AbstractButton {
+            id: levelButton
+            objectName: "levelButton"
+            hoverEnabled: true
+            padding: 6
+            Accessible.role: Accessible.ButtonMenu
+            Accessible.name: qsTrId("notifications.button")
+            Accessible.description: header.levels.text
+            contentItem: Icon {
+                symbol: header.levels.symbol
+                size: Theme.bodySize + 2
+                color: header.levels.muted ? Theme.secondaryText : Theme.primaryText
+            }
+            background: Rectangle {
+                radius: 6
+                color: levelButton.hovered || levelMenu.visible ? Theme.controlBackground
+                                                                : "transparent"
+                FocusRing {
+                    shown: levelButton.visualFocus
+                    inset: -2
+                    radius: 8
+                }
+            }
+            ToolTip.visible: hovered && !levelMenu.visible
+            ToolTip.delay: 600
+            ToolTip.text: qsTrId("notifications.button") + ": " + header.levels.text
+            onClicked: levelMenu.popup(levelButton, 0, levelButton.height + 2)
+
+            Menu {
+                id: levelMenu
+                objectName: "levelMenu"
+                LevelMenuItem { levels: header.levels; level: "all" }
+                LevelMenuItem { levels: header.levels; level: "mentions" }
+                LevelMenuItem { levels: header.levels; level: "nothing" }
             }
         }
 

@@ -4,7 +4,11 @@ import QtQuick.Layouts
 import Talvenne
 
 // The detail pane of one conversation: header, conflict banner, the message
-// list (kept scrolled to the newest message) and the composer.
+// list and the composer. The list opens at the first message that was
+// unread, under a "N new messages" divider, when those do not all fit, and
+// at its end otherwise; it follows new messages while the user is at the
+// end. Scrolled up, a button (and Ctrl+End) jumps to the end, counting what
+// arrived meanwhile.
 Rectangle {
     id: view
 
@@ -19,6 +23,11 @@ Rectangle {
     // The list follows its newest message: on opening, and while the user
     // stays at the bottom. Scrolling up lets go; scrolling back down holds on.
     property bool pinned: true
+
+    // Messages that arrived while the user was scrolled away from the end.
+    property int newSinceAway: 0
+    // The conversation's notification level, for the header and the menus.
+    readonly property NotificationLevelModel levels: levelModel
 
     // A message to scroll to and mark for a moment (a search result).
     property string revealMessageId
@@ -67,10 +76,17 @@ Rectangle {
         onConversationKeyChanged: view.arrive()
     }
 
+    NotificationLevelModel {
+        id: levelModel
+        controller: view.controller
+        conversationKey: view.conversationKey
+    }
+
+    // Its key is set as the chat arrives, before the conversation is read:
+    // it notes which messages were unread.
     MessageListModel {
         id: messages
         controller: view.controller
-        conversationKey: view.conversationKey
         incomingMentionColor: Theme.mention
         incomingLinkColor: Theme.blue
         incomingBubbleColor: Theme.incomingBubble
@@ -80,8 +96,11 @@ Rectangle {
     // composer takes the focus only when asked (Enter or a click on the row),
     // so arrow keys can walk the sidebar.
     function arrive() {
+        messages.conversationKey = view.conversationKey
         chatModel.markRead()
         pinned = true
+        newSinceAway = 0
+        placeAtFirstUnread = messages.firstUnreadId.length > 0
         settleLater.start()
         if (revealMessageId.length > 0)
             revealLater.start()
@@ -104,10 +123,49 @@ Rectangle {
                                  list.originY + list.contentHeight + list.bottomMargin - list.height)
     }
 
-    // The end once the list is laid out, unless a revealed message let go of it.
+    // The end once the list is laid out, unless a revealed message let go of
+    // it; on opening, the first unread message when they do not all fit.
+    property bool placeAtFirstUnread: false
     function settleAtEnd() {
+        if (placeAtFirstUnread) {
+            placeAtFirstUnread = false
+            if (showFirstUnread())
+                return
+        }
         if (pinned)
             jumpToEnd()
+    }
+
+    // The divider at the top of the view; false (the end will do) when the
+    // unread messages all fit below it.
+    function showFirstUnread() {
+        const row = messages.rowOfMessage(messages.firstUnreadId)
+        if (row < 0 || revealMessageId.length > 0)
+            return false
+        scrollAnimation.stop()
+        list.forceLayout()
+        list.positionViewAtIndex(row, ListView.Beginning)
+        list.forceLayout()
+        const item = list.itemAtIndex(row)
+        if (!item)
+            return false
+        const end = Math.max(list.originY - list.topMargin,
+                             list.originY + list.contentHeight + list.bottomMargin - list.height)
+        const top = item.y - list.topMargin
+        // Short of fitting by less than the divider's own room: the end
+        // shows them all with the divider still in view.
+        if (top + 40 >= end)
+            return false
+        list.contentY = top
+        pinned = false
+        return true
+    }
+
+    // The jump button and Ctrl+End: the end, following new messages again.
+    function jumpToLatest() {
+        pinned = true
+        newSinceAway = 0
+        scrollToEnd()
     }
 
     function holdEnd() {
@@ -136,7 +194,27 @@ Rectangle {
             if (view.revealMessageId.length > 0)
                 revealLater.start()
         }
-        function onRowsInserted() { scrollLater.start() }
+        // At the end the list follows; scrolled away it stays, and counts
+        // what arrived. A message the user sends brings the end back.
+        function onRowsInserted(parent, first, last) {
+            let sent = false
+            for (let row = first; row <= last; ++row)
+                sent = sent || messages.isOutgoing(row)
+            if (sent)
+                view.pinned = true
+            if (view.pinned) {
+                view.newSinceAway = 0
+                scrollLater.start()
+            } else {
+                view.newSinceAway += last - first + 1
+            }
+        }
+    }
+
+    Shortcut {
+        sequence: "Ctrl+End"
+        enabled: view.visible
+        onActivated: view.jumpToLatest()
     }
 
     Connections {
@@ -154,6 +232,7 @@ Rectangle {
         ChatHeader {
             Layout.fillWidth: true
             chat: chatModel
+            levels: levelModel
         }
 
         ConflictBanner {
@@ -186,13 +265,19 @@ Rectangle {
             cacheBuffer: 1200
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
-                onPressedChanged: if (!pressed) view.pinned = list.atYEnd
+                onPressedChanged: if (!pressed) list.settleMoved()
             }
 
             Accessible.role: Accessible.List
             Accessible.name: chatModel.title
 
-            onMovementEnded: view.pinned = atYEnd
+            onMovementEnded: settleMoved()
+            // The user moved the list: at the end it follows again.
+            function settleMoved() {
+                view.pinned = atYEnd
+                if (view.pinned)
+                    view.newSinceAway = 0
+            }
             // Narrowing the column (an inspector opening) rewraps every
             // bubble; a pinned list keeps its newest message in view.
             onContentHeightChanged: view.holdEnd()
@@ -211,6 +296,7 @@ Rectangle {
             delegate: MessageBubble {
                 chat: chatModel
                 markedMessageId: list.markedMessageId
+                dividerText: messages.dividerText
                 onRevealRequested: list.revealRow(index)
                 width: list.width - list.leftMargin - list.rightMargin
             }
@@ -242,5 +328,15 @@ Rectangle {
             chat: chatModel
             onLeaveRequested: view.leaveRequested()
         }
+    }
+
+    // Over the list's lower right corner (the layout fills the view).
+    JumpToLatestButton {
+        objectName: "jumpToLatest"
+        x: list.x + list.width - width - 24
+        y: list.y + list.height - height - 14
+        visible: !view.pinned && list.count > 0
+        count: view.newSinceAway
+        onClicked: view.jumpToLatest()
     }
 }

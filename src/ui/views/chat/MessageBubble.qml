@@ -32,6 +32,10 @@ Item {
     required property string spokenText
     required property string bodyText
     required property bool failed
+    // The first message that was unread when the chat opened: the "N new
+    // messages" divider goes above it.
+    required property bool firstUnread
+    property string dividerText
 
     // Whether the delivery report is unfolded; belongs to this bubble only.
     property bool expanded: false
@@ -43,7 +47,9 @@ Item {
     readonly property real maxColumnWidth: Math.max(120, Math.min(width - 60 - badgeSpace,
                                                                   width * 0.7))
 
-    implicitHeight: column.implicitHeight
+    readonly property real dividerSpace: firstUnread ? unreadDivider.height + 12 : 0
+
+    implicitHeight: dividerSpace + column.implicitHeight
 
     Accessible.role: Accessible.ListItem
     Accessible.name: spokenText
@@ -80,11 +86,20 @@ Item {
         }
     }
 
+    UnreadDivider {
+        id: unreadDivider
+        objectName: "unreadDivider"
+        visible: bubbleRow.firstUnread
+        width: bubbleRow.width
+        text: bubbleRow.dividerText
+    }
+
     // A search result's message is marked for a moment.
     Rectangle {
         objectName: "revealMark"
         anchors.fill: parent
         anchors.margins: -5
+        anchors.topMargin: bubbleRow.dividerSpace - 5
         radius: 10
         color: Theme.mention
         opacity: bubbleRow.markedMessageId === bubbleRow.messageId
@@ -96,7 +111,7 @@ Item {
     SenderBadge {
         visible: bubbleRow.hasSender
         x: 0
-        y: 4
+        y: 4 + bubbleRow.dividerSpace
         senderColor: bubbleRow.senderColor
         badgeText: bubbleRow.senderBadge
     }
@@ -104,6 +119,7 @@ Item {
     ColumnLayout {
         id: column
         x: bubbleRow.outgoing ? bubbleRow.width - width : bubbleRow.badgeSpace
+        y: bubbleRow.dividerSpace
         width: Math.min(implicitWidth, bubbleRow.maxColumnWidth)
         spacing: 3
 

@@ -36,6 +36,9 @@ QtObject {
     readonly property color blue: dark ? "#64d2ff" : "#0058b8"
     // Under white text: the conflict banner.
     readonly property color redFill: dark ? "#c4302b" : "#c62a1f"
+    // Under white text that should not call for attention: the unread count
+    // of a quiet conversation.
+    readonly property color quietFill: dark ? "#5c5c61" : "#6b6b70"
     // An incoming bubble as drawn over the window.
     readonly property color incomingBubble: Qt.tint(window, controlBackground)
     // An @mention in an incoming bubble.

@@ -9,6 +9,7 @@ ColumnLayout {
     id: actions
 
     required property DeviceViewModel device
+    required property ShellModel shell
 
     signal rebootRequested()
     signal forgetRequested()
@@ -28,8 +29,13 @@ ColumnLayout {
         kind: 1
     }
 
+    RadioNeededNote {
+        Layout.fillWidth: true
+        shell: actions.shell
+    }
     PaneButton {
         objectName: "advertZeroButton"
+        enabled: actions.shell.connected
         text: qsTrId(zeroHop.sent ? "device.button.advertise.zero.sent" : "device.button.advertise.zero")
         symbol: zeroHop.sent ? "checkmark.circle.fill" : "dot.radiowaves.left.and.right"
         tint: zeroHop.sent ? Theme.green : Theme.primaryText
@@ -37,6 +43,7 @@ ColumnLayout {
     }
     PaneButton {
         objectName: "advertFloodButton"
+        enabled: actions.shell.connected
         text: qsTrId(flood.sent ? "device.button.advertise.flood.sent" : "device.button.advertise.flood")
         symbol: flood.sent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
         tint: flood.sent ? Theme.green : Theme.primaryText
@@ -44,6 +51,7 @@ ColumnLayout {
     }
     PaneButton {
         objectName: "rebootButton"
+        enabled: actions.shell.connected
         text: qsTrId("device.button.reboot")
         symbol: "power"
         tint: Theme.red
@@ -51,6 +59,7 @@ ColumnLayout {
     }
     PaneButton {
         objectName: "disconnectButton"
+        enabled: actions.shell.connected || actions.shell.reconnecting
         text: qsTrId("device.button.disconnect")
         symbol: "wifi.slash"
         onClicked: actions.device.disconnectRadio()

@@ -8,6 +8,8 @@ PaneSection {
     id: section
 
     required property DeviceViewModel device
+    // Settings and refreshes need the radio.
+    property bool radioConnected: true
 
     title: qsTrId("device.section.identity")
 
@@ -30,6 +32,7 @@ PaneSection {
         IconButton {
             id: editNameButton
             objectName: "editNameButton"
+            enabled: section.radioConnected
             symbol: "pencil"
             text: qsTrId("device.button.edit.name")
             onClicked: {

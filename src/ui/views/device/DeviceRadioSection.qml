@@ -8,6 +8,8 @@ PaneSection {
     id: section
 
     required property DeviceViewModel device
+    // Settings and refreshes need the radio.
+    property bool radioConnected: true
 
     visible: device.hasBattery || device.hasSelfInfo
     title: qsTrId("device.section.radio")
@@ -79,6 +81,7 @@ PaneSection {
         }
         Slider {
             objectName: "txPowerSlider"
+            enabled: section.radioConnected
             Accessible.name: qsTrId("device.field.tx.power")
             Layout.fillWidth: true
             from: 0

@@ -7,12 +7,15 @@ PaneSection {
     id: section
 
     required property DeviceViewModel device
+    // Settings and refreshes need the radio.
+    property bool radioConnected: true
 
     // Stays with its refresh button while the radio has not answered yet.
     visible: device.hasSelfInfo || device.statistics.length > 0
     title: qsTrId("device.section.statistics")
     header: IconButton {
         objectName: "refreshButton"
+        enabled: section.radioConnected
         symbol: "arrow.clockwise"
         text: qsTrId("device.button.refresh")
         onClicked: section.device.refresh()

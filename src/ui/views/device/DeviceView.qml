@@ -14,6 +14,11 @@ ScrollView {
     contentWidth: availableWidth
     clip: true
 
+    ShellModel {
+        id: radio
+        controller: pane.controller
+    }
+
     DeviceViewModel {
         id: viewModel
         objectName: "deviceModel"
@@ -38,18 +43,21 @@ ScrollView {
             Layout.leftMargin: 12
             Layout.rightMargin: 12
             device: viewModel
+            radioConnected: radio.connected
         }
         DeviceRadioSection {
             Layout.fillWidth: true
             Layout.leftMargin: 12
             Layout.rightMargin: 12
             device: viewModel
+            radioConnected: radio.connected
         }
         DeviceStatisticsSection {
             Layout.fillWidth: true
             Layout.leftMargin: 12
             Layout.rightMargin: 12
             device: viewModel
+            radioConnected: radio.connected
         }
         DeviceActions {
             Layout.fillWidth: true
@@ -57,6 +65,7 @@ ScrollView {
             Layout.rightMargin: 12
             Layout.bottomMargin: 16
             device: viewModel
+            shell: radio
             onRebootRequested: rebootDialog.open()
             onForgetRequested: forgetDialog.open()
         }

@@ -3,8 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Talvenne
 
-// The inspector beside a direct chat: the contact's facts and whether its
-// key has been verified.
+// The inspector beside a direct chat: the contact's facts, whether its key
+// has been verified, and how its messages notify.
 ScrollView {
     id: view
 
@@ -15,12 +15,23 @@ ScrollView {
     contentWidth: availableWidth
     clip: true
 
+    ShellModel {
+        id: radio
+        controller: view.controller
+    }
+
     NodeDetailModel {
         id: node
         objectName: "nodeModel"
         controller: view.controller
         publicKey: view.publicKey
         inspector: true
+    }
+
+    NotificationLevelModel {
+        id: levels
+        controller: view.controller
+        conversationKey: "contact:" + view.publicKey
     }
 
     ColumnLayout {
@@ -56,6 +67,18 @@ ScrollView {
             Layout.rightMargin: 12
             node: node
         }
+        RadioNeededNote {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            shell: radio
+        }
+        NotificationLevelCard {
+            Layout.fillWidth: true
+            Layout.leftMargin: 12
+            Layout.rightMargin: 12
+            levels: levels
+        }
         // Side by side while both titles fit, else one above the other.
         GridLayout {
             Layout.fillWidth: true
@@ -69,6 +92,7 @@ ScrollView {
             PaneButton {
                 id: resetPath
                 objectName: "resetPathButton"
+                enabled: radio.connected
                 text: qsTrId("node.detail.button.reset.path")
                 symbol: "arrow.triangle.2.circlepath"
                 onClicked: node.resetPath()

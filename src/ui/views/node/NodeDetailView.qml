@@ -26,6 +26,11 @@ ScrollView {
     contentWidth: availableWidth
     clip: true
 
+    ShellModel {
+        id: radio
+        controller: view.controller
+    }
+
     NodeDetailModel {
         id: node
         objectName: "nodeModel"
@@ -69,6 +74,10 @@ ScrollView {
             spacing: 8
             enabled: !node.busy
 
+            RadioNeededNote {
+                Layout.fillWidth: true
+                shell: radio
+            }
             ProminentButton {
                 id: messageButton
                 objectName: "messageButton"
@@ -81,12 +90,14 @@ ScrollView {
             PaneButton {
                 id: resetPathButton
                 objectName: "resetPathButton"
+                enabled: radio.connected
                 text: qsTrId("node.detail.button.reset.path")
                 symbol: "arrow.triangle.2.circlepath"
                 onClicked: node.resetPath()
             }
             PaneButton {
                 objectName: "shareButton"
+                enabled: radio.connected
                 text: qsTrId("node.detail.button.share")
                 symbol: "square.and.arrow.up"
                 onClicked: node.share()
@@ -102,6 +113,7 @@ ScrollView {
             }
             PaneButton {
                 objectName: "removeButton"
+                enabled: radio.connected
                 text: qsTrId("node.detail.button.remove")
                 symbol: "trash"
                 tint: Theme.red

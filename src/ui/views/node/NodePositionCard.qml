@@ -62,6 +62,7 @@ Rectangle {
             }
             Label {
                 text: qsTrId("node.detail.distance")
+                textFormat: Text.PlainText
                 color: Theme.secondaryText
                 font.pixelSize: Theme.calloutSize
             }
@@ -70,6 +71,7 @@ Rectangle {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignRight
                 text: nodeMap.distanceText
+                textFormat: Text.PlainText
                 color: Theme.primaryText
                 font.pixelSize: Theme.calloutSize
             }

@@ -2,8 +2,9 @@ import QtQuick
 import QtQuick.Layouts
 import Talvenne
 
-// One conversation in the sidebar: avatar, title, time, last message and
-// unread badge.
+// One conversation in the sidebar: avatar, title, notification level, time,
+// last message and unread badge (grey when none of it would have notified,
+// with "@" when a message mentions the user).
 Item {
     id: row
 
@@ -16,6 +17,10 @@ Item {
     property string symbol
     property bool isFavorite
     property bool selected
+    property string levelSymbol
+    property string levelText
+    property bool unreadQuiet
+    property bool unreadMention
 
     implicitHeight: 58
 
@@ -53,6 +58,15 @@ Item {
                     font.weight: Font.DemiBold
                     elide: Text.ElideRight
                 }
+                Icon {
+                    objectName: "levelIcon"
+                    visible: row.levelSymbol.length > 0
+                    symbol: row.levelSymbol
+                    size: 13
+                    color: Theme.secondaryText
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: row.levelText
+                }
                 Text {
                     textFormat: Text.PlainText
                     visible: row.timeText.length > 0
@@ -73,13 +87,22 @@ Item {
                     elide: Text.ElideRight
                     maximumLineCount: 1
                 }
+                Text {
+                    objectName: "mentionMarker"
+                    visible: row.unread >= 1 && row.unreadMention
+                    text: "@"
+                    textFormat: Text.PlainText
+                    color: Theme.accent
+                    font.pixelSize: Theme.captionSize + 2
+                    font.bold: true
+                }
                 Rectangle {
                     objectName: "unreadBadge"
                     visible: row.unread >= 1
                     implicitWidth: Math.max(height, badgeText.implicitWidth + 12)
                     implicitHeight: badgeText.implicitHeight + 4
                     radius: height / 2
-                    color: Theme.accentFill
+                    color: row.unreadQuiet ? Theme.quietFill : Theme.accentFill
                     Text {
                         textFormat: Text.PlainText
                         id: badgeText

@@ -37,10 +37,12 @@ Rectangle {
         controller: sidebar.controller
         search: sidebar.nodesMode ? searchField.text : ""
     }
-    // Relative times move on while the window is open.
+    // Relative times move on while the window is in use, and catch up at
+    // once when the user comes back to it; an idle window repaints nothing.
     Timer {
         interval: 30000
-        running: true
+        running: sidebar.Window.active
+        triggeredOnStart: true
         repeat: true
         onTriggered: conversations.now = new Date()
     }
@@ -198,6 +200,10 @@ Rectangle {
                             symbol: cell.model.symbol
                             isFavorite: cell.model.isFavorite
                             selected: cell.selected
+                            levelSymbol: cell.model.levelSymbol
+                            levelText: cell.model.levelText
+                            unreadQuiet: cell.model.unreadQuiet
+                            unreadMention: cell.model.unreadMention
                         }
                     }
                     Component {
@@ -236,6 +242,7 @@ Rectangle {
                         channelIndex: isChannel ? cell.model.channelIndex : -1
                         contactKey: sidebar.nodesMode ? cell.model.key : (cell.model.contactKey || "")
                         isFavorite: cell.model.isFavorite || false
+                        conversationKey: sidebar.nodesMode ? "" : cell.model.key
                     }
                 }
             }

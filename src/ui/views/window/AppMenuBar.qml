@@ -2,9 +2,10 @@ import QtQuick
 import QtQuick.Controls
 import Talvenne
 
-// The window's menus: File (Disconnect while connected, Quit), View (the two
-// sidebar modes, the map, Find, the inspector panes) and Help (About). Their
-// shortcuts work whether or not a menu is open.
+// The window's menus: File (Save Conversation As…, Connect to Another Radio,
+// Disconnect while connected, Forget This Radio, Quit), View (the two sidebar
+// modes, the map, Find, muting the open conversation, the inspector panes)
+// and Help (About). Their shortcuts work whether or not a menu is open.
 MenuBar {
     id: bar
 
@@ -13,7 +14,11 @@ MenuBar {
     property MainView mainView: null
 
     signal aboutRequested()
+    signal connectAnotherRequested()
+    signal forgetThisRadioRequested()
     signal historySearchRequested()
+    // File > Save Conversation As…, for the open chat.
+    signal saveConversationRequested(string conversationKey)
     // File > Quit: the window closes, which may ask first.
     signal quitRequested()
 
@@ -63,13 +68,41 @@ MenuBar {
     Menu {
         title: qsTrId("menu.file")
         BarItem {
-            objectName: "disconnectMenuItem"
+            objectName: "saveConversationMenuItem"
+            action: Action {
+                text: qsTrId("menu.file.save.conversation")
+                shortcut: "Ctrl+Shift+S"
+                enabled: bar.mainView !== null && bar.mainView.chat !== null
+                         && bar.mainView.mode === "messages"
+                onTriggered: bar.saveConversationRequested(bar.mainView.chat.conversationKey)
+            }
+        }
+        BarItem {
+            objectName: "connectAnotherMenuItem"
             visible: bar.shell.showsMainView
+            action: Action {
+                text: qsTrId("menu.file.connect.another")
+                enabled: bar.shell.showsMainView
+                onTriggered: bar.connectAnotherRequested()
+            }
+        }
+        BarItem {
+            objectName: "disconnectMenuItem"
+            visible: bar.shell.connected || bar.shell.reconnecting
             action: Action {
                 text: qsTrId("Disconnect")
                 shortcut: "Ctrl+Shift+D"
-                enabled: bar.shell.showsMainView
+                enabled: bar.shell.connected || bar.shell.reconnecting
                 onTriggered: bar.shell.disconnectFromDevice()
+            }
+        }
+        BarItem {
+            objectName: "forgetThisRadioMenuItem"
+            visible: bar.shell.canForgetRadio
+            action: Action {
+                text: qsTrId("menu.file.forget.radio")
+                enabled: bar.shell.canForgetRadio
+                onTriggered: bar.forgetThisRadioRequested()
             }
         }
         BarItem {
@@ -144,12 +177,30 @@ MenuBar {
             }
         }
         MenuSeparator {}
+        // Between the level set and Nothing.
+        BarItem {
+            objectName: "muteMenuItem"
+            action: Action {
+                text: qsTrId("menu.view.mute")
+                shortcut: "Ctrl+Shift+M"
+                enabled: bar.mainView !== null && bar.mainView.chat !== null
+                         && bar.mainView.mode === "messages" && bar.mainView.chat.levels.settable
+                checkable: true
+                checked: bar.mainView !== null && bar.mainView.chat !== null
+                         && bar.mainView.chat.levels.muted
+                onTriggered: {
+                    bar.mainView.chat.levels.toggleMute()
+                    checked = Qt.binding(() => bar.mainView !== null && bar.mainView.chat !== null
+                                         && bar.mainView.chat.levels.muted)
+                }
+            }
+        }
         BarItem {
             objectName: "conversationInfoMenuItem"
             action: Action {
                 text: qsTrId("menu.view.conversation.info")
                 shortcut: "Ctrl+I"
-                enabled: bar.mainView !== null && bar.mainView.chatContactKey.length > 0
+                enabled: bar.mainView !== null && bar.mainView.chatInfoKey.length > 0
                 checkable: true
                 checked: bar.mainView !== null && bar.mainView.inspector === "chatInfo"
                 onTriggered: bar.mainView.toggleInspector("chatInfo")

@@ -64,7 +64,10 @@ ApplicationWindow {
         shell: shell
         mainView: window.mainView
         onAboutRequested: aboutDialog.open()
+        onConnectAnotherRequested: radioPicker.open()
+        onForgetThisRadioRequested: forgetThisRadio.open()
         onHistorySearchRequested: historySearch.open()
+        onSaveConversationRequested: (key) => saveConversation.openFor(key)
         onQuitRequested: window.close()
     }
 
@@ -83,8 +86,25 @@ ApplicationWindow {
         onResultChosen: (key, messageId) => shell.openMessage(key, messageId)
     }
 
+    SaveConversationDialog {
+        id: saveConversation
+        controller: window.controller
+    }
+
     AboutDialog {
         id: aboutDialog
+    }
+
+    RadioPickerDialog {
+        id: radioPicker
+        controller: window.controller
+        shell: shell
+        bluetoothAdapter: window.bluetoothAdapter
+    }
+
+    ForgetThisRadioDialog {
+        id: forgetThisRadio
+        shell: shell
     }
 
     PinSheet {

@@ -24,6 +24,14 @@ Item {
     readonly property ChatView chat: chatLoader.item as ChatView
     readonly property string chatContactKey: mode === "messages" && !showsMap
                                              ? shell.currentChatContactKey : ""
+    // The conversation the info pane can show: a listed contact's or a
+    // channel's; empty otherwise.
+    readonly property string chatInfoKey: {
+        if (chatContactKey.length > 0)
+            return "contact:" + chatContactKey
+        const key = shell.selectedConversationKey
+        return mode === "messages" && !showsMap && key.startsWith("channel:") ? key : ""
+    }
     // What the window's title names: the open chat with its subtitle, or the
     // node shown; empty when the detail column is a placeholder.
     readonly property string windowTitle: {
@@ -38,7 +46,7 @@ Item {
 
     objectName: "mainView"
 
-    onChatContactKeyChanged: if (inspector === "chatInfo") inspector = ""
+    onChatInfoKeyChanged: if (inspector === "chatInfo") inspector = ""
     // Connected: the keyboard starts on the conversation list.
     Component.onCompleted: sidebar.focusList()
 
@@ -147,7 +155,8 @@ Item {
                 objectName: "addButton"
                 symbol: "plus"
                 text: qsTrId("main.toolbar.add")
-                help: qsTrId("main.toolbar.add.help")
+                enabled: main.shell.connected
+                help: enabled ? qsTrId("main.toolbar.add.help") : main.shell.radioNeededReason
                 onClicked: addMenu.popup(addButton, 0, addButton.height)
                 Menu {
                     id: addMenu
@@ -168,7 +177,8 @@ Item {
                 symbol: advert.sent ? "checkmark.circle.fill" : "antenna.radiowaves.left.and.right"
                 tint: advert.sent ? Theme.green : Theme.primaryText
                 text: qsTrId(advert.sent ? "main.toolbar.advertise.sent" : "main.toolbar.advertise")
-                help: qsTrId("main.toolbar.advertise.help")
+                enabled: main.shell.connected
+                help: enabled ? qsTrId("main.toolbar.advertise.help") : main.shell.radioNeededReason
                 showText: true
                 onClicked: advert.send()
             }
@@ -189,7 +199,7 @@ Item {
                     id: infoButton
                     objectName: "conversationInfoButton"
                     anchors.fill: parent
-                    visible: main.chatContactKey.length > 0
+                    visible: main.chatInfoKey.length > 0
                     symbol: "info.circle"
                     text: qsTrId("main.toolbar.conversation.info")
                     help: qsTrId("main.toolbar.conversation.info.help")
@@ -362,6 +372,15 @@ Item {
                 sourceComponent: ChatInfoInspector {
                     controller: main.controller
                     publicKey: main.chatContactKey
+                }
+            }
+            Loader {
+                objectName: "channelInfoLoader"
+                anchors.fill: parent
+                active: main.inspector === "chatInfo" && main.chatInfoKey.startsWith("channel:")
+                sourceComponent: ChannelInfoInspector {
+                    controller: main.controller
+                    conversationKey: main.chatInfoKey
                 }
             }
         }

@@ -13,6 +13,7 @@ AbstractButton {
     property bool showText: false
 
     hoverEnabled: true
+    opacity: enabled ? 1 : 0.45
     padding: 7
     leftPadding: showText ? 10 : 7
     rightPadding: showText ? 12 : 7
