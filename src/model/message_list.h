@@ -68,6 +68,7 @@ public:
         qsizetype m_row = 0;
     };
     using iterator = const_iterator;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
     using value_type = T;
 
     ChunkedList() = default;
@@ -100,6 +101,8 @@ public:
     const_iterator cend() const { return end(); }
     const_iterator constBegin() const { return begin(); }
     const_iterator constEnd() const { return end(); }
+    const_reverse_iterator crbegin() const { return const_reverse_iterator(end()); }
+    const_reverse_iterator crend() const { return const_reverse_iterator(begin()); }
 
     void append(T item) {
         if (m_size % chunkSize == 0) {
