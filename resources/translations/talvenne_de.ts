@@ -1012,6 +1012,10 @@
         <source>History could not be saved: %1</source>
         <translation>Verlauf konnte nicht gespeichert werden: %1</translation>
     </message>
+    <message id="history.loading">
+        <source>Loading messages…</source>
+        <translation>Nachrichten werden geladen …</translation>
+    </message>
     <message id="history.error.locked">
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne läuft bereits (Prozess %1) und verwaltet ihn</translation>

@@ -1012,6 +1012,10 @@
         <source>History could not be saved: %1</source>
         <translation>History could not be saved: %1</translation>
     </message>
+    <message id="history.loading">
+        <source>Loading messages…</source>
+        <translation>Loading messages…</translation>
+    </message>
     <message id="history.error.locked">
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne is already running (process %1) and keeps it</translation>

@@ -237,6 +237,12 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
 // ours again, but the disk holds what the other process left: nothing is
 // written until load() has read that, with this process's unsaved changes
 // applied on top.
+//
+// A load asked for in the background runs on this thread too, after the
+// snapshots handed in before it. From its start until the main thread has
+// taken what it read, nothing is written: a snapshot handed in meanwhile
+// cannot hold the history and is dropped, and a store closed before then
+// leaves the files as they are.
 class ConversationStore::Writer {
 public:
     explicit Writer(ConversationStore* owner)
@@ -282,6 +288,21 @@ public:
             ++m_submitted;
         }
         m_wake.notify_one();
+    }
+
+    void loadInBackground() {
+        {
+            std::lock_guard lock(m_mutex);
+            m_backgroundLoad = BackgroundLoad::wanted;
+            ++m_submitted;
+        }
+        m_wake.notify_one();
+    }
+
+    // The main thread has taken what the background load read.
+    void handedOver() {
+        std::lock_guard lock(m_mutex);
+        m_backgroundLoad = BackgroundLoad::none;
     }
 
     void flush() {
@@ -348,7 +369,10 @@ private:
     void run() {
         std::unique_lock lock(m_mutex);
         for (;;) {
-            const auto due = [&] { return m_latest || m_retryWanted || m_stopping; };
+            const auto due = [&] {
+                return m_latest || m_retryWanted || m_stopping ||
+                       m_backgroundLoad == BackgroundLoad::wanted;
+            };
             if (m_heldElsewhere) {
                 m_wake.wait_for(lock, lockPollInterval, due);
                 lock.unlock();
@@ -359,6 +383,18 @@ private:
             }
             if (m_stopping && !m_latest)
                 break;
+            // Snapshots handed in before it are written first.
+            if (!m_latest && !m_retryWanted && m_backgroundLoad == BackgroundLoad::wanted &&
+                !m_stopping) {
+                m_backgroundLoad = BackgroundLoad::running;
+                const quint64 generation = m_submitted;
+                lock.unlock();
+                readForOwner();
+                lock.lock();
+                m_finished = std::max(m_finished, generation);
+                m_done.notify_all();
+                continue;
+            }
             if (!m_latest && !m_retryWanted)
                 continue;
             std::optional<QList<Conversation>> snapshot = std::exchange(m_latest, std::nullopt);
@@ -379,6 +415,34 @@ private:
         m_done.notify_all();
         lock.unlock();
         close();
+    }
+
+    void readForOwner() {
+        QList<Conversation> conversations = load();
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_backgroundLoad == BackgroundLoad::running)
+                m_backgroundLoad = BackgroundLoad::read;
+        }
+        // Dropped with the store when it is gone before the event is handled.
+        ConversationStore* owner = m_owner;
+        QMetaObject::invokeMethod(
+            owner,
+            [owner, conversations = std::move(conversations)] {
+                owner->m_writer->handedOver();
+                owner->m_loaded = true;
+                Q_EMIT owner->loaded(conversations);
+            },
+            Qt::QueuedConnection);
+    }
+
+    // Asked for or under way: nothing may be written from now until the
+    // main thread has the history.
+    bool loadPending(bool started) const {
+        std::lock_guard lock(m_mutex);
+        return started ? m_backgroundLoad == BackgroundLoad::running ||
+                             m_backgroundLoad == BackgroundLoad::read
+                       : m_backgroundLoad != BackgroundLoad::none;
     }
 
     // Another process held the history: has it let go?
@@ -405,6 +469,10 @@ private:
     }
 
     void write(QList<Conversation> snapshot) {
+        if (loadPending(true)) {
+            qCWarning(lcStore) << "a snapshot from before the history was read is not written";
+            return;
+        }
         if (writingHeld() || !ensureLock()) {
             m_unsaved = std::move(snapshot);
             return;
@@ -478,6 +546,10 @@ private:
     // holds the history; when it let go after the last read, what is on the
     // disk is read first and the unsaved changes go on top of it.
     void close() {
+        if (loadPending(false)) {
+            qCInfo(lcStore) << "closed before the history was read: nothing written";
+            return;
+        }
         bool held = false;
         bool reread = false;
         {
@@ -653,6 +725,10 @@ private:
     bool m_stopping = false;
     bool m_heldElsewhere = false;  // another running process holds the lock
     bool m_awaitingReload = false; // the lock is ours again; load() must read the disk
+    // A load on this thread for the main thread: asked for, reading, read
+    // but not yet taken.
+    enum class BackgroundLoad { none, wanted, running, read };
+    BackgroundLoad m_backgroundLoad = BackgroundLoad::none;
     QString m_error;
 
     std::thread m_thread; // started last, once everything above exists
@@ -699,6 +775,11 @@ QList<Conversation> ConversationStore::load() {
     // they are read (saves come from this same thread).
     m_writer->flush();
     return m_writer->load();
+}
+
+void ConversationStore::loadInBackground() {
+    m_loaded = false;
+    m_writer->loadInBackground();
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {

@@ -60,6 +60,15 @@ public:
     // records before the damage are used. Changes this store could not write
     // are applied on top.
     QList<Conversation> load();
+    // The same read on the writing thread: returns at once, and loaded()
+    // brings the conversations to this object's thread when they are read.
+    // Until then nothing is written, and a store closed before then writes
+    // nothing at all: no save and no fold of a history that was not (or not
+    // wholly) handed over.
+    void loadInBackground();
+    // loaded() has been emitted since the last loadInBackground() (true
+    // when none was asked for).
+    bool isLoaded() const { return m_loaded; }
 
     // Returns at once. The disk always ends with the newest snapshot handed
     // in; an older snapshot that has not started writing may be skipped.
@@ -92,11 +101,14 @@ Q_SIGNALS:
     // The process that kept the history has let it go (emitted on the
     // writing thread): load() now, to read what it left and write again.
     void historyReleased();
+    // What loadInBackground() read; emitted on this object's thread.
+    void loaded(const QList<Conversation>& conversations);
 
 private:
     class Writer;
     QString m_filePath;
     std::atomic<bool> m_writable = true;
+    bool m_loaded = true; // touched on this object's thread only
     std::unique_ptr<Writer> m_writer;
 };
 

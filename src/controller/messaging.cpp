@@ -414,7 +414,8 @@ void MeshController::updateMessage(const QUuid& id, const ConversationID& target
 }
 
 void MeshController::saveConversations() {
-    if (m_store)
+    // Never a history without what is still being read.
+    if (m_store && m_historyLoaded)
         m_store->save(m_conversations.values());
 }
 

@@ -47,7 +47,9 @@ void ConversationListModel::setNow(const QDateTime& now) {
 }
 
 QList<ConversationEntry> ConversationListModel::computeRows() {
-    if (!controller()) {
+    // While the history is read, the view shows that it comes: no rows
+    // without their messages, and never the empty state.
+    if (!controller() || !controller()->historyLoaded()) {
         setShowEmptyState(false);
         return {};
     }

@@ -169,6 +169,9 @@ void HistorySearchModel::restartSearch() {
 }
 
 void HistorySearchModel::setSearching(bool searching) {
+    // Until the history is in, a query is not done: more is coming.
+    if (!m_foldedQuery.isEmpty() && controller() && !controller()->historyLoaded())
+        searching = true;
     if (m_searching == searching)
         return;
     m_searching = searching;
