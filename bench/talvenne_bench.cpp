@@ -9,6 +9,7 @@
 //   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
 //   talvenne-bench --map      (internal) the map's rows, on one renderer
 //   talvenne-bench --million  only the rows of the million-message history
+//   talvenne-bench --million-startup  of those, only start-up and opening
 //   talvenne-bench --load FILE (internal) load time and peak memory of FILE
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
@@ -24,8 +25,10 @@
 #include "translations.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLocale>
 #include <QProcess>
 #include <QSaveFile>
 #include <QSettings>
@@ -86,6 +89,11 @@ bool spinUntil(const std::function<bool()>& done, int seconds = 60) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     }
     return true;
+}
+
+// The history, read on the store's thread, is in.
+bool historyIn(const MeshController& controller) {
+    return spinUntil([&] { return controller.historyLoaded(); }, 600);
 }
 
 double residentMegabytes() {
@@ -395,6 +403,7 @@ DrainResult drainOnce(const QString& historyPath, const QString& directory) {
     ConversationStore store(directory + QStringLiteral("/drain.json"));
     QSettings settings(directory + QStringLiteral("/drain.ini"), QSettings::IniFormat);
     MeshController controller(&radio, &clock, nullptr, &store, &settings);
+    historyIn(controller);
     controller.startScan();
     if (!spinUntil([&] { return !controller.discoveredDevices().isEmpty(); }))
         return {};
@@ -485,6 +494,7 @@ QList<Row> searchRows(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
 
     QList<double> indexTimes;
     QList<double> firstResults;
@@ -550,6 +560,7 @@ Row openRow(const QString& directory) {
     SimulatedRadio radio(&clock);
     ConversationStore store(path);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     const double millis = medianOf([&] {
         QElapsedTimer timer;
         timer.start();
@@ -591,6 +602,7 @@ int printResident(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     qint64 messages = 0;
     for (const Conversation& conversation : controller.conversations())
         messages += conversation.messages.size();
@@ -623,6 +635,7 @@ int printLoad(const QString& historyPath) {
     QElapsedTimer timer;
     timer.start();
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     const double loadMillis = millisSince(timer);
     qint64 messages = 0;
     for (const Conversation& conversation : controller.conversations())
@@ -651,6 +664,7 @@ MessageCost messageCost(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     store.flush();
     const auto& conversations = controller.conversations();
     const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
@@ -719,6 +733,7 @@ IndexCost indexCost(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     IndexCost cost;
     {
         HistorySearchModel model;
@@ -743,7 +758,113 @@ IndexCost indexCost(const QString& historyPath) {
     return cost;
 }
 
-QList<Row> millionRows(const QString& directory) {
+// --- Start-up with a large history -------------------------------------------
+
+struct StartupTimes {
+    double firstFrameMillis = -1;
+    double historyShownMillis = -1;
+};
+
+// One start of the app, offscreen, with `historyPath` as the user's history
+// (in a home of its own): from exec to its first frame, and to the first
+// frame with the history's rows, as the app logs them.
+StartupTimes startOnce(const QString& historyPath) {
+    QTemporaryDir home;
+    const QString data = home.filePath(QStringLiteral("data/Talvenne"));
+    QDir().mkpath(data);
+    if (!QFile::link(historyPath, data + QStringLiteral("/conversations.json")))
+        return {};
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("QT_LOGGING_RULES"),
+                       QStringLiteral("*.debug=false;talvenne.startup.info=true"));
+    environment.insert(QStringLiteral("QT_MESSAGE_PATTERN"), QStringLiteral("%{message}"));
+    QProcess app;
+    app.setProcessEnvironment(environment);
+    app.setProcessChannelMode(QProcess::MergedChannels);
+    app.start(QCoreApplication::applicationDirPath() + QStringLiteral("/talvenne"));
+    StartupTimes times;
+    QByteArray output;
+    const auto millisAfter = [&](const QByteArray& what) {
+        const qsizetype at = output.indexOf(what);
+        return at < 0 ? -1.0 : output.mid(at + what.size()).split(' ').first().toDouble();
+    };
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 60'000 && app.state() != QProcess::NotRunning) {
+        app.waitForReadyRead(100);
+        output += app.readAll();
+        times.firstFrameMillis = millisAfter("first frame after ");
+        times.historyShownMillis = millisAfter("history shown after ");
+        if (times.historyShownMillis >= 0)
+            break;
+    }
+    app.kill();
+    app.waitForFinished();
+    return times;
+}
+
+QList<Row> startupRows(const QString& historyPath, const QString& shape) {
+    QList<double> frames;
+    QList<double> shown;
+    for (int i = 0; i < 3; ++i) {
+        const StartupTimes times = startOnce(historyPath);
+        frames << times.firstFrameMillis;
+        shown << times.historyShownMillis;
+    }
+    const double frame = median(frames);
+    const double lists = median(shown);
+    return {Row{QStringLiteral("first frame (offscreen), %1").arg(shape),
+                QStringLiteral("%1 s").arg(frame / 1000, 0, 'f', 2), QStringLiteral("≤ 0.35 s"),
+                frame >= 0 && frame <= 350},
+            Row{QStringLiteral("history shown (lists filled) after start, %1").arg(shape),
+                QStringLiteral("%1 s").arg(lists / 1000, 0, 'f', 2), QStringLiteral("≤ 1.0 s"),
+                lists >= 0 && lists <= 1000}};
+}
+
+// Opening the biggest conversation of the history: the model's rows at the
+// bottom, which the view asks for first, with every role.
+Row openBiggestRow(const QString& historyPath, const QString& shape) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    const auto& conversations = controller.conversations();
+    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
+                                          [](const Conversation& a, const Conversation& b) {
+                                              return a.messages.size() < b.messages.size();
+                                          });
+    if (biggest == conversations.cend())
+        return {};
+    const QString key = biggest.key();
+    const qsizetype size = biggest->messages.size();
+    const double millis = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        MessageListModel model;
+        model.setController(&controller);
+        model.setConversationKey(key);
+        const int count = model.rowCount();
+        for (int row = std::max(0, count - 30); row < count; ++row) {
+            for (int role : model.roleNames().keys())
+                model.data(model.index(row), role);
+        }
+        const double elapsed = millisSince(timer);
+        return count == size ? elapsed : -1.0;
+    });
+    return {QStringLiteral("open the biggest conversation (%1 messages), %2")
+                .arg(QLocale(QLocale::English).toString(qlonglong(size)), shape),
+            QStringLiteral("%1 ms").arg(millis, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+            millis >= 0 && millis <= 50};
+}
+
+QList<Row> millionRows(const QString& directory, bool startupOnly) {
     QList<Row> rows;
     for (const int conversations : {historyConversations, 1}) {
         const QString path = directory + QStringLiteral("/million-%1.json").arg(conversations);
@@ -758,6 +879,12 @@ QList<Row> millionRows(const QString& directory) {
             conversations == 1
                 ? QStringLiteral("1,000,000 messages in one conversation")
                 : QStringLiteral("1,000,000 messages in %1 conversations").arg(conversations);
+        rows << startupRows(path, shape);
+        rows << openBiggestRow(path, shape);
+        if (startupOnly) {
+            QFile::remove(path);
+            continue;
+        }
         QList<MessageCost> costs;
         for (int i = 0; i < 3; ++i) {
             QFile::remove(path + QStringLiteral(".journal"));
@@ -888,7 +1015,13 @@ int main(int argc, char* argv[]) {
         return printLoad(arguments.at(2));
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
         QTemporaryDir scratch;
-        printTable(millionRows(scratch.path()));
+        printTable(millionRows(scratch.path(), false));
+        return 0;
+    }
+    // Only the start-up and opening rows of the million-message history.
+    if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million-startup")) {
+        QTemporaryDir scratch;
+        printTable(millionRows(scratch.path(), true));
         return 0;
     }
 
@@ -911,7 +1044,8 @@ int main(int argc, char* argv[]) {
     rows << openRow(directory.path());
     rows << residentRow(historyPath);
     rows << mapRows();
-    rows << millionRows(directory.path());
+    rows << startupRows(historyPath, QStringLiteral("100,000 messages in 200 conversations"));
+    rows << millionRows(directory.path(), false);
     printTable(rows);
     return 0;
 }
