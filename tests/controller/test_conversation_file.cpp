@@ -364,6 +364,8 @@ private slots:
         };
         QTest::newRow("UTF-8 cut short before the quote") << withText("ok \xe2\x82");
         QTest::newRow("overlong UTF-8") << withText("\xc0\xaf");
+        QTest::newRow("invalid UTF-8 far into a text")
+            << withText("a longer text, past the first sixteen bytes: \xf0\x9f\x93");
         QTest::newRow("surrogate in UTF-8") << withText("\xed\xa0\x80");
         QTest::newRow("invalid UTF-8 after an escape") << withText("a\\n\xff");
         QTest::newRow("lone continuation byte") << withText("\x80");
