@@ -11,6 +11,8 @@
 //   talvenne-bench --million  only the rows of the million-message history
 //   talvenne-bench --million-startup  of those, only start-up and opening
 //   talvenne-bench --load FILE (internal) load time and peak memory of FILE
+//   talvenne-bench --write-million FILE N (internal) writes the million-message
+//                             history in N conversations to FILE
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
@@ -864,17 +866,18 @@ Row openBiggestRow(const QString& historyPath, const QString& shape) {
             millis >= 0 && millis <= 50};
 }
 
+bool writeMillion(const QString& path, int conversations) {
+    QFile file(path);
+    return conversations > 0 && file.open(QIODevice::WriteOnly) &&
+           file.write(encodeConversations(generateHistory(conversations, millionMessages))) >= 0;
+}
+
 QList<Row> millionRows(const QString& directory, bool startupOnly) {
     QList<Row> rows;
     for (const int conversations : {historyConversations, 1}) {
         const QString path = directory + QStringLiteral("/million-%1.json").arg(conversations);
-        {
-            QFile file(path);
-            if (!file.open(QIODevice::WriteOnly) ||
-                file.write(encodeConversations(generateHistory(conversations, millionMessages))) <
-                    0)
-                return rows;
-        }
+        if (!writeMillion(path, conversations))
+            return rows;
         const QString shape =
             conversations == 1
                 ? QStringLiteral("1,000,000 messages in one conversation")
@@ -1013,6 +1016,8 @@ int main(int argc, char* argv[]) {
         return printResident(arguments.at(2));
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--load"))
         return printLoad(arguments.at(2));
+    if (arguments.size() == 4 && arguments.at(1) == QStringLiteral("--write-million"))
+        return writeMillion(arguments.at(2), arguments.at(3).toInt()) ? 0 : 1;
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
         QTemporaryDir scratch;
         printTable(millionRows(scratch.path(), false));

@@ -16,6 +16,7 @@
 #include <thread>
 
 #ifdef Q_OS_UNIX
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -139,43 +140,113 @@ struct History {
     bool foldWanted = false; // the journal holds records, or an end to tidy away
 };
 
+// The history file's bytes for one read front to back. Mapped where the
+// system allows: the reader then lets go of the pages it has read as it goes,
+// so that a history of a million messages (some 200 MB) is never all in
+// memory beside what it decodes into. Talvenne only ever replaces the file
+// (never writes into it), so a mapped file does not change under the reader.
+class HistoryBytes {
+public:
+    explicit HistoryBytes(QFile& file)
+        : m_file(file) {
+        const qint64 size = file.size();
+        if (size > 0)
+            m_mapped = file.map(0, size);
+        if (m_mapped) {
+            m_view = QByteArrayView(reinterpret_cast<const char*>(m_mapped), size);
+#ifdef Q_OS_UNIX
+            madvise(m_mapped, size_t(size), MADV_SEQUENTIAL);
+#endif
+        } else {
+            m_read = file.readAll();
+            m_failed = file.error() != QFileDevice::NoError;
+            m_view = m_read;
+        }
+    }
+    ~HistoryBytes() {
+        release();
+    }
+    HistoryBytes(const HistoryBytes&) = delete;
+    HistoryBytes& operator=(const HistoryBytes&) = delete;
+
+    bool failed() const {
+        return m_failed;
+    }
+    QByteArrayView view() const {
+        return m_view;
+    }
+
+    // The bytes before `offset` are not needed any more: their pages leave
+    // this process's memory (they are read again from the file if asked for).
+    void readUpTo(qsizetype offset) {
+#if defined(Q_OS_UNIX) && defined(MADV_DONTNEED)
+        if (!m_mapped)
+            return;
+        static const qsizetype pageSize = sysconf(_SC_PAGESIZE);
+        const qsizetype whole = offset / pageSize * pageSize;
+        if (whole > 0)
+            madvise(m_mapped, size_t(whole), MADV_DONTNEED);
+#else
+        Q_UNUSED(offset);
+#endif
+    }
+
+    // Before the file is moved away (which a mapping may prevent).
+    void release() {
+        if (m_mapped)
+            m_file.unmap(m_mapped);
+        m_mapped = nullptr;
+        m_read.clear();
+        m_view = {};
+    }
+
+private:
+    QFile& m_file;
+    uchar* m_mapped = nullptr;
+    QByteArray m_read;
+    QByteArrayView m_view;
+    bool m_failed = false;
+};
+
 History readHistory(const QString& path, const QString& journalPath, bool mayMove) {
     History history;
-    QByteArray bytes;
-    {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            if (QFileInfo::exists(path)) {
-                // There but unreadable: keep it rather than write over it.
-                qCWarning(lcStore) << "cannot read" << path << file.errorString();
-                history.problem = file.errorString();
-                history.safeToReplace = mayMove && moveAside(path);
-                return history;
-            }
-        } else if (file.size() > maximumReadBytes) {
-            // Kept as it is, and never written over.
-            qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
-            history.problem = qt_error_string(EFBIG);
+    QFile file(path);
+    std::optional<HistoryBytes> bytes;
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (QFileInfo::exists(path)) {
+            // There but unreadable: keep it rather than write over it.
+            qCWarning(lcStore) << "cannot read" << path << file.errorString();
+            history.problem = file.errorString();
+            history.safeToReplace = mayMove && moveAside(path);
             return history;
+        }
+    } else if (file.size() > maximumReadBytes) {
+        // Kept as it is, and never written over.
+        qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
+        history.problem = qt_error_string(EFBIG);
+        return history;
+    } else {
+        bytes.emplace(file);
+        history.base = fileId(file);
+        auto decoded = bytes->failed() ? std::nullopt
+                                       : decodeConversations(bytes->view(), [&](qsizetype read) {
+                                             bytes->readUpTo(read);
+                                         });
+        if (decoded) {
+            history.conversations = std::move(*decoded);
         } else {
-            bytes = file.readAll();
-            const bool readFailed = file.error() != QFileDevice::NoError;
-            history.base = fileId(file);
-            if (auto decoded = readFailed ? std::nullopt : decodeConversations(bytes)) {
-                history.conversations = std::move(*decoded);
-            } else {
-                qCWarning(lcStore) << "undecodable history" << path;
-                file.close();
-                history.base = {};
-                history.safeToReplace = mayMove && moveAside(path);
-                if (!history.safeToReplace)
-                    history.problem = qt_error_string(errno);
-                // The journal continued that file; its records mean nothing
-                // without it, but it is kept as well.
-                if (mayMove && QFileInfo::exists(journalPath))
-                    moveAside(journalPath);
-                return history;
-            }
+            qCWarning(lcStore) << "undecodable history" << path;
+            bytes->release();
+            file.close();
+            history.base = {};
+            history.safeToReplace = mayMove && moveAside(path);
+            if (!history.safeToReplace)
+                history.problem = qt_error_string(errno);
+            // The journal continued that file; its records mean nothing
+            // without it, but it is kept as well.
+            if (mayMove && QFileInfo::exists(journalPath))
+                moveAside(journalPath);
+            return history;
         }
     }
     history.safeToReplace = true;
@@ -195,7 +266,7 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
         return history;
     }
     const QByteArray records = journal.readAll();
-    const Journal::Replay replay = Journal::read(records, bytes);
+    const Journal::Replay replay = Journal::read(records, bytes ? bytes->view() : QByteArrayView());
     Journal::apply(history.conversations, replay.records);
     using End = Journal::Replay::End;
     history.journalAppendable = replay.end == End::complete;

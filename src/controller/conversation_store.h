@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QString>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -116,3 +117,8 @@ private:
 QByteArray encodeConversations(const QList<Conversation>& conversations);
 // No value when anything is off (bad JSON, a missing member, an unknown case).
 std::optional<QList<Conversation>> decodeConversations(QByteArrayView json);
+// The same, reading `json` front to back once: `readUpTo` is told now and
+// then how many bytes have been read, which the reader never looks at again
+// (so that the caller can let them go from memory).
+std::optional<QList<Conversation>>
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo);

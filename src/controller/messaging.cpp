@@ -64,7 +64,7 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
     const ChatMessage& failed = found->messages.at(row);
     if (failed.direction != ChatMessage::Direction::outgoing ||
         failed.deliveryState != ChatMessage::DeliveryState::failed ||
-        failed.text.trimmed().isEmpty())
+        failed.text.toString().trimmed().isEmpty())
         return false;
 
     const QString text = failed.text;

@@ -44,6 +44,10 @@ private Q_SLOTS:
             << u"go \U0001F680!"_s << u"\U0001F680"_s << u"en"_s << u"\U0001F680"_s;
         QTest::newRow("Turkish dotless I") << u"KIŞ geldi"_s << u"kış"_s << u"tr"_s << u"KIŞ"_s;
         QTest::newRow("Turkish I is no i") << u"KIŞ"_s << u"kiş"_s << u"tr"_s << none;
+        QTest::newRow("Turkish I inside ASCII")
+            << u"bir KIŞ ISTANBUL"_s << u"istanbul"_s << u"tr"_s << none;
+        QTest::newRow("letters of two and three bytes")
+            << u"Ääliö ΣΊΣΥΦΟΣ Ǆ"_s << u"σισυφοσ"_s << u"fi"_s << u"ΣΊΣΥΦΟΣ"_s;
         QTest::newRow("no match") << u"hello"_s << u"bye"_s << u"en"_s << none;
         QTest::newRow("blank query") << u"hello"_s << QString() << u"en"_s << none;
     }
@@ -52,6 +56,13 @@ private Q_SLOTS:
         QFETCH(QString, query);
         QFETCH(QString, locale);
         QTEST(matched(text, query, QLocale(locale)), "match");
+        // The search folds messages in UTF-8, each character beyond ASCII
+        // once: the same as the text folded, the second time too.
+        ViewLogic::SearchFolder folder{QLocale(locale)};
+        QByteArray folded;
+        folder.fold(text.toUtf8(), folded);
+        folder.fold(text.toUtf8(), folded);
+        QCOMPARE(folded, ViewLogic::foldForSearch(text + text, QLocale(locale)).toUtf8());
     }
 
     void excerptKeepsTheMatchInItsContext() {

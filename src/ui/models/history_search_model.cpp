@@ -31,6 +31,7 @@ void HistorySearchModel::attach(MeshController* controller) {
 
 void HistorySearchModel::setLocale(const QLocale& locale) {
     m_locale = locale;
+    m_folder = ViewLogic::SearchFolder(locale);
     reindex();
 }
 
@@ -57,23 +58,61 @@ QString HistorySearchModel::searchedText(const ChatMessage& message, const QStri
     return message.text;
 }
 
-QByteArray HistorySearchModel::foldedEntry(const ChatMessage& message, const QString& key) const {
-    QString folded = ViewLogic::foldForSearch(searchedText(message, key), m_locale);
-    if (message.direction == ChatMessage::Direction::incoming &&
-        key.startsWith(QLatin1String("channel:"))) {
-        const QString sender = ViewLogic::splitChannelSender(message.text).sender;
-        if (!sender.isEmpty())
-            folded += QChar(0) + ViewLogic::foldForSearch(sender, m_locale);
+namespace {
+
+// Where the body of a channel message starts when its text names a sender
+// (see ViewLogic::splitChannelSender), in its UTF-8; -1 without one.
+qsizetype channelBodyStart(QByteArrayView utf8) {
+    const qsizetype separator = utf8.indexOf(QByteArrayView(": "));
+    if (separator <= 0 || utf8.first(separator).contains('\n'))
+        return -1;
+    // As many bytes as the longest name has letters: a name for sure.
+    // Longer ones are counted as the chat counts them.
+    if (separator <= 40)
+        return separator + 2;
+    return ViewLogic::splitChannelSender(QString::fromUtf8(utf8)).sender.isEmpty() ? -1
+                                                                                   : separator + 2;
+}
+
+} // namespace
+
+bool HistorySearchModel::matches(const ChatMessage& message, bool channel) {
+    // What a query is looked for in: the searched text, and a channel
+    // sender's name behind a separator no query holds. Both are folded in
+    // UTF-8: a substring of the one form is a substring of the other.
+    const QByteArrayView text = message.text.utf8();
+    m_folded.clear();
+    const qsizetype body = channel && message.direction == ChatMessage::Direction::incoming
+                               ? channelBodyStart(text)
+                               : -1;
+    if (body < 0) {
+        m_folder.fold(text, m_folded);
+    } else {
+        m_folder.fold(text.sliced(body), m_folded);
+        m_folded.append('\0');
+        m_folder.fold(text.first(body - 2), m_folded);
     }
-    // Kept as UTF-8, half the size of the same text in UTF-16 for most
-    // texts: a substring of the one is a substring of the other.
-    return folded.toUtf8();
+    return QByteArrayView(m_folded).contains(m_foldedQueryBytes);
+}
+
+const Conversation* HistorySearchModel::conversationOf(qint32 conversation) {
+    static const Conversation gone;
+    const Conversation*& found = m_sliceConversations[conversation];
+    if (!found) {
+        const auto& conversations = controller()->conversations();
+        const auto at = conversations.constFind(m_keys.at(conversation));
+        found = at == conversations.cend() ? &gone : &*at;
+    }
+    return found == &gone ? nullptr : found;
 }
 
 void HistorySearchModel::reindex() {
     // Only the conversations are listed here; their messages are taken in
     // slices, so that no step grows with the history.
     m_entries.clear();
+    m_keys.clear();
+    m_keyIndex.clear();
+    m_sliceConversations.clear();
     m_runs.clear();
     m_unsplit.clear();
     m_splitting = 0;
@@ -104,8 +143,14 @@ qint64 timeOf(const ChatMessage& message) {
 } // namespace
 
 HistorySearchModel::Entry HistorySearchModel::entryFor(const QString& key, qsizetype row,
-                                                       const ChatMessage& message) const {
-    return {key, row, message.id, timeOf(message), foldedEntry(message, key)};
+                                                       const ChatMessage& message) {
+    auto index = m_keyIndex.constFind(key);
+    if (index == m_keyIndex.cend()) {
+        index = m_keyIndex.insert(key, qint32(m_keys.size()));
+        m_keys.append(key);
+        m_sliceConversations.append(nullptr);
+    }
+    return {timeOf(message), *index, qint32(row)};
 }
 
 void HistorySearchModel::addRun(Run run) {
@@ -136,8 +181,9 @@ void HistorySearchModel::onMessageAppended(const QString& key, int row) {
     const auto at = std::lower_bound(m_entries.cbegin(), m_entries.cend(), entry.time,
                                      [](const Entry& e, qint64 time) { return e.time > time; });
     const qsizetype index = at - m_entries.cbegin();
-    const bool folded = entry.folded.contains(m_foldedQueryBytes);
-    m_entries.insert(index, std::move(entry));
+    const bool folded =
+        !m_foldedQuery.isEmpty() && matches(message, key.startsWith(QLatin1String("channel:")));
+    m_entries.insert(index, entry);
     if (index > 0) {
         // Somewhere in the middle: the search starts over.
         if (!m_foldedQuery.isEmpty())
@@ -181,6 +227,8 @@ void HistorySearchModel::setSearching(bool searching) {
 void HistorySearchModel::runSlice() {
     QElapsedTimer clock;
     clock.start();
+    // The conversations may have changed since the last slice.
+    std::fill(m_sliceConversations.begin(), m_sliceConversations.end(), nullptr);
     // Searching goes first: it reads what is indexed, newest first, and
     // makes more of the index when it gets to its end.
     if (m_cursor >= 0)
@@ -279,8 +327,12 @@ void HistorySearchModel::searchSome(const QElapsedTimer& clock) {
             continue;
         }
         const Entry& entry = m_entries.at(m_cursor);
-        if (entry.folded.contains(m_foldedQueryBytes))
-            found.append({entry.key, entry.row, entry.id});
+        if (const Conversation* conversation = conversationOf(entry.conversation);
+            conversation && entry.row < conversation->messages.size()) {
+            const ChatMessage& message = conversation->messages.at(entry.row);
+            if (matches(message, conversation->target.isChannel()))
+                found.append({m_keys.at(entry.conversation), entry.row, message.id});
+        }
         ++m_cursor;
         if ((++looked & 255) == 0 && clock.nsecsElapsed() > budget)
             break;

@@ -2,6 +2,7 @@
 
 #include "controller/mesh_controller.h"
 #include "controller_bound.h"
+#include "logic/history_search.h"
 
 #include <QAbstractListModel>
 #include <QByteArray>
@@ -14,9 +15,10 @@
 #include <QtQml/qqml.h>
 #include <chrono>
 
-// The search over every conversation's messages, newest match first. The
-// texts are folded once into an index that follows the controller; a query
-// is then looked up in short slices of work between which the window keeps
+// The search over every conversation's messages, newest match first. An
+// index that follows the controller puts the messages in that order (16
+// bytes a message, no copy of their texts); a query then folds and looks
+// through the texts in short slices of work between which the window keeps
 // drawing, and results show as soon as a slice finds them. A new query
 // cancels the one before.
 class HistorySearchModel : public ControllerBoundListModel {
@@ -83,15 +85,13 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
-    // A message in the index; `row` finds it in its conversation at once
-    // (rows only move when messages are removed, and then the index is made
-    // anew).
+    // A message in the index: its conversation (in m_keys) and its row there,
+    // which finds it at once (rows only move when messages are removed, and
+    // then the index is made anew).
     struct Entry {
-        QString key;
-        qsizetype row = 0;
-        QUuid id;
         qint64 time = 0;
-        QByteArray folded; // UTF-8
+        qint32 conversation = 0;
+        qint32 row = 0;
     };
     struct Result {
         QString key;
@@ -117,22 +117,31 @@ private:
     void searchSome(const QElapsedTimer& clock);
     void setSearching(bool searching);
     void onMessageAppended(const QString& key, int row);
-    Entry entryFor(const QString& key, qsizetype row, const ChatMessage& message) const;
+    Entry entryFor(const QString& key, qsizetype row, const ChatMessage& message);
+    // The conversation of an entry; none when it has gone. Looked up once a
+    // slice.
+    const Conversation* conversationOf(qint32 conversation);
+    // Whether the message holds the present query.
+    bool matches(const ChatMessage& message, bool channel);
     void addRun(Run run);
     const ChatMessage* messageAt(const QString& key, qsizetype row, const QUuid& id) const;
     // The text the search reads: a channel message's sender stays out.
     QString searchedText(const ChatMessage& message, const QString& key) const;
-    // What a query is looked for in: the searched text, and a channel
-    // sender's name behind a separator no query holds.
-    QByteArray foldedEntry(const ChatMessage& message, const QString& key) const;
 
     QLocale m_locale;
+    ViewLogic::SearchFolder m_folder;
+    QByteArray m_folded; // the text being looked through, folded
     QString m_query;
     QString m_foldedQuery;
     QByteArray m_foldedQueryBytes;
     // Newest first. While the index is being made it holds the newest
     // messages, each older than none of the ones still to come.
     QList<Entry> m_entries;
+    // The conversations entries name, and where each is in the list.
+    QStringList m_keys;
+    QHash<QString, qint32> m_keyIndex;
+    // This slice's look-ups of m_keys (null: not looked up yet).
+    QList<const Conversation*> m_sliceConversations;
     // Making the index: conversations not yet split into runs, the next row
     // of the one being split, and then the runs merged newest first (a heap
     // on their newest time).
