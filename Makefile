@@ -41,7 +41,7 @@ BENCH_DIR ?= build-bench
 bench:
 	@scripts/install-deps.sh bench
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DTALVENNE_BENCH=ON
-	cmake --build $(BENCH_DIR) -j$(JOBS) --target talvenne-bench
+	cmake --build $(BENCH_DIR) -j$(JOBS) --target talvenne-bench talvenne
 	$(BENCH_DIR)/bin/talvenne-bench
 
 # Each fuzz target runs FUZZ_SECONDS on top of the committed corpus; what it

@@ -8,6 +8,11 @@
 //   talvenne-bench            the table
 //   talvenne-bench --rss FILE (internal) loads FILE and prints VmRSS in MB
 //   talvenne-bench --map      (internal) the map's rows, on one renderer
+//   talvenne-bench --million  only the rows of the million-message history
+//   talvenne-bench --million-startup  of those, only start-up and opening
+//   talvenne-bench --load FILE (internal) load time and peak memory of FILE
+//   talvenne-bench --write-million FILE N (internal) writes the million-message
+//                             history in N conversations to FILE
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
@@ -22,8 +27,10 @@
 #include "translations.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLocale>
 #include <QProcess>
 #include <QSaveFile>
 #include <QSettings>
@@ -84,6 +91,11 @@ bool spinUntil(const std::function<bool()>& done, int seconds = 60) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     }
     return true;
+}
+
+// The history, read on the store's thread, is in.
+bool historyIn(const MeshController& controller) {
+    return spinUntil([&] { return controller.historyLoaded(); }, 600);
 }
 
 double residentMegabytes() {
@@ -393,6 +405,7 @@ DrainResult drainOnce(const QString& historyPath, const QString& directory) {
     ConversationStore store(directory + QStringLiteral("/drain.json"));
     QSettings settings(directory + QStringLiteral("/drain.ini"), QSettings::IniFormat);
     MeshController controller(&radio, &clock, nullptr, &store, &settings);
+    historyIn(controller);
     controller.startScan();
     if (!spinUntil([&] { return !controller.discoveredDevices().isEmpty(); }))
         return {};
@@ -483,6 +496,7 @@ QList<Row> searchRows(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
 
     QList<double> indexTimes;
     QList<double> firstResults;
@@ -548,6 +562,7 @@ Row openRow(const QString& directory) {
     SimulatedRadio radio(&clock);
     ConversationStore store(path);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     const double millis = medianOf([&] {
         QElapsedTimer timer;
         timer.start();
@@ -589,11 +604,364 @@ int printResident(const QString& historyPath) {
     SimulatedRadio radio(&clock);
     ConversationStore store(historyPath);
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
     qint64 messages = 0;
     for (const Conversation& conversation : controller.conversations())
         messages += conversation.messages.size();
     std::printf("%.1f\n", messages == historyMessages ? residentMegabytes() : -1.0);
     return 0;
+}
+
+// --- A million messages ------------------------------------------------------
+
+constexpr int millionMessages = 1'000'000;
+
+double peakMegabytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024;
+    }
+    return -1;
+}
+
+// (internal) Loads the history as the app does and prints the load's time,
+// the peak resident memory after it, and the peak once the search index is
+// made.
+int printLoad(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    QElapsedTimer timer;
+    timer.start();
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    const double loadMillis = millisSince(timer);
+    qint64 messages = 0;
+    for (const Conversation& conversation : controller.conversations())
+        messages += conversation.messages.size();
+    const double loaded = peakMegabytes();
+    HistorySearchModel model;
+    model.setController(&controller);
+    spinUntil([&] { return model.isIdle(); }, 600);
+    std::printf("%.1f %.1f %.1f\n", messages >= millionMessages ? loadMillis : -1.0, loaded,
+                peakMegabytes());
+    return 0;
+}
+
+struct MessageCost {
+    double receivedMillis = -1; // UI thread, a received message
+    double sentMillis = -1;     // UI thread, a sent one: stored, sent, delivered
+    double writerMillis = -1;   // the writer's work for one change, sync included
+    double diffMillis = -1;     // the writer's comparison of two snapshots
+};
+
+// A received and a sent message in the biggest conversation of the history,
+// each change saved: the UI thread's part and the writer's (timed by waiting
+// for it), 21 of each.
+MessageCost messageCost(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    store.flush();
+    const auto& conversations = controller.conversations();
+    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
+                                          [](const Conversation& a, const Conversation& b) {
+                                              return a.messages.size() < b.messages.size();
+                                          });
+    if (biggest == conversations.cend())
+        return {};
+    const ConversationID target = biggest->target;
+    QList<double> received;
+    QList<double> sent;
+    QList<double> writer;
+    QList<double> diffs;
+    const QDateTime at = QDateTime::currentDateTimeUtc();
+    for (int i = 0; i < 21; ++i) {
+        ChatMessage message;
+        message.id = QUuid::createUuid();
+        message.text = QStringLiteral("a message at the end of a long history, %1").arg(i);
+        message.timestamp = at.addSecs(i);
+        const QList<Conversation> before = conversations.values();
+        QElapsedTimer timer;
+        timer.start();
+        controller.appendMessage(message, target);
+        received << millisSince(timer);
+        timer.restart();
+        store.flush();
+        writer << millisSince(timer);
+        const QList<Conversation> after = conversations.values();
+        timer.restart();
+        const qsizetype records = Journal::diff(before, after).size();
+        diffs << (records == 1 ? millisSince(timer) : -1.0);
+
+        message.id = QUuid::createUuid();
+        message.direction = ChatMessage::Direction::outgoing;
+        message.deliveryState = ChatMessage::DeliveryState::sending;
+        double ui = 0;
+        const std::function<void()> steps[] = {
+            [&] { controller.appendMessage(message, target); },
+            [&] { controller.markSent(message.id, target, 0xa000 + i, 5000); },
+            [&] { controller.markDelivered(message.id, target, 900); },
+        };
+        for (const auto& step : steps) {
+            timer.restart();
+            step();
+            ui += millisSince(timer);
+            timer.restart();
+            store.flush();
+            writer << millisSince(timer);
+        }
+        sent << ui;
+    }
+    return {median(received), median(sent), median(writer), median(diffs)};
+}
+
+// The search index of the whole history: when it is complete, the longest
+// step of UI-thread work meanwhile, and how long a query typed while it is
+// still being made waits for its first results.
+struct IndexCost {
+    double readyMillis = -1;
+    double longestStepMillis = -1;
+    double firstResultsMillis = -1;
+};
+
+IndexCost indexCost(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    IndexCost cost;
+    {
+        HistorySearchModel model;
+        QElapsedTimer timer;
+        timer.start();
+        model.setController(&controller);
+        const double first = millisSince(timer);
+        if (!spinUntil([&] { return model.isIdle(); }, 600))
+            return {};
+        cost.readyMillis = millisSince(timer);
+        cost.longestStepMillis = std::max(first, double(model.longestSlice().count()) / 1000);
+    }
+    HistorySearchModel model;
+    model.setController(&controller);
+    QElapsedTimer timer;
+    timer.start();
+    spinUntil([&] { return timer.elapsed() >= 200; }); // a moment after the start
+    timer.restart();
+    model.setQuery(QStringLiteral("harbour"));
+    spinUntil([&] { return model.count() > 0 || !model.searching(); }, 600);
+    cost.firstResultsMillis = millisSince(timer);
+    return cost;
+}
+
+// --- Start-up with a large history -------------------------------------------
+
+struct StartupTimes {
+    double firstFrameMillis = -1;
+    double historyShownMillis = -1;
+};
+
+// One start of the app, offscreen, with `historyPath` as the user's history
+// (in a home of its own): from exec to its first frame, and to the first
+// frame with the history's rows, as the app logs them.
+StartupTimes startOnce(const QString& historyPath) {
+    QTemporaryDir home;
+    const QString data = home.filePath(QStringLiteral("data/Talvenne"));
+    QDir().mkpath(data);
+    if (!QFile::link(historyPath, data + QStringLiteral("/conversations.json")))
+        return {};
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), home.path());
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("QT_LOGGING_RULES"),
+                       QStringLiteral("*.debug=false;talvenne.startup.info=true"));
+    environment.insert(QStringLiteral("QT_MESSAGE_PATTERN"), QStringLiteral("%{message}"));
+    QProcess app;
+    app.setProcessEnvironment(environment);
+    app.setProcessChannelMode(QProcess::MergedChannels);
+    app.start(QCoreApplication::applicationDirPath() + QStringLiteral("/talvenne"));
+    StartupTimes times;
+    QByteArray output;
+    const auto millisAfter = [&](const QByteArray& what) {
+        const qsizetype at = output.indexOf(what);
+        return at < 0 ? -1.0 : output.mid(at + what.size()).split(' ').first().toDouble();
+    };
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < 60'000 && app.state() != QProcess::NotRunning) {
+        app.waitForReadyRead(100);
+        output += app.readAll();
+        times.firstFrameMillis = millisAfter("first frame after ");
+        times.historyShownMillis = millisAfter("history shown after ");
+        if (times.historyShownMillis >= 0)
+            break;
+    }
+    app.kill();
+    app.waitForFinished();
+    return times;
+}
+
+QList<Row> startupRows(const QString& historyPath, const QString& shape) {
+    QList<double> frames;
+    QList<double> shown;
+    for (int i = 0; i < 3; ++i) {
+        const StartupTimes times = startOnce(historyPath);
+        frames << times.firstFrameMillis;
+        shown << times.historyShownMillis;
+    }
+    const double frame = median(frames);
+    const double lists = median(shown);
+    return {Row{QStringLiteral("first frame (offscreen), %1").arg(shape),
+                QStringLiteral("%1 s").arg(frame / 1000, 0, 'f', 2), QStringLiteral("≤ 0.35 s"),
+                frame >= 0 && frame <= 350},
+            Row{QStringLiteral("history shown (lists filled) after start, %1").arg(shape),
+                QStringLiteral("%1 s").arg(lists / 1000, 0, 'f', 2), QStringLiteral("≤ 1.0 s"),
+                lists >= 0 && lists <= 1000}};
+}
+
+// Opening the biggest conversation of the history: the model's rows at the
+// bottom, which the view asks for first, with every role.
+Row openBiggestRow(const QString& historyPath, const QString& shape) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    const auto& conversations = controller.conversations();
+    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
+                                          [](const Conversation& a, const Conversation& b) {
+                                              return a.messages.size() < b.messages.size();
+                                          });
+    if (biggest == conversations.cend())
+        return {};
+    const QString key = biggest.key();
+    const qsizetype size = biggest->messages.size();
+    const double millis = medianOf([&] {
+        QElapsedTimer timer;
+        timer.start();
+        MessageListModel model;
+        model.setController(&controller);
+        model.setConversationKey(key);
+        const int count = model.rowCount();
+        for (int row = std::max(0, count - 30); row < count; ++row) {
+            for (int role : model.roleNames().keys())
+                model.data(model.index(row), role);
+        }
+        const double elapsed = millisSince(timer);
+        return count == size ? elapsed : -1.0;
+    });
+    return {QStringLiteral("open the biggest conversation (%1 messages), %2")
+                .arg(QLocale(QLocale::English).toString(qlonglong(size)), shape),
+            QStringLiteral("%1 ms").arg(millis, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+            millis >= 0 && millis <= 50};
+}
+
+bool writeMillion(const QString& path, int conversations) {
+    QFile file(path);
+    return conversations > 0 && file.open(QIODevice::WriteOnly) &&
+           file.write(encodeConversations(generateHistory(conversations, millionMessages))) >= 0;
+}
+
+QList<Row> millionRows(const QString& directory, bool startupOnly) {
+    QList<Row> rows;
+    for (const int conversations : {historyConversations, 1}) {
+        const QString path = directory + QStringLiteral("/million-%1.json").arg(conversations);
+        if (!writeMillion(path, conversations))
+            return rows;
+        const QString shape =
+            conversations == 1
+                ? QStringLiteral("1,000,000 messages in one conversation")
+                : QStringLiteral("1,000,000 messages in %1 conversations").arg(conversations);
+        rows << startupRows(path, shape);
+        rows << openBiggestRow(path, shape);
+        if (startupOnly) {
+            QFile::remove(path);
+            continue;
+        }
+        QList<MessageCost> costs;
+        for (int i = 0; i < 3; ++i) {
+            QFile::remove(path + QStringLiteral(".journal"));
+            costs << messageCost(path);
+        }
+        const auto medianOfCosts = [&](double MessageCost::*field) {
+            QList<double> values;
+            for (const MessageCost& cost : costs)
+                values << cost.*field;
+            return median(values);
+        };
+        const double received = medianOfCosts(&MessageCost::receivedMillis);
+        const double sent = medianOfCosts(&MessageCost::sentMillis);
+        const double writer = medianOfCosts(&MessageCost::writerMillis);
+        const double diff = medianOfCosts(&MessageCost::diffMillis);
+        rows << Row{QStringLiteral("UI thread per received / sent message, %1").arg(shape),
+                    QStringLiteral("%1 / %2 ms").arg(received, 0, 'f', 3).arg(sent, 0, 'f', 3),
+                    QStringLiteral("≤ 1 ms"), received >= 0 && sent >= 0 && sent <= 1};
+        rows << Row{
+            QStringLiteral("writer per change (sync included) / its comparison, %1").arg(shape),
+            QStringLiteral("%1 / %2 ms").arg(writer, 0, 'f', 2).arg(diff, 0, 'f', 3),
+            QStringLiteral("≤ 5 ms"), writer >= 0 && writer <= 5};
+
+        QList<IndexCost> indexes;
+        for (int i = 0; i < 3; ++i)
+            indexes << indexCost(path);
+        const auto medianOfIndexes = [&](double IndexCost::*field) {
+            QList<double> values;
+            for (const IndexCost& cost : indexes)
+                values << cost.*field;
+            return median(values);
+        };
+        const double ready = medianOfIndexes(&IndexCost::readyMillis);
+        const double step = medianOfIndexes(&IndexCost::longestStepMillis);
+        const double first = medianOfIndexes(&IndexCost::firstResultsMillis);
+        rows << Row{
+            QStringLiteral("search index ready / longest UI-thread step, %1").arg(shape),
+            QStringLiteral("%1 s / %2 ms").arg(ready / 1000, 0, 'f', 2).arg(step, 0, 'f', 1),
+            QStringLiteral("≤ 3 s / ≤ 16 ms"), ready >= 0 && ready <= 3000 && step <= 16};
+        rows << Row{QStringLiteral("search while the index is made: first results, %1").arg(shape),
+                    QStringLiteral("%1 ms").arg(first, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+                    first >= 0 && first <= 50};
+
+        QList<double> loads;
+        QList<double> peaks;
+        QList<double> indexedPeaks;
+        for (int i = 0; i < 3; ++i) {
+            QFile::remove(path + QStringLiteral(".journal"));
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--load"), path});
+            if (!child.waitForFinished(600'000))
+                continue;
+            const QList<QByteArray> parts = child.readAllStandardOutput().trimmed().split(' ');
+            if (parts.size() != 3)
+                continue;
+            loads << parts.at(0).toDouble();
+            peaks << parts.at(1).toDouble();
+            indexedPeaks << parts.at(2).toDouble();
+        }
+        if (!loads.isEmpty()) {
+            rows << Row{QStringLiteral("history load, %1").arg(shape),
+                        QStringLiteral("%1 ms").arg(median(loads), 0, 'f', 0), QString(),
+                        std::nullopt};
+            rows << Row{
+                QStringLiteral("peak memory after the load / with the search index, %1").arg(shape),
+                QStringLiteral("%1 / %2 MB")
+                    .arg(median(peaks), 0, 'f', 0)
+                    .arg(median(indexedPeaks), 0, 'f', 0),
+                QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
+        }
+        QFile::remove(path);
+        QFile::remove(path + QStringLiteral(".journal"));
+    }
+    return rows;
 }
 
 } // namespace
@@ -646,6 +1014,21 @@ int main(int argc, char* argv[]) {
     const QStringList arguments = app.arguments();
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--rss"))
         return printResident(arguments.at(2));
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--load"))
+        return printLoad(arguments.at(2));
+    if (arguments.size() == 4 && arguments.at(1) == QStringLiteral("--write-million"))
+        return writeMillion(arguments.at(2), arguments.at(3).toInt()) ? 0 : 1;
+    if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
+        QTemporaryDir scratch;
+        printTable(millionRows(scratch.path(), false));
+        return 0;
+    }
+    // Only the start-up and opening rows of the million-message history.
+    if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million-startup")) {
+        QTemporaryDir scratch;
+        printTable(millionRows(scratch.path(), true));
+        return 0;
+    }
 
     QTemporaryDir directory;
     const QString historyPath = directory.filePath(QStringLiteral("conversations.json"));
@@ -666,6 +1049,8 @@ int main(int argc, char* argv[]) {
     rows << openRow(directory.path());
     rows << residentRow(historyPath);
     rows << mapRows();
+    rows << startupRows(historyPath, QStringLiteral("100,000 messages in 200 conversations"));
+    rows << millionRows(directory.path(), false);
     printTable(rows);
     return 0;
 }

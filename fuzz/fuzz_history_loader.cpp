@@ -1,5 +1,5 @@
-// Any history file must either load or be refused, never crash; and what
-// loads must survive being written and read back unchanged.
+// Any history file must either load or be refused, never crash; what loads
+// is valid UTF-8, and must survive being written and read back unchanged.
 #include "controller/conversation_store.h"
 
 #include <QByteArrayView>
@@ -7,10 +7,14 @@
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const auto loaded =
-        decodeConversations(QByteArrayView(reinterpret_cast<const char*>(data), qsizetype(size)));
+    const QByteArrayView bytes(reinterpret_cast<const char*>(data), qsizetype(size));
+    const auto loaded = decodeConversations(bytes);
     if (!loaded)
         return 0;
+    // The reader checks UTF-8 string by string; a file it takes is UTF-8
+    // throughout.
+    if (!bytes.isValidUtf8())
+        std::abort();
     const auto again = decodeConversations(encodeConversations(*loaded));
     if (!again || !(*again == *loaded))
         std::abort();

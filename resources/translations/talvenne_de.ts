@@ -315,6 +315,10 @@
         <source>No messages match “%1”</source>
         <translation>Keine Nachricht passt zu „%1“</translation>
     </message>
+    <message id="search.history.searching">
+        <source>Searching older messages…</source>
+        <translation>Ältere Nachrichten werden durchsucht …</translation>
+    </message>
     <message id="search.history.sender.you">
         <source>You</source>
         <translation>Du</translation>
@@ -1007,6 +1011,10 @@
     <message id="history.save.failed">
         <source>History could not be saved: %1</source>
         <translation>Verlauf konnte nicht gespeichert werden: %1</translation>
+    </message>
+    <message id="history.loading">
+        <source>Loading messages…</source>
+        <translation>Nachrichten werden geladen …</translation>
     </message>
     <message id="history.error.locked">
         <source>Talvenne is already running (process %1) and keeps it</source>

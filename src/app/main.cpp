@@ -126,7 +126,6 @@ int main(int argc, char* argv[]) {
                          controller.setApplicationActive(state == Qt::ApplicationActive);
                      });
     notifications.requestAuthorization();
-    notifications.updateBadge(controller.badgeCount());
 
     QCoro::Qml::registerTypes();
     QQmlApplicationEngine engine;
@@ -171,6 +170,25 @@ int main(int argc, char* argv[]) {
                 window->update();
             },
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    }
+    // The history is read beside the window, which shows a placeholder in
+    // its place until then.
+    if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0))) {
+        const auto historyShown = [window, &sinceStart] {
+            qCInfo(lcStartup, "history read after %lld ms", sinceStart.elapsed());
+            QObject::connect(
+                window, &QQuickWindow::frameSwapped, window,
+                [&sinceStart] {
+                    qCInfo(lcStartup, "history shown after %lld ms", sinceStart.elapsed());
+                },
+                Qt::SingleShotConnection);
+            window->update();
+        };
+        if (controller.historyLoaded())
+            historyShown();
+        else
+            QObject::connect(&controller, &MeshController::historyLoadedChanged, window,
+                             historyShown, Qt::SingleShotConnection);
     }
     // With the window up, the radio of last time is looked for at once; the
     // tour connects by itself.

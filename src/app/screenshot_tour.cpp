@@ -615,6 +615,12 @@ QString ScreenshotTour::addHostileNeighbours() {
 
 void ScreenshotTour::start() {
     QDir().mkpath(m_directory);
+    // The scenes fill conversations of their own: from the history read on.
+    if (!m_controller->historyLoaded()) {
+        connect(m_controller, &MeshController::historyLoadedChanged, this, &ScreenshotTour::start,
+                Qt::SingleShotConnection);
+        return;
+    }
     QTimer::singleShot(800, this, &ScreenshotTour::runNext);
 }
 

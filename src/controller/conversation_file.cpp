@@ -17,12 +17,18 @@
 #include "controller/conversation_store.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <functional>
 #include <initializer_list>
 #include <limits>
 #include <type_traits>
 #include <utility>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -96,8 +102,9 @@ public:
         number(static_cast<double>(msecs - referenceDateMSecs) / 1000.0);
     }
 
-    void string(const QString& text) {
-        const QByteArray utf8 = text.toUtf8();
+    void string(const QString& text) { string(QByteArrayView(text.toUtf8())); }
+
+    void string(QByteArrayView utf8) {
         static constexpr char hexDigits[] = "0123456789abcdef";
         raw('"');
         const char* run = utf8.constData();
@@ -204,7 +211,7 @@ void writeMessage(JsonWriter& w, const ChatMessage& m) {
     w.literal(",\"direction\":");
     writeDirection(w, m.direction);
     w.literal(",\"text\":");
-    w.string(m.text);
+    w.string(QByteArrayView(m.text.utf8()));
     w.literal(",\"timestamp\":");
     w.date(m.timestamp);
     // JSON has no text for infinities or NaN; such a reading is no reading.
@@ -282,9 +289,15 @@ void writeConversation(JsonWriter& w, const Conversation& c) {
 // an escaped surrogate without its partner becomes U+FFFD.
 class JsonReader {
 public:
-    explicit JsonReader(QByteArrayView json)
-        : m_p(json.data())
-        , m_end(json.data() + json.size()) {}
+    // `readUpTo`, when given, is told between messages how far the reader
+    // has come, now and then: it never looks at the bytes before again.
+    explicit JsonReader(QByteArrayView json,
+                        const std::function<void(qsizetype)>* readUpTo = nullptr)
+        : m_begin(json.data())
+        , m_p(json.data())
+        , m_end(json.data() + json.size())
+        , m_readUpTo(readUpTo)
+        , m_reported(json.data()) {}
 
     bool file(QList<Conversation>& out) {
         if (!array([&] {
@@ -400,19 +413,50 @@ private:
 
     // A string's UTF-8 content. The view points into the input when the
     // string has no escapes, else into a buffer reused by the next call.
+    //
+    // JSON text is UTF-8, and outside strings the grammar takes ASCII only:
+    // checking each string as it is read checks the whole input, without a
+    // pass of its own over it.
     bool string(QByteArrayView& out) {
         if (!consume('"'))
             return false;
         const char* const start = m_p;
+        unsigned char seen = 0; // all bytes or-ed: the top bit tells of non-ASCII
+#ifdef __SSE2__
+        // Sixteen bytes at a time up to the first quote, backslash or
+        // control character: most of a history file is message texts.
+        const __m128i quote = _mm_set1_epi8('"');
+        const __m128i backslash = _mm_set1_epi8('\\');
+        const __m128i space = _mm_set1_epi8(0x20);
+        while (m_end - m_p >= 16) {
+            const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(m_p));
+            // Bytes below 0x20 (and not beyond ASCII, which are negative).
+            const __m128i control = _mm_andnot_si128(_mm_cmplt_epi8(bytes, _mm_setzero_si128()),
+                                                     _mm_cmplt_epi8(bytes, space));
+            const int stops = _mm_movemask_epi8(_mm_or_si128(
+                _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)),
+                control));
+            const int high = _mm_movemask_epi8(bytes);
+            if (stops == 0) {
+                seen |= high ? 0x80 : 0;
+                m_p += 16;
+                continue;
+            }
+            const int before = std::countr_zero(unsigned(stops));
+            seen |= high & ((1 << before) - 1) ? 0x80 : 0;
+            m_p += before;
+            break;
+        }
+#endif
         while (m_p != m_end && *m_p != '"' && *m_p != '\\' &&
                static_cast<unsigned char>(*m_p) >= 0x20)
-            ++m_p;
+            seen |= static_cast<unsigned char>(*m_p++);
         if (m_p == m_end)
             return false;
         if (*m_p == '"') {
             out = QByteArrayView(start, m_p - start);
             ++m_p;
-            return true;
+            return seen < 0x80 || out.isValidUtf8();
         }
         m_buffer.clear();
         m_buffer.append(start, m_p - start);
@@ -420,7 +464,8 @@ private:
             const char c = *m_p++;
             if (c == '"') {
                 out = m_buffer;
-                return true;
+                // The text as written, escapes and all (they are ASCII).
+                return QByteArrayView(start, m_p - 1 - start).isValidUtf8();
             }
             if (static_cast<unsigned char>(c) < 0x20)
                 return false;
@@ -603,7 +648,9 @@ private:
 
     // ---- values of the shape
 
-    bool null() { return next('n') && word("null"); }
+    bool null() {
+        return next('n') && word("null");
+    }
 
     bool integer(qint64 low, qint64 high, qint64& out) {
         Number n;
@@ -649,6 +696,14 @@ private:
         if (!string(utf8))
             return false;
         out = QString::fromUtf8(utf8);
+        return true;
+    }
+
+    bool text(MessageText& out) {
+        QByteArrayView utf8;
+        if (!string(utf8))
+            return false;
+        out = MessageText::fromUtf8(utf8.toByteArray());
         return true;
     }
 
@@ -832,6 +887,10 @@ private:
                     if (!message(m))
                         return false;
                     c.messages.append(std::move(m));
+                    if (m_readUpTo && m_p - m_reported >= readReportBytes) {
+                        m_reported = m_p;
+                        (*m_readUpTo)(m_p - m_begin);
+                    }
                     return true;
                 });
             }
@@ -848,8 +907,14 @@ private:
         return ok && seen == (target_ | messages | lastActivity | unreadCount);
     }
 
+    // How far the reader goes between two reports of where it is.
+    static constexpr qsizetype readReportBytes = 4 << 20;
+
+    const char* const m_begin;
     const char* m_p;
     const char* const m_end;
+    const std::function<void(qsizetype)>* const m_readUpTo;
+    const char* m_reported;
     QByteArray m_buffer;
 };
 
@@ -877,12 +942,13 @@ QByteArray encodeConversations(const QList<Conversation>& conversations) {
 }
 
 std::optional<QList<Conversation>> decodeConversations(QByteArrayView json) {
-    // JSON text is UTF-8; checking it once up front lets the reader take
-    // string contents as they stand.
-    if (!json.isValidUtf8())
-        return std::nullopt;
+    return decodeConversations(json, {});
+}
+
+std::optional<QList<Conversation>>
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo) {
     QList<Conversation> conversations;
-    if (!JsonReader(json).file(conversations))
+    if (!JsonReader(json, readUpTo ? &readUpTo : nullptr).file(conversations))
         return std::nullopt;
     return conversations;
 }
@@ -910,8 +976,6 @@ QByteArray encodeJournalRecord(const JournalRecord& record) {
 }
 
 std::optional<JournalRecord> decodeJournalRecord(QByteArrayView json) {
-    if (!json.isValidUtf8())
-        return std::nullopt;
     JournalRecord record;
     if (!JsonReader(json).record(record))
         return std::nullopt;

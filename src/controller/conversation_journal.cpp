@@ -155,10 +155,9 @@ QList<JournalRecord> diff(const QList<Conversation>& before, const QList<Convers
         }
         const bool sameSummary =
             was->lastActivity == now.lastActivity && was->unreadCount == now.unreadCount;
-        const auto& oldMessages = was->messages;
-        const auto& newMessages = now.messages;
-        if (oldMessages.constData() == newMessages.constData() &&
-            oldMessages.size() == newMessages.size()) {
+        const MessageList& oldMessages = was->messages;
+        const MessageList& newMessages = now.messages;
+        if (oldMessages.isSharedWith(newMessages)) {
             if (!sameSummary)
                 records.append(
                     {Kind::merge, Conversation{now.target, {}, now.lastActivity, now.unreadCount}});
@@ -169,6 +168,12 @@ QList<JournalRecord> diff(const QList<Conversation>& before, const QList<Convers
         bool whole = newMessages.size() < oldMessages.size();
         Conversation merge{now.target, {}, now.lastActivity, now.unreadCount};
         for (qsizetype i = 0; !whole && i < oldMessages.size(); ++i) {
+            // A chunk both still share holds nothing new: only the chunks
+            // that were written to are compared, whatever the length.
+            if (i % MessageList::chunkSize == 0 && oldMessages.sharesChunkAt(newMessages, i)) {
+                i += MessageList::chunkSize - 1;
+                continue;
+            }
             if (oldMessages[i] == newMessages[i])
                 continue;
             if (oldMessages[i].id != newMessages[i].id)

@@ -68,8 +68,8 @@ Replay readWithoutBase(QByteArrayView journal);
 // conversation the record was for: nothing of them would be missed.
 bool messagesHeldIn(const QList<JournalRecord>& records, const QList<Conversation>& history);
 
-// Records that turn `before` into `after` (matched by conversation key). A
-// conversation whose message list is the same shared list is not compared.
+// Records that turn `before` into `after` (matched by conversation key). Only
+// the chunks of messages that are not shared between the two are compared.
 QList<JournalRecord> diff(const QList<Conversation>& before, const QList<Conversation>& after);
 
 // Applies the records in order.

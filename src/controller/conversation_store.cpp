@@ -16,6 +16,7 @@
 #include <thread>
 
 #ifdef Q_OS_UNIX
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -139,43 +140,113 @@ struct History {
     bool foldWanted = false; // the journal holds records, or an end to tidy away
 };
 
+// The history file's bytes for one read front to back. Mapped where the
+// system allows: the reader then lets go of the pages it has read as it goes,
+// so that a history of a million messages (some 200 MB) is never all in
+// memory beside what it decodes into. Talvenne only ever replaces the file
+// (never writes into it), so a mapped file does not change under the reader.
+class HistoryBytes {
+public:
+    explicit HistoryBytes(QFile& file)
+        : m_file(file) {
+        const qint64 size = file.size();
+        if (size > 0)
+            m_mapped = file.map(0, size);
+        if (m_mapped) {
+            m_view = QByteArrayView(reinterpret_cast<const char*>(m_mapped), size);
+#ifdef Q_OS_UNIX
+            madvise(m_mapped, size_t(size), MADV_SEQUENTIAL);
+#endif
+        } else {
+            m_read = file.readAll();
+            m_failed = file.error() != QFileDevice::NoError;
+            m_view = m_read;
+        }
+    }
+    ~HistoryBytes() {
+        release();
+    }
+    HistoryBytes(const HistoryBytes&) = delete;
+    HistoryBytes& operator=(const HistoryBytes&) = delete;
+
+    bool failed() const {
+        return m_failed;
+    }
+    QByteArrayView view() const {
+        return m_view;
+    }
+
+    // The bytes before `offset` are not needed any more: their pages leave
+    // this process's memory (they are read again from the file if asked for).
+    void readUpTo(qsizetype offset) {
+#if defined(Q_OS_UNIX) && defined(MADV_DONTNEED)
+        if (!m_mapped)
+            return;
+        static const qsizetype pageSize = sysconf(_SC_PAGESIZE);
+        const qsizetype whole = offset / pageSize * pageSize;
+        if (whole > 0)
+            madvise(m_mapped, size_t(whole), MADV_DONTNEED);
+#else
+        Q_UNUSED(offset);
+#endif
+    }
+
+    // Before the file is moved away (which a mapping may prevent).
+    void release() {
+        if (m_mapped)
+            m_file.unmap(m_mapped);
+        m_mapped = nullptr;
+        m_read.clear();
+        m_view = {};
+    }
+
+private:
+    QFile& m_file;
+    uchar* m_mapped = nullptr;
+    QByteArray m_read;
+    QByteArrayView m_view;
+    bool m_failed = false;
+};
+
 History readHistory(const QString& path, const QString& journalPath, bool mayMove) {
     History history;
-    QByteArray bytes;
-    {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            if (QFileInfo::exists(path)) {
-                // There but unreadable: keep it rather than write over it.
-                qCWarning(lcStore) << "cannot read" << path << file.errorString();
-                history.problem = file.errorString();
-                history.safeToReplace = mayMove && moveAside(path);
-                return history;
-            }
-        } else if (file.size() > maximumReadBytes) {
-            // Kept as it is, and never written over.
-            qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
-            history.problem = qt_error_string(EFBIG);
+    QFile file(path);
+    std::optional<HistoryBytes> bytes;
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (QFileInfo::exists(path)) {
+            // There but unreadable: keep it rather than write over it.
+            qCWarning(lcStore) << "cannot read" << path << file.errorString();
+            history.problem = file.errorString();
+            history.safeToReplace = mayMove && moveAside(path);
             return history;
+        }
+    } else if (file.size() > maximumReadBytes) {
+        // Kept as it is, and never written over.
+        qCWarning(lcStore) << "not reading" << path << "of" << file.size() << "bytes";
+        history.problem = qt_error_string(EFBIG);
+        return history;
+    } else {
+        bytes.emplace(file);
+        history.base = fileId(file);
+        auto decoded = bytes->failed() ? std::nullopt
+                                       : decodeConversations(bytes->view(), [&](qsizetype read) {
+                                             bytes->readUpTo(read);
+                                         });
+        if (decoded) {
+            history.conversations = std::move(*decoded);
         } else {
-            bytes = file.readAll();
-            const bool readFailed = file.error() != QFileDevice::NoError;
-            history.base = fileId(file);
-            if (auto decoded = readFailed ? std::nullopt : decodeConversations(bytes)) {
-                history.conversations = std::move(*decoded);
-            } else {
-                qCWarning(lcStore) << "undecodable history" << path;
-                file.close();
-                history.base = {};
-                history.safeToReplace = mayMove && moveAside(path);
-                if (!history.safeToReplace)
-                    history.problem = qt_error_string(errno);
-                // The journal continued that file; its records mean nothing
-                // without it, but it is kept as well.
-                if (mayMove && QFileInfo::exists(journalPath))
-                    moveAside(journalPath);
-                return history;
-            }
+            qCWarning(lcStore) << "undecodable history" << path;
+            bytes->release();
+            file.close();
+            history.base = {};
+            history.safeToReplace = mayMove && moveAside(path);
+            if (!history.safeToReplace)
+                history.problem = qt_error_string(errno);
+            // The journal continued that file; its records mean nothing
+            // without it, but it is kept as well.
+            if (mayMove && QFileInfo::exists(journalPath))
+                moveAside(journalPath);
+            return history;
         }
     }
     history.safeToReplace = true;
@@ -195,7 +266,7 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
         return history;
     }
     const QByteArray records = journal.readAll();
-    const Journal::Replay replay = Journal::read(records, bytes);
+    const Journal::Replay replay = Journal::read(records, bytes ? bytes->view() : QByteArrayView());
     Journal::apply(history.conversations, replay.records);
     using End = Journal::Replay::End;
     history.journalAppendable = replay.end == End::complete;
@@ -237,6 +308,12 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
 // ours again, but the disk holds what the other process left: nothing is
 // written until load() has read that, with this process's unsaved changes
 // applied on top.
+//
+// A load asked for in the background runs on this thread too, after the
+// snapshots handed in before it. From its start until the main thread has
+// taken what it read, nothing is written: a snapshot handed in meanwhile
+// cannot hold the history and is dropped, and a store closed before then
+// leaves the files as they are.
 class ConversationStore::Writer {
 public:
     explicit Writer(ConversationStore* owner)
@@ -282,6 +359,21 @@ public:
             ++m_submitted;
         }
         m_wake.notify_one();
+    }
+
+    void loadInBackground() {
+        {
+            std::lock_guard lock(m_mutex);
+            m_backgroundLoad = BackgroundLoad::wanted;
+            ++m_submitted;
+        }
+        m_wake.notify_one();
+    }
+
+    // The main thread has taken what the background load read.
+    void handedOver() {
+        std::lock_guard lock(m_mutex);
+        m_backgroundLoad = BackgroundLoad::none;
     }
 
     void flush() {
@@ -348,7 +440,10 @@ private:
     void run() {
         std::unique_lock lock(m_mutex);
         for (;;) {
-            const auto due = [&] { return m_latest || m_retryWanted || m_stopping; };
+            const auto due = [&] {
+                return m_latest || m_retryWanted || m_stopping ||
+                       m_backgroundLoad == BackgroundLoad::wanted;
+            };
             if (m_heldElsewhere) {
                 m_wake.wait_for(lock, lockPollInterval, due);
                 lock.unlock();
@@ -359,6 +454,18 @@ private:
             }
             if (m_stopping && !m_latest)
                 break;
+            // Snapshots handed in before it are written first.
+            if (!m_latest && !m_retryWanted && m_backgroundLoad == BackgroundLoad::wanted &&
+                !m_stopping) {
+                m_backgroundLoad = BackgroundLoad::running;
+                const quint64 generation = m_submitted;
+                lock.unlock();
+                readForOwner();
+                lock.lock();
+                m_finished = std::max(m_finished, generation);
+                m_done.notify_all();
+                continue;
+            }
             if (!m_latest && !m_retryWanted)
                 continue;
             std::optional<QList<Conversation>> snapshot = std::exchange(m_latest, std::nullopt);
@@ -379,6 +486,34 @@ private:
         m_done.notify_all();
         lock.unlock();
         close();
+    }
+
+    void readForOwner() {
+        QList<Conversation> conversations = load();
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_backgroundLoad == BackgroundLoad::running)
+                m_backgroundLoad = BackgroundLoad::read;
+        }
+        // Dropped with the store when it is gone before the event is handled.
+        ConversationStore* owner = m_owner;
+        QMetaObject::invokeMethod(
+            owner,
+            [owner, conversations = std::move(conversations)] {
+                owner->m_writer->handedOver();
+                owner->m_loaded = true;
+                Q_EMIT owner->loaded(conversations);
+            },
+            Qt::QueuedConnection);
+    }
+
+    // Asked for or under way: nothing may be written from now until the
+    // main thread has the history.
+    bool loadPending(bool started) const {
+        std::lock_guard lock(m_mutex);
+        return started ? m_backgroundLoad == BackgroundLoad::running ||
+                             m_backgroundLoad == BackgroundLoad::read
+                       : m_backgroundLoad != BackgroundLoad::none;
     }
 
     // Another process held the history: has it let go?
@@ -405,6 +540,10 @@ private:
     }
 
     void write(QList<Conversation> snapshot) {
+        if (loadPending(true)) {
+            qCWarning(lcStore) << "a snapshot from before the history was read is not written";
+            return;
+        }
         if (writingHeld() || !ensureLock()) {
             m_unsaved = std::move(snapshot);
             return;
@@ -478,6 +617,10 @@ private:
     // holds the history; when it let go after the last read, what is on the
     // disk is read first and the unsaved changes go on top of it.
     void close() {
+        if (loadPending(false)) {
+            qCInfo(lcStore) << "closed before the history was read: nothing written";
+            return;
+        }
         bool held = false;
         bool reread = false;
         {
@@ -653,6 +796,10 @@ private:
     bool m_stopping = false;
     bool m_heldElsewhere = false;  // another running process holds the lock
     bool m_awaitingReload = false; // the lock is ours again; load() must read the disk
+    // A load on this thread for the main thread: asked for, reading, read
+    // but not yet taken.
+    enum class BackgroundLoad { none, wanted, running, read };
+    BackgroundLoad m_backgroundLoad = BackgroundLoad::none;
     QString m_error;
 
     std::thread m_thread; // started last, once everything above exists
@@ -699,6 +846,11 @@ QList<Conversation> ConversationStore::load() {
     // they are read (saves come from this same thread).
     m_writer->flush();
     return m_writer->load();
+}
+
+void ConversationStore::loadInBackground() {
+    m_loaded = false;
+    m_writer->loadInBackground();
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {

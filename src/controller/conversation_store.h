@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QString>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -60,6 +61,15 @@ public:
     // records before the damage are used. Changes this store could not write
     // are applied on top.
     QList<Conversation> load();
+    // The same read on the writing thread: returns at once, and loaded()
+    // brings the conversations to this object's thread when they are read.
+    // Until then nothing is written, and a store closed before then writes
+    // nothing at all: no save and no fold of a history that was not (or not
+    // wholly) handed over.
+    void loadInBackground();
+    // loaded() has been emitted since the last loadInBackground() (true
+    // when none was asked for).
+    bool isLoaded() const { return m_loaded; }
 
     // Returns at once. The disk always ends with the newest snapshot handed
     // in; an older snapshot that has not started writing may be skipped.
@@ -92,11 +102,14 @@ Q_SIGNALS:
     // The process that kept the history has let it go (emitted on the
     // writing thread): load() now, to read what it left and write again.
     void historyReleased();
+    // What loadInBackground() read; emitted on this object's thread.
+    void loaded(const QList<Conversation>& conversations);
 
 private:
     class Writer;
     QString m_filePath;
     std::atomic<bool> m_writable = true;
+    bool m_loaded = true; // touched on this object's thread only
     std::unique_ptr<Writer> m_writer;
 };
 
@@ -104,3 +117,8 @@ private:
 QByteArray encodeConversations(const QList<Conversation>& conversations);
 // No value when anything is off (bad JSON, a missing member, an unknown case).
 std::optional<QList<Conversation>> decodeConversations(QByteArrayView json);
+// The same, reading `json` front to back once: `readUpTo` is told now and
+// then how many bytes have been read, which the reader never looks at again
+// (so that the caller can let them go from memory).
+std::optional<QList<Conversation>>
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo);

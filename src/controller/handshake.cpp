@@ -201,8 +201,8 @@ QCoro::Task<void> MeshController::syncChannels() {
 
 QCoro::Task<void> MeshController::syncMessages() {
     // A message taken off the radio must be kept: while another Talvenne
-    // holds the history, they wait on the radio.
-    if (!m_historyWritable)
+    // holds the history, or until it is read, they wait on the radio.
+    if (!m_historyWritable || !m_historyLoaded)
         co_return;
     const std::uint64_t connection = m_connection;
     for (int fetched = 0; fetched < maxMessagesPerDrain; ++fetched) {

@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSettings>
+#include <limits>
 
 namespace {
 
@@ -48,10 +49,13 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
         });
         connect(m_store, &ConversationStore::historyReleased, this,
                 &MeshController::reloadConversations);
+        connect(m_store, &ConversationStore::loaded, this,
+                &MeshController::takeLoadedConversations);
         setHistoryError(m_store->error());
         m_historyWritable = m_store->isWritable();
+        m_historyLoaded = false;
+        m_store->loadInBackground();
     }
-    loadConversations();
 }
 
 MeshController::~MeshController() {
@@ -103,21 +107,55 @@ void MeshController::loadRememberedDevice() {
         m_rememberedDevice.name.clear();
 }
 
-void MeshController::loadConversations() {
-    if (!m_store)
+// The history read on the store's thread. What came before it (messages the
+// radio pushed, conversations of its lists, messages sent) goes after what
+// was read, into the same conversations.
+void MeshController::takeLoadedConversations(const QList<Conversation>& history) {
+    if (m_historyLoaded)
         return;
-    ConversationMap loaded;
-    for (const Conversation& conversation : m_store->load())
-        loaded.insert(conversation.target.conversationKey(), conversation);
-    m_conversations = std::move(loaded);
+    ConversationMap merged;
+    for (const Conversation& conversation : history)
+        merged.insert(conversation.target.conversationKey(), conversation);
+    bool arrived = false;
+    for (auto it = m_conversations.cbegin(); it != m_conversations.cend(); ++it) {
+        const auto found = merged.find(it.key());
+        if (found == merged.end()) {
+            merged.insert(it.key(), *it);
+            arrived = true;
+            continue;
+        }
+        if (it->messages.isEmpty())
+            continue;
+        arrived = true;
+        for (const ChatMessage& message : it->messages)
+            found->messages.append(message);
+        found->lastActivity = it->lastActivity;
+        if (qAddOverflow(found->unreadCount, it->unreadCount, &found->unreadCount))
+            found->unreadCount = std::numeric_limits<std::int64_t>::max();
+    }
+    m_conversations = std::move(merged);
+    m_historyLoaded = true;
+    assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);
+    Q_EMIT conversationsReset();
+    Q_EMIT conversationsChanged();
+    recountUnreadMentions();
     refreshTotalUnreadCount();
     resumeDeliveryTracking();
+    if (arrived)
+        saveConversations();
+    updateBadge();
+    Q_EMIT historyLoadedChanged();
+    // The radio's waiting messages were left there meanwhile.
+    if (m_historyWritable && m_transportState == TransportState::connected &&
+        !handshakeReadsTheQueue())
+        syncMessages();
 }
 
 // Another Talvenne kept the history and has let it go: what it left is read,
 // with this run's unsaved changes on top, and the window goes on from it.
+// Before the first read is in, that read finds what the other one left.
 void MeshController::reloadConversations() {
-    if (!m_store)
+    if (!m_store || !m_historyLoaded)
         return;
     ConversationMap loaded;
     for (const Conversation& conversation : m_store->load())

@@ -85,6 +85,7 @@ class MeshController : public QObject {
     Q_PROPERTY(QString ownName READ ownName NOTIFY ownNameChanged)
     Q_PROPERTY(QString historyError READ historyError NOTIFY historyErrorChanged)
     Q_PROPERTY(bool historyWritable READ historyWritable NOTIFY historyWritableChanged)
+    Q_PROPERTY(bool historyLoaded READ historyLoaded NOTIFY historyLoadedChanged)
     Q_PROPERTY(
         bool autoReconnect READ autoReconnect WRITE setAutoReconnect NOTIFY autoReconnectChanged)
     Q_PROPERTY(bool isReconnecting READ isReconnecting NOTIFY isReconnectingChanged)
@@ -158,6 +159,12 @@ public:
     // When the other one has gone, the history it left is read (with this
     // run's unsaved changes on top) and this turns true.
     bool historyWritable() const { return m_historyWritable; }
+    // The history is read on the store's thread while the window comes up;
+    // false until it is in. Meanwhile nothing is saved (quitting then writes
+    // nothing), the radio's waiting messages stay there, and what does come
+    // (messages the radio pushes, conversations of its lists) goes after what
+    // is read once it is in.
+    bool historyLoaded() const { return m_historyLoaded; }
     // Tries once more to save what could not be saved; true when the history
     // is saved now (for the question at quit).
     Q_INVOKABLE bool saveHistoryAgain();
@@ -527,6 +534,7 @@ Q_SIGNALS:
     void notificationLevelsChanged();
     void historyErrorChanged();
     void historyWritableChanged();
+    void historyLoadedChanged();
     void autoReconnectChanged();
     void isReconnectingChanged();
     void waitsForBluetoothChanged();
@@ -662,7 +670,7 @@ private:
     void upsertContact(const Contact& contact);
 
     void loadPreferences();
-    void loadConversations();
+    void takeLoadedConversations(const QList<Conversation>& history);
     void reloadConversations();
     void setHistoryError(const QString& error);
 
@@ -698,6 +706,7 @@ private:
     QHash<QString, qint64> m_unreadMentions; // by conversation key; no zeros
     QString m_historyError;
     bool m_historyWritable = true;
+    bool m_historyLoaded = true;
     // Outgoing messages whose transmission is under way.
     QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
@@ -746,8 +755,12 @@ private:
     QHash<QString, QString> m_knownNames;
     std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
     std::uint64_t m_nextWaitId = 1;
-    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message id.
-    QHash<QString, QUuid> m_lastSentMessageID;
+    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
+    struct SentMessage {
+        QUuid id;
+        ConversationID target;
+    };
+    QHash<QString, SentMessage> m_lastSentMessageID;
     QDateTime m_acknowledgementsSweptAt;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;

@@ -24,6 +24,16 @@ QString acknowledgementKey(std::uint32_t ackCode) {
     return QString::asprintf("%08x", ackCode);
 }
 
+// The row of the message with `id`, looked for from the newest back: the
+// messages that change are nearly always the latest. -1 when it is missing.
+qsizetype rowOf(const MessageList& messages, const QUuid& id) {
+    for (qsizetype row = messages.size() - 1; row >= 0; --row) {
+        if (messages.at(row).id == id)
+            return row;
+    }
+    return -1;
+}
+
 } // namespace
 
 void MeshController::sendMessage(const QString& text, const ConversationID& target) {
@@ -48,19 +58,18 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
     const auto found = m_conversations.find(key);
     if (found == m_conversations.end())
         return false;
-    const QList<ChatMessage>& messages = found->messages;
-    const auto failed = std::find_if(messages.cbegin(), messages.cend(),
-                                     [&id](const ChatMessage& m) { return m.id == id; });
-    if (!m_historyWritable || failed == messages.cend() ||
-        failed->direction != ChatMessage::Direction::outgoing ||
-        failed->deliveryState != ChatMessage::DeliveryState::failed ||
-        failed->text.trimmed().isEmpty())
+    const qsizetype row = rowOf(found->messages, id);
+    if (!m_historyWritable || row < 0)
+        return false;
+    const ChatMessage& failed = found->messages.at(row);
+    if (failed.direction != ChatMessage::Direction::outgoing ||
+        failed.deliveryState != ChatMessage::DeliveryState::failed ||
+        failed.text.toString().trimmed().isEmpty())
         return false;
 
-    const QString text = failed->text;
-    const int row = int(failed - messages.cbegin());
+    const QString text = failed.text;
     found->messages.removeAt(row);
-    Q_EMIT messageRemoved(key, row);
+    Q_EMIT messageRemoved(key, int(row));
     // Appending saves the removal with the new message.
     sendMessage(text, target);
     return true;
@@ -131,7 +140,7 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
         co_return;
     }
     forgetStaleAcknowledgements();
-    m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), message.id);
+    m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), {message.id, target});
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
 }
 
@@ -141,9 +150,9 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
 void MeshController::correctTransmission(const QUuid& id, const ConversationID& target,
                                          const MeshEvent& own) {
     using State = ChatMessage::DeliveryState;
-    m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value() == id; });
+    m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value().id == id; });
     if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
-        m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), id);
+        m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), {id, target});
         // A delivery shown meanwhile came for the other message's code.
         updateMessage(id, target, [sent](ChatMessage& m) {
             m.deliveryState = State::sent;
@@ -179,44 +188,39 @@ void MeshController::forgetStaleAcknowledgements() {
         }
     }
     m_lastSentMessageID.removeIf(
-        [&recent](const auto& entry) { return !recent.contains(entry.value()); });
+        [&recent](const auto& entry) { return !recent.contains(entry.value().id); });
 }
 
 void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis) {
     const auto found = m_lastSentMessageID.constFind(acknowledgementKey(ackCode));
     if (found == m_lastSentMessageID.cend())
         return;
-    const QUuid id = *found;
+    const SentMessage sent = *found;
     m_lastSentMessageID.erase(found);
-
-    std::optional<ConversationID> owner;
-    for (const Conversation& conversation : std::as_const(m_conversations)) {
-        const auto& messages = conversation.messages;
-        if (std::any_of(messages.begin(), messages.end(),
-                        [&id](const ChatMessage& m) { return m.id == id; })) {
-            owner = conversation.target;
-            break;
-        }
-    }
-    // Gone when the conversation or the message was deleted meanwhile.
-    if (owner)
-        markDelivered(id, *owner, roundTripMillis);
+    // Nothing is marked when the conversation or the message was deleted
+    // meanwhile.
+    markDelivered(sent.id, sent.target, roundTripMillis);
 }
 
 void MeshController::resumeDeliveryTracking() {
     using State = ChatMessage::DeliveryState;
     bool changed = false;
-    for (Conversation& conversation : m_conversations) {
-        for (ChatMessage& message : conversation.messages) {
+    // Only reads, so that the lists stay shared with the writer's copy of
+    // the history: a message is changed (its chunk copied) where it fails.
+    for (auto it = m_conversations.begin(); it != m_conversations.end(); ++it) {
+        const MessageList& messages = std::as_const(*it).messages;
+        for (qsizetype row = 0; row < messages.size(); ++row) {
+            const ChatMessage& message = messages.at(row);
+            // The radio may still confirm it.
+            if (message.deliveryState == State::sent && message.expectedAck)
+                m_lastSentMessageID.insert(acknowledgementKey(*message.expectedAck),
+                                           {message.id, it->target});
             // Its transmission ended with the run that stored it (or, read
             // back from another run, with that one).
             if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
-                message.deliveryState = State::failed;
+                it->messages[row].deliveryState = State::failed;
                 changed = true;
             }
-            // The radio may still confirm it.
-            if (message.deliveryState == State::sent && message.expectedAck)
-                m_lastSentMessageID.insert(acknowledgementKey(*message.expectedAck), message.id);
         }
     }
     if (changed)
@@ -278,7 +282,12 @@ Conversation MeshController::ensureConversation(const ConversationID& target) {
 
 void MeshController::appendMessage(const ChatMessage& message, const ConversationID& target) {
     const QString key = target.conversationKey();
-    Conversation conversation = ensureConversation(target);
+    ensureConversation(target);
+    // Changed where it is: a copy of the conversation would copy its list of
+    // message chunks, and the chunk written to, once more.
+    Conversation& conversation = m_conversations[key];
+    const QDateTime lastActivity = conversation.lastActivity;
+    const qint64 unreadCount = conversation.unreadCount;
     conversation.messages.append(message);
     conversation.lastActivity = message.timestamp;
 
@@ -292,10 +301,8 @@ void MeshController::appendMessage(const ChatMessage& message, const Conversatio
     if (mentionsMe)
         ++m_unreadMentions[key];
 
-    const Conversation& before = m_conversations[key];
-    const bool summaryChanged = before.lastActivity != conversation.lastActivity ||
-                                before.unreadCount != conversation.unreadCount;
-    m_conversations.insert(key, conversation);
+    const bool summaryChanged =
+        lastActivity != conversation.lastActivity || unreadCount != conversation.unreadCount;
     Q_EMIT messageAppended(key, int(conversation.messages.size()) - 1);
     if (summaryChanged)
         Q_EMIT conversationChanged(key);
@@ -393,24 +400,22 @@ void MeshController::updateMessage(const QUuid& id, const ConversationID& target
     const auto found = m_conversations.find(key);
     if (found == m_conversations.end())
         return;
-    QList<ChatMessage>& messages = found->messages;
-    for (qsizetype row = 0; row < messages.size(); ++row) {
-        if (messages[row].id != id)
-            continue;
-        ChatMessage changed = messages[row];
-        change(changed);
-        if (changed == messages[row])
-            return;
-        messages[row] = std::move(changed);
-        Q_EMIT messageChanged(key, int(row));
-        Q_EMIT conversationsChanged();
-        saveConversations();
+    const qsizetype row = rowOf(found->messages, id);
+    if (row < 0)
         return;
-    }
+    ChatMessage changed = found->messages.at(row);
+    change(changed);
+    if (changed == found->messages.at(row))
+        return;
+    found->messages[row] = std::move(changed);
+    Q_EMIT messageChanged(key, int(row));
+    Q_EMIT conversationsChanged();
+    saveConversations();
 }
 
 void MeshController::saveConversations() {
-    if (m_store)
+    // Never a history without what is still being read.
+    if (m_store && m_historyLoaded)
         m_store->save(m_conversations.values());
 }
 

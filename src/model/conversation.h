@@ -1,5 +1,8 @@
 #pragma once
 
+#include "model/message_list.h"
+#include "model/message_text.h"
+
 #include <QDateTime>
 #include <QHashFunctions>
 #include <QList>
@@ -48,28 +51,32 @@ inline size_t qHash(const ConversationID& id, size_t seed = 0) {
     return id.isContact() ? qHash(id.contactKey(), seed) : qHash(id.channelIndex(), seed ^ 1);
 }
 
+// A history holds up to millions of these: the members are ordered so that
+// none leaves padding (112 bytes, besides the text).
 struct ChatMessage {
-    enum class Direction { incoming, outgoing };
-    enum class DeliveryState { sending, sent, delivered, failed };
+    enum class Direction : std::uint8_t { incoming, outgoing };
+    enum class DeliveryState : std::uint8_t { sending, sent, delivered, failed };
 
     QUuid id;
-    Direction direction = Direction::incoming;
-    QString text;
+    MessageText text;
     QDateTime timestamp;
     std::optional<double> snr;
-    DeliveryState deliveryState = DeliveryState::delivered;
     std::optional<std::uint32_t> expectedAck;
     std::optional<int> pathLength;
     std::optional<std::uint32_t> roundTripMillis;
     std::optional<int> hopCount;
     std::optional<std::uint32_t> estimatedTimeoutMillis;
+    Direction direction = Direction::incoming;
+    DeliveryState deliveryState = DeliveryState::delivered;
 
     bool operator==(const ChatMessage&) const = default;
 };
 
+using MessageList = ChunkedList<ChatMessage>;
+
 struct Conversation {
     ConversationID target;
-    QList<ChatMessage> messages;
+    MessageList messages;
     QDateTime lastActivity; // distantPast() for a conversation without messages
     std::int64_t unreadCount = 0;
 

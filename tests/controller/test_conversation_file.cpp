@@ -1,6 +1,7 @@
 // The exact JSON shape of conversations.json, both ways.
 
 #include "controller/conversation_store.h"
+#include "history_samples.h"
 #include "test_support.h"
 
 #include <QJsonArray>
@@ -353,6 +354,30 @@ private slots:
         QTest::newRow("invalid UTF-8") << withMessage(
             "{\"id\":\"6F9619FF-8B86-D011-B42D-00C04FC964FF\",\"direction\":{\"incoming\":{}},"
             "\"text\":\"\xc3\x28\",\"timestamp\":1,\"deliveryState\":{\"sent\":{}}}");
+        // The reader checks UTF-8 string by string: bytes beyond ASCII are
+        // only valid inside strings, wherever those are.
+        const auto withText = [](const char* text) {
+            return withMessage((QByteArrayLiteral(R"({"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF",)"
+                                                  R"("direction":{"incoming":{}},"text":")") +
+                                text + R"(","timestamp":1,"deliveryState":{"sent":{}}})")
+                                   .constData());
+        };
+        QTest::newRow("UTF-8 cut short before the quote") << withText("ok \xe2\x82");
+        QTest::newRow("overlong UTF-8") << withText("\xc0\xaf");
+        QTest::newRow("invalid UTF-8 far into a text")
+            << withText("a longer text, past the first sixteen bytes: \xf0\x9f\x93");
+        QTest::newRow("surrogate in UTF-8") << withText("\xed\xa0\x80");
+        QTest::newRow("invalid UTF-8 after an escape") << withText("a\\n\xff");
+        QTest::newRow("lone continuation byte") << withText("\x80");
+        QTest::newRow("invalid UTF-8 in a member name")
+            << withMessage((QByteArray(goodMessage).chopped(1) + ",\"n\xff\":1}").constData());
+        QTest::newRow("invalid UTF-8 in an unknown member") << withMessage(
+            (QByteArray(goodMessage).chopped(1) + R"(,"note":["a",")" + "\xc3\x28" + "\"]}")
+                .constData());
+        QTest::newRow("UTF-8 outside strings")
+            << withConversation(R"({"target":{"channel":{"_0":1}},"messages":[])"
+                                "\xc2\xa0"
+                                R"(,"lastActivity":0,"unreadCount":0})");
         QTest::newRow("raw control in text") << withMessage(
             "{\"id\":\"6F9619FF-8B86-D011-B42D-00C04FC964FF\",\"direction\":{\"incoming\":{}},"
             "\"text\":\"a\nb\",\"timestamp\":1,\"deliveryState\":{\"sent\":{}}}");
@@ -468,6 +493,32 @@ private slots:
     void rejectsBadFiles() {
         QFETCH(QByteArray, json);
         QVERIFY(!decodeConversations(json).has_value());
+    }
+
+    // Any cut of a file, at every byte, is no history (and never a crash).
+    void rejectsEveryCutOfAFile() {
+        const QByteArray whole = encodeConversations(handBuilt());
+        QVERIFY(decodeConversations(whole).has_value());
+        for (qsizetype size = 0; size < whole.size(); ++size)
+            QVERIFY2(!decodeConversations(whole.first(size)).has_value(),
+                     qPrintable(QString::number(size)));
+    }
+
+    // The reader goes front to back once: what it said it has read may be
+    // let go (here it is overwritten) and the history is the same.
+    void neverLooksBackAtWhatItHasRead() {
+        QList<Conversation> list = HistorySamples::history(3, 40'000);
+        list[1].messages[7].text = QString::fromUcs4(U"\u00e9\U0001F4E1 \"quoted\"\n");
+        QByteArray bytes = encodeConversations(list);
+        QList<qsizetype> reports;
+        const auto decoded = decodeConversations(bytes, [&](qsizetype read) {
+            reports << read;
+            std::fill_n(bytes.data(), read, '#');
+        });
+        QVERIFY(reports.size() >= 2); // the file is some 8 MB
+        QVERIFY(std::is_sorted(reports.cbegin(), reports.cend()));
+        QVERIFY(decoded.has_value());
+        QVERIFY(*decoded == list);
     }
 
     void acceptsTheMemberTemplateItself() {

@@ -5,6 +5,7 @@
 #include "controller/conversation_store.h"
 #include "history_samples.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 
 using HistorySamples::history;
@@ -38,32 +39,50 @@ private slots:
     void diffThenApplyGivesTheNewHistory_data() {
         QTest::addColumn<Change>("change");
         QTest::addColumn<int>("records");
+        QTest::addColumn<int>("messages"); // in 5 conversations
         using State = ChatMessage::DeliveryState;
-        QTest::newRow("nothing") << Change([](auto&) {}) << 0;
+        QTest::newRow("nothing") << Change([](auto&) {}) << 0 << 40;
         QTest::newRow("one message appended") << Change([](auto& h) {
             h[1].messages.append(message(500));
             h[1].lastActivity = h[1].messages.last().timestamp;
-        }) << 1;
+        }) << 1 << 40;
         QTest::newRow("a state changed in place")
-            << Change([](auto& h) { h[2].messages[3].deliveryState = State::failed; }) << 1;
-        QTest::newRow("read") << Change([](auto& h) { h[0].unreadCount = 0; }) << 1;
+            << Change([](auto& h) { h[2].messages[3].deliveryState = State::failed; }) << 1 << 40;
+        QTest::newRow("read") << Change([](auto& h) { h[0].unreadCount = 0; }) << 1 << 40;
         QTest::newRow("new empty conversation") << Change([](auto& h) {
             h.append(Conversation{ConversationID::channel(7), {}, distantPast(), 0});
-        }) << 1;
-        QTest::newRow("conversation removed") << Change([](auto& h) { h.removeAt(2); }) << 1;
+        }) << 1 << 40;
+        QTest::newRow("conversation removed") << Change([](auto& h) { h.removeAt(2); }) << 1 << 40;
         QTest::newRow("removed and made again")
-            << Change([](auto& h) { h[3].messages = {message(900)}; }) << 1;
+            << Change([](auto& h) { h[3].messages = {message(900)}; }) << 1 << 40;
         QTest::newRow("several at once") << Change([](auto& h) {
             h[0].messages.append(message(501));
             h[4].messages[0].text = QStringLiteral("edited");
             h.removeAt(1);
-        }) << 3;
+        }) << 3 << 40;
+        // Conversations of several chunks: those the change leaves shared
+        // are not compared, the one it touched is.
+        QTest::newRow("appended to a long conversation") << Change([](auto& h) {
+            h[1].messages.append(message(20'000));
+            h[1].lastActivity = h[1].messages.last().timestamp;
+        }) << 1 << 12'000;
+        QTest::newRow("a state changed in a long conversation's first chunk")
+            << Change([](auto& h) { h[2].messages[3].deliveryState = State::failed; }) << 1
+            << 12'000;
+        QTest::newRow("a state changed past its first chunks")
+            << Change([](auto& h) { h[2].messages[2'100].text = QStringLiteral("edited"); }) << 1
+            << 12'000;
+        QTest::newRow("a long conversation cut short")
+            << Change([](auto& h) { h[3].messages.resize(1'500); }) << 1 << 12'000;
+        QTest::newRow("a message gone from a long conversation's middle")
+            << Change([](auto& h) { h[4].messages.removeAt(1'000); }) << 1 << 12'000;
     }
 
     void diffThenApplyGivesTheNewHistory() {
         QFETCH(Change, change);
         QFETCH(int, records);
-        const QList<Conversation> before = history(5, 40);
+        QFETCH(int, messages);
+        const QList<Conversation> before = history(5, messages);
         QList<Conversation> after = before;
         change(after);
 
@@ -80,6 +99,33 @@ private slots:
         const Journal::Replay replay = Journal::read(journalOf(base, before, {after}), base);
         QCOMPARE(replay.end, Journal::Replay::End::complete);
         QVERIFY(replay.records == diff);
+    }
+
+    // The writer's comparison of the snapshot it wrote with the next, one
+    // message further, costs as much in a conversation of 200,000 messages
+    // as in one of 2,000.
+    void diffCostsTheSameInAnyLengthOfConversation() {
+        const auto millisPerDiff = [](int length) {
+            const QList<Conversation> before = history(1, length);
+            QList<double> costs;
+            for (int n = 0; n < 9; ++n) {
+                QList<Conversation> after = before;
+                after[0].messages.append(message(length + n));
+                QElapsedTimer timer;
+                timer.start();
+                const qsizetype records = Journal::diff(before, after).size();
+                costs.append(double(timer.nsecsElapsed()) / 1e6);
+                if (records != 1)
+                    return -1.0;
+            }
+            std::sort(costs.begin(), costs.end());
+            return costs.at(costs.size() / 2);
+        };
+        const double shortOne = millisPerDiff(2'000);
+        const double longOne = millisPerDiff(200'000);
+        QVERIFY(shortOne >= 0 && longOne >= 0);
+        QVERIFY2(longOne <= 5 * shortOne + 0.5,
+                 qPrintable(QStringLiteral("%1 ms against %2 ms").arg(longOne).arg(shortOne)));
     }
 
     // A journal replayed on top of the file that a fold made from it (the

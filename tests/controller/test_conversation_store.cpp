@@ -724,6 +724,58 @@ private slots:
             QVERIFY2(QFileInfo::exists(dir.filePath(name)), qPrintable(name));
     }
 
+    // Read in the background, the history reaches this thread by loaded().
+    // A store closed before then writes nothing: neither a snapshot handed
+    // in meanwhile nor the fold of the journal it makes once the history is
+    // taken (the last row, which shows that it would write).
+    void closedBeforeTheLoadIsTakenWritesNothing_data() {
+        QTest::addColumn<int>("step");
+        QTest::addColumn<bool>("writes");
+        QTest::newRow("asked for") << 0 << false;
+        QTest::newRow("read, not taken") << 1 << false;
+        QTest::newRow("a snapshot meanwhile") << 2 << false;
+        QTest::newRow("taken") << 3 << true;
+    }
+    void closedBeforeTheLoadIsTakenWritesNothing() {
+        QFETCH(int, step);
+        QFETCH(bool, writes);
+        QTemporaryDir dir;
+        const QList<Conversation> list = history(3, 30);
+        const QList<Conversation> changed = withExtra(list, 1000);
+        const QByteArray file = encodeConversations(list);
+        const QByteArray journal =
+            Journal::header(file) + Journal::frame({JournalRecord::Kind::put, changed[1]});
+        const QString journalPath = pathIn(dir) + QStringLiteral(".journal");
+        writeFile(pathIn(dir), file);
+        writeFile(journalPath, journal);
+        {
+            ConversationStore store(pathIn(dir));
+            QSignalSpy loaded(&store, &ConversationStore::loaded);
+            store.loadInBackground();
+            QVERIFY(!store.isLoaded());
+            if (step >= 1)
+                store.flush();
+            if (step == 2) {
+                store.save(withExtra(changed, 1001));
+                store.flush();
+            }
+            if (step == 3) {
+                QTRY_VERIFY(store.isLoaded());
+                QCOMPARE(loaded.size(), 1);
+                QVERIFY(loaded.at(0).at(0).value<QList<Conversation>>() == changed);
+            } else {
+                QCOMPARE(loaded.size(), 0);
+            }
+            QCOMPARE(store.bytesWritten(), 0);
+        }
+        const bool untouched = contents(pathIn(dir)) == file && contents(journalPath) == journal;
+        QCOMPARE(untouched, !writes);
+        QCOMPARE(historyFiles(dir.path()),
+                 (QStringList{QStringLiteral("conversations.json"),
+                              QStringLiteral("conversations.json.journal")}));
+        QVERIFY(onDisk(pathIn(dir)) == changed);
+    }
+
     void largeHistory() {
 #if defined(__SANITIZE_ADDRESS__)
         const int count = 20000; // the sanitizer makes everything several times slower

@@ -1,10 +1,18 @@
 #include "controller_rig.h"
+#include "history_samples.h"
 #include "sim_rig.h"
 #include "test_support.h"
 
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QLoggingCategory>
 #include <QProcess>
+#include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTest>
+#include <thread>
 
 using namespace std::chrono_literals;
 using TestSupport::hex;
@@ -21,6 +29,14 @@ const ChatMessage& lastMessage(const MeshController& controller, const Conversat
 
 Events::ContactMessage directFrom(const QString& prefix, const QString& text) {
     return {prefix, 1, 0, QDateTime::fromSecsSinceEpoch(1'699'999'000, Qt::UTC), text, {}};
+}
+
+// The files in the folder, the lock aside.
+QStringList historyFilesIn(const QString& folder) {
+    QStringList files = QDir(folder).entryList(QDir::Files | QDir::System, QDir::Name);
+    files.removeAll(QStringLiteral("conversations.json.lock"));
+    files.removeAll(QStringLiteral("settings.ini"));
+    return files;
 }
 
 } // namespace
@@ -112,7 +128,7 @@ private Q_SLOTS:
             rig.deliver(Events::MessageSent{0, std::uint32_t(0xa0 + n), 4000});
         rig.deliver(Events::SendConfirmed{0xa0, 700});
 
-        const QList<ChatMessage> messages =
+        const MessageList messages =
             rig.controller->conversations()[target.conversationKey()].messages.mid(again ? 0 : 1);
         QCOMPARE(messages.size(), next);
         for (int n = 1; n <= next; ++n) {
@@ -475,6 +491,7 @@ private Q_SLOTS:
 
         MeshController again(&rig.link, &rig.clock, &rig.notifier, rig.store.get(),
                              rig.settings.get());
+        QVERIFY(historyIn(again));
         QCOMPARE(again.notificationLevel(ann), NotificationLevel::nothing);
         QCOMPARE(again.totalUnreadCount(), 2);
         QCOMPARE(again.badgeCount(), 1);
@@ -547,6 +564,52 @@ private Q_SLOTS:
             rig.controller->conversations()["contact:" + keyOf('a')].messages[0];
         QCOMPARE(delivered.id, waiting);
         QCOMPARE(delivered.roundTripMillis, 900u);
+
+        // Read again with nothing to change: every list stays shared with
+        // the store's copy of what it read, so the history is held once.
+        rig.store->flush();
+        rig.controller.reset();
+        rig.buildController();
+        QCOMPARE(rig.controller->conversations().size(), 2);
+        for (const Conversation& c : rig.controller->conversations())
+            QVERIFY(c.messages.isShared());
+    }
+
+    // A message costs the UI thread as much at the end of a conversation of
+    // 200,000 messages as of 2,000, while the store's writer holds the last
+    // snapshot it wrote: nothing copies the conversation.
+    void aMessageCostsTheSameInAnyLengthOfConversation_data() {
+        QTest::addColumn<bool>("outgoing");
+        QTest::newRow("received") << false;
+        QTest::newRow("sent, then sent and delivered") << true;
+    }
+    void aMessageCostsTheSameInAnyLengthOfConversation() {
+        QFETCH(bool, outgoing);
+        const auto millisPerMessage = [outgoing](int length) {
+            ControllerBench<FakeLink> rig(HistorySamples::history(1, length), true);
+            const ConversationID target = rig.controller->conversations().cbegin()->target;
+            QList<double> costs;
+            for (int n = 0; n < 9; ++n) {
+                ChatMessage message = HistorySamples::message(length + n);
+                message.direction =
+                    outgoing ? ChatMessage::Direction::outgoing : ChatMessage::Direction::incoming;
+                rig.store->flush();
+                QElapsedTimer timer;
+                timer.start();
+                rig.controller->appendMessage(message, target);
+                if (outgoing) {
+                    rig.controller->markSent(message.id, target, 0xa0u + n, 4000);
+                    rig.controller->markDelivered(message.id, target, 900);
+                }
+                costs.append(double(timer.nsecsElapsed()) / 1e6);
+            }
+            std::sort(costs.begin(), costs.end());
+            return costs.at(costs.size() / 2);
+        };
+        const double shortOne = millisPerMessage(2'000);
+        const double longOne = millisPerMessage(200'000);
+        QVERIFY2(longOne <= 5 * shortOne + 0.5,
+                 qPrintable(QStringLiteral("%1 ms against %2 ms").arg(longOne).arg(shortOne)));
     }
 
     // A window whose history another Talvenne holds sends nothing and leaves
@@ -584,6 +647,89 @@ private Q_SLOTS:
         rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
         QCOMPARE(rig.link.written.size(), 2);
         QCOMPARE(rig.savedHistory()->first().messages.size(), 1);
+    }
+
+    // While the history is read the window goes on: a message the radio
+    // pushes is shown, nothing is saved, and the radio's waiting messages
+    // stay there. Once read, what came goes after the history, into the same
+    // conversation, and is saved with it; the waiting messages follow. Quit
+    // before then, and the files stay as they were.
+    void whatComesBeforeTheHistoryJoinsIt_data() {
+        QTest::addColumn<int>("conversation"); // of the history; -1 for a new one
+        QTest::addColumn<bool>("quit");
+        QTest::newRow("a channel of the history") << 0 << false;
+        QTest::newRow("a contact of the history") << 1 << false;
+        QTest::newRow("a new contact") << -1 << false;
+        QTest::newRow("quit before the history is in") << 1 << true;
+    }
+    void whatComesBeforeTheHistoryJoinsIt() {
+        QFETCH(int, conversation);
+        QFETCH(bool, quit);
+        const QList<Conversation> history = HistorySamples::history(3, 30);
+        const QByteArray file = encodeConversations(history);
+        ControllerRig rig(false);
+        HistoryHeldBack disk(rig.historyPath());
+        QVERIFY(disk.isMade());
+        // A snapshot without the history would be dropped with this warning.
+        QLoggingCategory::setFilterRules(QStringLiteral("talvenne.store.warning=true"));
+        const auto rules = qScopeGuard([] { QLoggingCategory::setFilterRules({}); });
+        QTest::failOnWarning(QRegularExpression(QStringLiteral("before the history was read")));
+        rig.buildController(false);
+        rig.connectQuietly();
+        QVERIFY(!rig.controller->historyLoaded());
+
+        const ConversationID target =
+            conversation >= 0 ? history[conversation].target : ConversationID::contact(contactKey);
+        if (target.isChannel()) {
+            rig.deliver(Events::ChannelMessage{
+                target.channelIndex(), 0, 0, rig.clock.now(), QStringLiteral("late"), {}});
+        } else {
+            rig.deliver(Events::Contact{makeContact(target.contactKey(), "Ann")});
+            rig.deliver(Events::ContactMessage{
+                target.contactKey().left(12), 1, 0, rig.clock.now(), QStringLiteral("late"), {}});
+        }
+        rig.deliver(Events::MessagesWaiting{});
+        QVERIFY(rig.link.written.isEmpty());
+        const QString key = target.conversationKey();
+        QCOMPARE(rig.controller->conversations()[key].messages.size(), 1);
+        QCOMPARE(rig.notifier.posted.size(), 1);
+
+        if (quit) {
+            std::thread reader([&] { disk.handOver(file); });
+            // Without letting the read reach the controller.
+            for (int waited = 0; !disk.readerCame() && waited < 10'000; ++waited)
+                std::this_thread::sleep_for(1ms);
+            rig.controller.reset();
+            rig.store.reset();
+            reader.join();
+            QCOMPARE(historyFilesIn(rig.dir.path()),
+                     QStringList{QStringLiteral("conversations.json")});
+            QVERIFY(!QFileInfo(rig.historyPath()).isFile()); // the pipe, never written over
+            return;
+        }
+        disk.handOver(file);
+        QVERIFY(historyIn(*rig.controller));
+        const Conversation& joined = rig.controller->conversations()[key];
+        const MessageList before =
+            conversation >= 0 ? history[conversation].messages : MessageList();
+        QCOMPARE(joined.messages.size(), before.size() + 1);
+        for (qsizetype row = 0; row < before.size(); ++row)
+            QVERIFY(joined.messages.at(row) == before.at(row));
+        QCOMPARE(joined.messages.last().text, QStringLiteral("late"));
+        QCOMPARE(joined.lastActivity, rig.clock.now());
+        qint64 unread = 1;
+        for (const Conversation& read : history)
+            unread += read.unreadCount;
+        QCOMPARE(rig.controller->totalUnreadCount(), unread);
+        QCOMPARE(rig.controller->conversations().size(), history.size() + (conversation < 0));
+        QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
+
+        const auto saved = rig.savedHistory();
+        QVERIFY(saved);
+        MeshController::ConversationMap onDisk;
+        for (const Conversation& stored : *saved)
+            onDisk.insert(stored.target.conversationKey(), stored);
+        QVERIFY(onDisk == rig.controller->conversations());
     }
 
     // The store's error is the controller's historyError: shown while saves

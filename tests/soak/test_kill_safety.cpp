@@ -23,7 +23,7 @@ qint64 lastSave(const QList<Conversation>& history) {
     for (const Conversation& conversation : history) {
         if (conversation.target == ConversationID::contact(QStringLiteral("marker")) &&
             !conversation.messages.isEmpty())
-            return conversation.messages.last().text.mid(5).toLongLong();
+            return conversation.messages.last().text.toString().mid(5).toLongLong();
     }
     return -1;
 }

@@ -10,11 +10,71 @@
 #include <QSettings>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QUuid>
+#include <atomic>
 #include <chrono>
+#include <fcntl.h>
 #include <memory>
 #include <optional>
+#include <sys/stat.h>
+#include <thread>
 #include <type_traits>
+#include <unistd.h>
+
+// Waits for the history the controller reads in the background.
+inline bool historyIn(const MeshController& controller) {
+    return QTest::qWaitFor([&] { return controller.historyLoaded(); }, 10000);
+}
+
+// A history file the disk is slow to give: a named pipe, whose reading
+// waits until the test hands the bytes over (from any thread). Declare it
+// after the store that reads it.
+class HistoryHeldBack {
+public:
+    explicit HistoryHeldBack(QString path)
+        : m_path(std::move(path)) {
+        QFile::remove(m_path);
+        m_made = ::mkfifo(QFile::encodeName(m_path).constData(), 0600) == 0;
+    }
+    ~HistoryHeldBack() { handOver({}); }
+    HistoryHeldBack(const HistoryHeldBack&) = delete;
+    HistoryHeldBack& operator=(const HistoryHeldBack&) = delete;
+
+    bool isMade() const { return m_made; }
+    // The reader has opened the file, and handOver() goes on.
+    bool readerCame() const { return m_readerCame; }
+    // Once the reader is there: `bytes`, then the end of the file.
+    void handOver(const QByteArray& bytes) {
+        if (!m_made || m_handedOver.exchange(true))
+            return;
+        const QByteArray path = QFile::encodeName(m_path);
+        int fd = -1;
+        for (int tries = 0; fd < 0 && tries < 10'000; ++tries) {
+            fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK);
+            if (fd < 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        if (fd < 0)
+            return;
+        m_readerCame = true;
+        ::fcntl(fd, F_SETFL, 0);
+        for (qsizetype done = 0; done < bytes.size();) {
+            const ssize_t written =
+                ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+            if (written <= 0)
+                break;
+            done += written;
+        }
+        ::close(fd);
+    }
+
+private:
+    QString m_path;
+    bool m_made = false;
+    std::atomic<bool> m_handedOver = false;
+    std::atomic<bool> m_readerCame = false;
+};
 
 // Everything a controller needs, on virtual time and throw-away files, over a
 // link of type `Link` (built with the bench's clock first when it takes one).
@@ -28,6 +88,8 @@ struct ControllerBench {
     RecordingNotifier notifier;
     std::unique_ptr<ConversationStore> store;
     std::unique_ptr<QSettings> settings;
+    // Made by buildControllerHoldingHistory().
+    std::unique_ptr<HistoryHeldBack> heldBack;
     std::unique_ptr<MeshController> controller;
 
     // `history` is written to the history file before the store opens it; the
@@ -48,9 +110,21 @@ struct ControllerBench {
             buildController();
     }
 
-    void buildController() {
+    // The controller, once it has read the history (or at once).
+    void buildController(bool waitForHistory = true) {
         controller =
             std::make_unique<MeshController>(&link, &clock, &notifier, store.get(), settings.get());
+        if (!waitForHistory)
+            return;
+        historyIn(*controller);
+        // The badge the history read shows is the start of what tests look at.
+        notifier.badges.clear();
+    }
+    // The controller, with its history on a slow disk: read once
+    // heldBack->handOver() has given it.
+    void buildControllerHoldingHistory() {
+        heldBack = std::make_unique<HistoryHeldBack>(historyPath());
+        buildController(false);
     }
     // Moves the clock `millis` on and tells whether `outcome` ended then and
     // not a millisecond sooner (at once for 0).

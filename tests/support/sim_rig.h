@@ -15,8 +15,12 @@
 struct SimRig : ControllerBench<SimulatedRadio> {
     SimulatedRadio& radio = link;
 
-    explicit SimRig(quint32 seed = 5, const QList<Conversation>& history = {})
-        : ControllerBench(history, true, seed) {
+    // `holdHistory`: see buildControllerHoldingHistory().
+    explicit SimRig(quint32 seed = 5, const QList<Conversation>& history = {},
+                    bool holdHistory = false)
+        : ControllerBench(history, !holdHistory, seed) {
+        if (holdHistory)
+            buildControllerHoldingHistory();
         clock.settle();
     }
 

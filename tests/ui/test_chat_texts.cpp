@@ -280,9 +280,9 @@ private Q_SLOTS:
         QFETCH(int, unread);
         QFETCH(int, row);
         QFETCH(int, count);
-        QList<ChatMessage> list;
+        MessageList list;
         for (const QChar kind : messages)
-            list << (kind == u'o' ? outgoing(State::delivered) : incoming(u"hi"_s));
+            list.append(kind == u'o' ? outgoing(State::delivered) : incoming(u"hi"_s));
         QCOMPARE(firstUnread(list, unread), (FirstUnread{row, count}));
     }
 
@@ -316,7 +316,7 @@ private Q_SLOTS:
         ChatMessage message = outgoingMessage ? outgoing(State::failed) : incoming(text);
         message.text = text;
         message.timestamp = QDateTime(QDate(2024, 2, 3), QTime(14, 5, 9));
-        conversation.messages << message;
+        conversation.messages.append(message);
         QCOMPARE(conversationText(conversation, u"Aino"_s), line);
     }
 

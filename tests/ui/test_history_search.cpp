@@ -2,6 +2,7 @@
 #include "logic/history_search.h"
 #include "ui_rig.h"
 
+#include <QElapsedTimer>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -43,6 +44,10 @@ private Q_SLOTS:
             << u"go \U0001F680!"_s << u"\U0001F680"_s << u"en"_s << u"\U0001F680"_s;
         QTest::newRow("Turkish dotless I") << u"KIŞ geldi"_s << u"kış"_s << u"tr"_s << u"KIŞ"_s;
         QTest::newRow("Turkish I is no i") << u"KIŞ"_s << u"kiş"_s << u"tr"_s << none;
+        QTest::newRow("Turkish I inside ASCII")
+            << u"bir KIŞ ISTANBUL"_s << u"istanbul"_s << u"tr"_s << none;
+        QTest::newRow("letters of two and three bytes")
+            << u"Ääliö ΣΊΣΥΦΟΣ Ǆ"_s << u"σισυφοσ"_s << u"fi"_s << u"ΣΊΣΥΦΟΣ"_s;
         QTest::newRow("no match") << u"hello"_s << u"bye"_s << u"en"_s << none;
         QTest::newRow("blank query") << u"hello"_s << QString() << u"en"_s << none;
     }
@@ -51,6 +56,13 @@ private Q_SLOTS:
         QFETCH(QString, query);
         QFETCH(QString, locale);
         QTEST(matched(text, query, QLocale(locale)), "match");
+        // The search folds messages in UTF-8, each character beyond ASCII
+        // once: the same as the text folded, the second time too.
+        ViewLogic::SearchFolder folder{QLocale(locale)};
+        QByteArray folded;
+        folder.fold(text.toUtf8(), folded);
+        folder.fold(text.toUtf8(), folded);
+        QCOMPARE(folded, ViewLogic::foldForSearch(text + text, QLocale(locale)).toUtf8());
     }
 
     void excerptKeepsTheMatchInItsContext() {
@@ -126,6 +138,58 @@ private Q_SLOTS:
         model.finishNow();
         QCOMPARE(model.rowCount(), 0);
         QVERIFY(model.emptyText().contains(u"nowhere"_s));
+    }
+
+    // Newest first across conversations, also where a radio's clock went
+    // back in the middle of one.
+    void resultsComeNewestFirst() {
+        const QDateTime start(QDate(2025, 5, 1), QTime(8, 0), Qt::UTC);
+        const auto conversation = [&](const ConversationID& target, QList<int> minutes) {
+            Conversation c{target, {}, distantPast(), 0};
+            for (int minute : minutes)
+                c.messages.append(chatMessage(Direction::outgoing, u"harbour %1"_s.arg(minute),
+                                              start.addSecs(60 * minute)));
+            c.lastActivity = c.messages.constLast().timestamp;
+            return c;
+        };
+        UiRig rig(UiRig::alone,
+                  {conversation(ConversationID::channel(0), {10, 20, 5, 30, 31}),
+                   conversation(ConversationID::contact(QString(64, u'b')), {15, 25, 1})});
+        HistorySearchModel model;
+        model.setController(rig.controller.get());
+        model.setQuery(u"harbour"_s);
+        model.finishNow();
+        QCOMPARE(column(model, "after"),
+                 (QStringList{" 31", " 30", " 25", " 20", " 15", " 10", " 5", " 1"}));
+    }
+
+    // The index is made in a time that grows with the history, not with its
+    // square: 20,000 messages in one conversation cost about a hundred times
+    // what 200 do (each message used to be looked for in its conversation).
+    void indexGrowsLinearlyWithTheHistory() {
+        const auto millisToIndex = [](int length) {
+            const QDateTime start(QDate(2025, 5, 1), QTime(8, 0), Qt::UTC);
+            Conversation channel{ConversationID::channel(0), {}, distantPast(), 0};
+            for (int n = 0; n < length; ++n)
+                channel.messages.append(chatMessage(
+                    Direction::incoming, u"Node %1: at the harbour, %2"_s.arg(n % 40).arg(n),
+                    start.addSecs(n)));
+            UiRig rig(UiRig::alone, {channel});
+            QList<double> costs;
+            for (int run = 0; run < 3; ++run) {
+                HistorySearchModel model;
+                QElapsedTimer timer;
+                timer.start();
+                model.setController(rig.controller.get());
+                model.finishNow();
+                costs.append(double(timer.nsecsElapsed()) / 1e6);
+            }
+            return *std::min_element(costs.begin(), costs.end());
+        };
+        const double shortOne = millisToIndex(200);
+        const double longOne = millisToIndex(20'000);
+        QVERIFY2(longOne <= 250 * shortOne + 20,
+                 qPrintable(QStringLiteral("%1 ms against %2 ms").arg(longOne).arg(shortOne)));
     }
 
     // Ctrl+Shift+F opens the search with the focus in its field; Return

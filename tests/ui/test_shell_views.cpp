@@ -6,6 +6,7 @@
 
 #include <QProcess>
 #include <QTest>
+#include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 #include <qcoro/qcoroqml.h>
 
@@ -397,6 +398,56 @@ private Q_SLOTS:
         QVERIFY(!m_rig->controller->rememberedDeviceId());
         // The history stays.
         QVERIFY(m_rig->controller->conversations().contains(target.conversationKey()));
+    }
+
+    // While the history is read, the lists and the chat area say that it
+    // comes, never that they are empty, not even for a frame; the rows come
+    // with the history, and a conversation opened meanwhile (as from a
+    // notification) then shows its messages.
+    void placeholderWhileTheHistoryIsRead() {
+        m_rig.reset();
+        m_rig = std::make_unique<WindowRig>(WindowRig::demoNeighbours, nullptr, true);
+        // Looked at between any two events, as a frame could be drawn there.
+        bool emptyShown = false;
+        const auto lookForEmpty = [&] {
+            if (!m_rig->controller->historyLoaded() &&
+                (m_rig->shows("sidebarEmptyState") || m_rig->shows("conversationEmptyDetail") ||
+                 m_rig->shows("emptyState")))
+                emptyShown = true;
+        };
+        QTimer watch;
+        watch.setInterval(1);
+        connect(&watch, &QTimer::timeout, this, lookForEmpty);
+        connect(m_rig->controller.get(), &MeshController::historyLoadedChanged, this, lookForEmpty);
+        watch.start();
+        QVERIFY(m_rig->connectToMainView());
+        QVERIFY(!m_rig->controller->historyLoaded());
+        QTRY_VERIFY(m_rig->shows("sidebarHistoryLoading"));
+        lookForEmpty();
+        QVERIFY(m_rig->shows("conversationHistoryLoading"));
+        QCOMPARE(countOf("conversationList"), 0);
+
+        const ConversationID target = m_rig->chatWith(u"Aino Virtanen"_s);
+        QVERIFY(QMetaObject::invokeMethod(m_rig->window(), "openConversation",
+                                          Q_ARG(QVariant, target.conversationKey())));
+        QTRY_VERIFY(m_rig->shows("chatHistoryLoading"));
+        QVERIFY(!m_rig->shows("conversationHistoryLoading"));
+        QTest::qWait(50);
+        lookForEmpty();
+
+        Conversation read{target, {}, distantPast(), 0};
+        for (int n = 0; n < 5; ++n)
+            read.messages.append(incomingMessage(QString::number(n), m_rig->clock.now()));
+        read.lastActivity = m_rig->clock.now();
+        m_rig->heldBack->handOver(encodeConversations({read}));
+        QTRY_VERIFY(m_rig->controller->historyLoaded());
+        QTRY_VERIFY(countOf("conversationList") > 0);
+        QTRY_COMPARE(countOf("messageList"), 5);
+        QVERIFY(!m_rig->shows("sidebarHistoryLoading"));
+        QVERIFY(!m_rig->shows("chatHistoryLoading"));
+        QVERIFY(!m_rig->shows("emptyState"));
+        watch.stop();
+        QVERIFY(!emptyShown);
     }
 
     // A notification's click opens its conversation whatever the list mode,

@@ -164,8 +164,9 @@ struct Bound : Model {
 // `history`.
 struct UiRig : SimRig {
     enum Neighbours { demoNeighbours, alone };
-    explicit UiRig(Neighbours neighbours = demoNeighbours, const QList<Conversation>& history = {})
-        : SimRig(3, history) {
+    explicit UiRig(Neighbours neighbours = demoNeighbours, const QList<Conversation>& history = {},
+                   bool holdHistory = false)
+        : SimRig(3, history, holdHistory) {
         if (neighbours == demoNeighbours)
             radio.populateDemoNeighbours();
     }
@@ -185,8 +186,8 @@ struct WindowRig : UiRig {
     QQmlApplicationEngine engine;
 
     explicit WindowRig(Neighbours neighbours = demoNeighbours,
-                       QQmlNetworkAccessManagerFactory* network = nullptr)
-        : UiRig(neighbours) {
+                       QQmlNetworkAccessManagerFactory* network = nullptr, bool holdHistory = false)
+        : UiRig(neighbours, {}, holdHistory) {
         if (network)
             engine.setNetworkAccessManagerFactory(network);
         engine.setInitialProperties(

@@ -5,7 +5,7 @@
 
 namespace ViewLogic {
 
-FirstUnread firstUnread(const QList<ChatMessage>& messages, std::int64_t unreadCount) {
+FirstUnread firstUnread(const MessageList& messages, std::int64_t unreadCount) {
     FirstUnread first;
     for (qsizetype row = messages.size() - 1; row >= 0 && first.count < unreadCount; --row) {
         if (messages.at(row).direction != ChatMessage::Direction::incoming)

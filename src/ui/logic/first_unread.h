@@ -18,7 +18,7 @@ struct FirstUnread {
     bool operator==(const FirstUnread&) const = default;
 };
 
-FirstUnread firstUnread(const QList<ChatMessage>& messages, std::int64_t unreadCount);
+FirstUnread firstUnread(const MessageList& messages, std::int64_t unreadCount);
 
 // "1 new message", "40 new messages".
 QString newMessagesText(std::int64_t count);

@@ -41,6 +41,11 @@ void foldCodePoint(char32_t codePoint, qsizetype index, const QLocale& locale, b
 
 } // namespace
 
+// Turkish and Azerbaijani lower "I" to a dotless "ı".
+bool lowersToDotlessI(const QLocale& locale) {
+    return locale.language() == QLocale::Turkish || locale.language() == QLocale::Azerbaijani;
+}
+
 QString foldForSearch(QStringView text, const QLocale& locale, QList<qsizetype>* origin) {
     QString out;
     out.reserve(text.size());
@@ -48,9 +53,7 @@ QString foldForSearch(QStringView text, const QLocale& locale, QList<qsizetype>*
         origin->clear();
         origin->reserve(text.size());
     }
-    // Turkish and Azerbaijani lower "I" to a dotless "ı".
-    const bool dotlessI =
-        locale.language() == QLocale::Turkish || locale.language() == QLocale::Azerbaijani;
+    const bool dotlessI = lowersToDotlessI(locale);
     for (qsizetype i = 0; i < text.size();) {
         const QChar c = text[i];
         char32_t codePoint = c.unicode();
@@ -63,6 +66,55 @@ QString foldForSearch(QStringView text, const QLocale& locale, QList<qsizetype>*
         i += units;
     }
     return out;
+}
+
+SearchFolder::SearchFolder(const QLocale& locale)
+    : m_locale(locale)
+    , m_dotlessI(lowersToDotlessI(locale)) {}
+
+void SearchFolder::fold(QByteArrayView utf8, QByteArray& out) {
+    const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
+    const auto* const end = p + utf8.size();
+    while (p != end) {
+        // A run of ASCII, lowered in place.
+        const auto* run = p;
+        while (p != end && *p < 0x80 && !(m_dotlessI && *p == 'I'))
+            ++p;
+        if (p != run) {
+            const qsizetype at = out.size();
+            out.resize(at + (p - run));
+            char* to = out.data() + at;
+            for (; run != p; ++run)
+                *to++ = char(*run >= 'A' && *run <= 'Z' ? *run + 32 : *run);
+            if (p == end)
+                break;
+        }
+        // One character beyond ASCII (or a Turkish "I").
+        char32_t codePoint = *p;
+        int length = 1;
+        if (*p >= 0xf0) {
+            codePoint = *p & 0x07;
+            length = 4;
+        } else if (*p >= 0xe0) {
+            codePoint = *p & 0x0f;
+            length = 3;
+        } else if (*p >= 0xc0) {
+            codePoint = *p & 0x1f;
+            length = 2;
+        }
+        if (end - p < length)
+            return; // cut short: not valid UTF-8
+        for (int i = 1; i < length; ++i)
+            codePoint = codePoint << 6 | (p[i] & 0x3f);
+        p += length;
+        auto folded = m_folded.constFind(codePoint);
+        if (folded == m_folded.cend()) {
+            QString piece;
+            foldCodePoint(codePoint, 0, m_locale, m_dotlessI, piece, nullptr);
+            folded = m_folded.insert(codePoint, piece.toUtf8());
+        }
+        out.append(*folded);
+    }
 }
 
 std::optional<SearchMatch> findFolded(QStringView text, const QString& foldedQuery,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QHash>
 #include <QList>
 #include <QLocale>
 #include <QString>
@@ -15,6 +18,21 @@ namespace ViewLogic {
 // code unit of `text` it came from, so a match maps back to the text.
 QString foldForSearch(QStringView text, const QLocale& locale = QLocale(),
                       QList<qsizetype>* origin = nullptr);
+
+// Folds UTF-8 text as foldForSearch() does, into UTF-8, remembering how each
+// character beyond ASCII folds: quick enough to fold every message of a long
+// history once per query, so that the search keeps no folded copy of it.
+class SearchFolder {
+public:
+    explicit SearchFolder(const QLocale& locale = QLocale());
+    // Appends the folded form of `utf8` (valid UTF-8) to `out`.
+    void fold(QByteArrayView utf8, QByteArray& out);
+
+private:
+    QLocale m_locale;
+    bool m_dotlessI = false;
+    QHash<char32_t, QByteArray> m_folded;
+};
 
 // Where a folded query matches a text, in the text's own code units.
 struct SearchMatch {

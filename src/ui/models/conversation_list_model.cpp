@@ -54,7 +54,9 @@ void ConversationListModel::applyRows(bool asReset) {
 }
 
 QList<ConversationEntry> ConversationListModel::computeRows() {
-    if (!controller()) {
+    // While the history is read, the view shows that it comes: no rows
+    // without their messages, and never the empty state.
+    if (!controller() || !controller()->historyLoaded()) {
         setShowEmptyState(false);
         return {};
     }

@@ -2,8 +2,10 @@
 
 #include "controller/mesh_controller.h"
 #include "controller_bound.h"
+#include "logic/history_search.h"
 
 #include <QAbstractListModel>
+#include <QByteArray>
 #include <QElapsedTimer>
 #include <QLocale>
 #include <QPointer>
@@ -13,9 +15,10 @@
 #include <QtQml/qqml.h>
 #include <chrono>
 
-// The search over every conversation's messages, newest match first. The
-// texts are folded once into an index that follows the controller; a query
-// is then looked up in short slices of work between which the window keeps
+// The search over every conversation's messages, newest match first. An
+// index that follows the controller puts the messages in that order (16
+// bytes a message, no copy of their texts); a query then folds and looks
+// through the texts in short slices of work between which the window keeps
 // drawing, and results show as soon as a slice finds them. A new query
 // cancels the one before.
 class HistorySearchModel : public ControllerBoundListModel {
@@ -82,36 +85,74 @@ protected:
     void attach(MeshController* controller) override;
 
 private:
+    // A message in the index: its conversation (in m_keys) and its row there,
+    // which finds it at once (rows only move when messages are removed, and
+    // then the index is made anew).
     struct Entry {
-        QString key;
-        QUuid id;
         qint64 time = 0;
-        QString folded; // empty until indexed
+        qint32 conversation = 0;
+        qint32 row = 0;
     };
     struct Result {
         QString key;
+        qsizetype row = 0;
         QUuid id;
+    };
+    // Rows [first, end) of a conversation in time order, taken newest first
+    // while the index is made; `time` is the time of row end - 1.
+    struct Run {
+        QString key;
+        qsizetype first = 0;
+        qsizetype end = 0;
+        qint64 time = 0;
     };
 
     void reindex();
     void restartSearch();
     void runSlice();
+    // Makes the index further until the slice is used up; false when it is
+    // complete.
     bool indexSome(const QElapsedTimer& clock);
+    void splitIntoRuns(const QElapsedTimer& clock);
     void searchSome(const QElapsedTimer& clock);
     void setSearching(bool searching);
     void onMessageAppended(const QString& key, int row);
-    const ChatMessage* messageOf(const Result& result) const;
+    Entry entryFor(const QString& key, qsizetype row, const ChatMessage& message);
+    // The conversation of an entry; none when it has gone. Looked up once a
+    // slice.
+    const Conversation* conversationOf(qint32 conversation);
+    // Whether the message holds the present query.
+    bool matches(const ChatMessage& message, bool channel);
+    void addRun(Run run);
+    const ChatMessage* messageAt(const QString& key, qsizetype row, const QUuid& id) const;
     // The text the search reads: a channel message's sender stays out.
     QString searchedText(const ChatMessage& message, const QString& key) const;
-    // What a query is looked for in: the searched text, and a channel
-    // sender's name behind a separator no query holds.
-    QString foldedEntry(const ChatMessage& message, const QString& key) const;
 
     QLocale m_locale;
+    ViewLogic::SearchFolder m_folder;
+    QByteArray m_folded; // the text being looked through, folded
     QString m_query;
     QString m_foldedQuery;
-    QList<Entry> m_entries;  // oldest first
-    qsizetype m_indexed = 0; // entries folded so far, from the newest down
+    QByteArray m_foldedQueryBytes;
+    // Newest first. While the index is being made it holds the newest
+    // messages, each older than none of the ones still to come.
+    QList<Entry> m_entries;
+    // The conversations entries name, and where each is in the list.
+    QStringList m_keys;
+    QHash<QString, qint32> m_keyIndex;
+    // This slice's look-ups of m_keys (null: not looked up yet).
+    QList<const Conversation*> m_sliceConversations;
+    // Making the index: conversations not yet split into runs, the next row
+    // of the one being split, and then the runs merged newest first (a heap
+    // on their newest time).
+    QStringList m_unsplit;
+    qsizetype m_splitting = 0; // in m_unsplit
+    qsizetype m_splitRow = 0;
+    qsizetype m_runStart = 0; // the run being split: its first row, and
+    qint64 m_runTime = 0;     // the time of the row before m_splitRow
+    QList<Run> m_runs;
+    bool m_merging = false;
+    bool m_indexing = false;
     qsizetype m_cursor = -1; // the next entry the search looks at, going back
     QList<Result> m_results;
     bool m_searching = false;

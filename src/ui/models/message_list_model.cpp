@@ -239,7 +239,7 @@ QVariant MessageListModel::data(const QModelIndex& index, int role) const {
         return styledText(ViewLogic::safeBody(channelSender().body), outgoing, m_mentionColor,
                           m_linkColor, controller()->ownName());
     case TextRole:
-        return message->text;
+        return message->text.toString();
     case SenderRole:
         return ViewLogic::safeName(channelSender().sender);
     case SenderColorRole: {

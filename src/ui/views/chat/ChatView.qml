@@ -311,11 +311,16 @@ Rectangle {
                 onFinished: view.jumpToEnd()
             }
 
+            HistoryLoading {
+                objectName: "chatHistoryLoading"
+                anchors.fill: parent
+                visible: !view.controller.historyLoaded
+            }
             EmptyState {
                 objectName: "emptyState"
                 anchors.centerIn: parent
                 width: Math.min(360, list.width - 40)
-                visible: list.count === 0
+                visible: list.count === 0 && view.controller.historyLoaded
                 symbol: "paperplane"
                 title: qsTrId("chat.empty.title")
                 message: qsTrId("chat.empty.message")

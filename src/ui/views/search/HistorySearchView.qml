@@ -87,6 +87,22 @@ Popup {
                 onClicked: popup.choose(index)
             }
 
+            // What is found so far shows at once; this says that older
+            // messages are still being looked through.
+            footer: Text {
+                objectName: "historySearchMore"
+                width: results.width
+                visible: search.searching
+                height: visible ? implicitHeight + 16 : 0
+                topPadding: 8
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignTop
+                text: qsTrId("search.history.searching")
+                textFormat: Text.PlainText
+                color: Theme.secondaryText
+                font.pixelSize: Theme.bodySize
+            }
+
             Text {
                 objectName: "historySearchEmpty"
                 anchors.centerIn: parent

@@ -257,6 +257,13 @@ Rectangle {
                 shown: list.activeFocus && list.currentIndex < 0 && list.count > 0
             }
 
+            HistoryLoading {
+                objectName: "sidebarHistoryLoading"
+                anchors.fill: parent
+                rows: true
+                visible: !sidebar.nodesMode && !sidebar.controller.historyLoaded
+            }
+
             EmptyDetail {
                 objectName: "sidebarEmptyState"
                 anchors.fill: parent

@@ -290,10 +290,17 @@ Item {
                 target: chatLoader.item
                 function onLeaveRequested() { sidebar.focusList() }
             }
+            HistoryLoading {
+                objectName: "conversationHistoryLoading"
+                anchors.fill: parent
+                visible: main.mode === "messages" && !detail.showChat && !main.showsMap
+                         && !main.controller.historyLoaded
+            }
             EmptyDetail {
                 objectName: "conversationEmptyDetail"
                 anchors.fill: parent
                 visible: main.mode === "messages" && !detail.showChat && !main.showsMap
+                         && main.controller.historyLoaded
                 symbol: "bubble.left.and.bubble.right"
                 title: qsTrId("main.empty.conversation.title")
                 message: qsTrId("main.empty.conversation.message")
