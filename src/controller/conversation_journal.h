@@ -36,7 +36,7 @@ struct JournalRecord {
     bool operator==(const JournalRecord&) const = default;
 };
 
-// The payload JSON, both ways (in conversation_file.cpp, beside the reader).
+// The payload JSON, both ways (conversation_writer.cpp, conversation_reader.cpp).
 QByteArray encodeJournalRecord(const JournalRecord& record);
 std::optional<JournalRecord> decodeJournalRecord(QByteArrayView json);
 

@@ -1,0 +1,361 @@
+// Reads conversations.json and the journal's records straight into the
+// records, checking the JSON as it goes, so that a large history loads quickly.
+
+#include "controller/conversation_journal.h"
+#include "controller/conversation_json.h"
+#include "controller/conversation_store.h"
+#include "controller/json_scanner.h"
+
+#include <cmath>
+#include <functional>
+#include <initializer_list>
+#include <limits>
+#include <utility>
+
+namespace {
+
+using namespace conversation_json;
+
+// A JSON reader driven by the file's shape: it checks the JSON grammar as it
+// goes and builds the records directly, without an intermediate document.
+// Every step returns false as soon as anything is off; the caller then drops
+// the whole file.
+//
+// Leniencies: members the shape does not know are skipped (up to 64 levels
+// deep); an optional member present as null counts as absent, as other
+// clients' decoders treat it (a required member that is null fails); a whole
+// number written with a fraction or exponent ("3.0") is accepted where an
+// integer is expected; UUIDs may use lower-case digits; the member holding an
+// enumeration case must be an object, but what it contains is not looked at;
+// an escaped surrogate without its partner becomes U+FFFD.
+class JsonReader : JsonScanner {
+public:
+    // `readUpTo`, when given, is told between messages how far the reader
+    // has come, now and then: it never looks at the bytes before again.
+    explicit JsonReader(QByteArrayView json,
+                        const std::function<void(qsizetype)>* readUpTo = nullptr)
+        : JsonScanner(json)
+        , m_readUpTo(readUpTo)
+        , m_reported(json.data()) {}
+
+    bool file(QList<Conversation>& out) {
+        if (!array([&] {
+                Conversation c;
+                if (!conversation(c))
+                    return false;
+                out.append(std::move(c));
+                return true;
+            }))
+            return false;
+        skipSpace();
+        return m_p == m_end;
+    }
+
+    // {"put":<conversation>}, {"merge":<conversation>} or {"remove":<target>}.
+    bool record(JournalRecord& out) {
+        int members = 0;
+        const bool ok = object([&](QByteArrayView name) {
+            if (++members != 1)
+                return false;
+            if (name == "put" || name == "merge") {
+                out.kind = name == "put" ? JournalRecord::Kind::put : JournalRecord::Kind::merge;
+                return conversation(out.conversation);
+            }
+            if (name == "remove") {
+                out.kind = JournalRecord::Kind::remove;
+                out.conversation = Conversation{};
+                return target(out.conversation.target);
+            }
+            return false;
+        });
+        skipSpace();
+        return ok && members == 1 && m_p == m_end;
+    }
+
+private:
+    // ---- values of the shape
+
+    bool null() { return next('n') && word("null"); }
+
+    bool integer(qint64 low, qint64 high, qint64& out) {
+        Number n;
+        if (!number(n))
+            return false;
+        if (!n.isInteger) {
+            // A whole number in another spelling ("3.0", "1e3").
+            if (!(n.value >= -9.2e18 && n.value <= 9.2e18) || n.value != std::trunc(n.value))
+                return false;
+            n.integer = static_cast<qint64>(n.value);
+        }
+        if (n.integer < low || n.integer > high)
+            return false;
+        out = n.integer;
+        return true;
+    }
+
+    template <typename Int>
+    bool integer(Int& out) {
+        qint64 value = 0;
+        if (!integer(qint64(std::numeric_limits<Int>::min()),
+                     qint64(std::numeric_limits<Int>::max()), value))
+            return false;
+        out = static_cast<Int>(value);
+        return true;
+    }
+
+    template <typename Int>
+    bool optionalInteger(std::optional<Int>& out) {
+        if (null()) {
+            out.reset();
+            return true;
+        }
+        Int value{};
+        if (!integer(value))
+            return false;
+        out = value;
+        return true;
+    }
+
+    bool text(QString& out) {
+        QByteArrayView utf8;
+        if (!string(utf8))
+            return false;
+        out = QString::fromUtf8(utf8);
+        return true;
+    }
+
+    bool text(MessageText& out) {
+        QByteArrayView utf8;
+        if (!string(utf8))
+            return false;
+        out = MessageText::fromUtf8(utf8.toByteArray());
+        return true;
+    }
+
+    bool date(QDateTime& out) {
+        Number n;
+        if (!number(n))
+            return false;
+        out = dateFromSeconds(n.value);
+        return true;
+    }
+
+    bool uuid(QUuid& out) {
+        QByteArrayView text;
+        if (!string(text) || text.size() != 36)
+            return false;
+        unsigned char bytes[16];
+        int b = 0;
+        for (int i = 0; i < 36;) {
+            if (i == 8 || i == 13 || i == 18 || i == 23) {
+                if (text[i] != '-')
+                    return false;
+                ++i;
+                continue;
+            }
+            const int high = hexValue(text[i]);
+            const int low = hexValue(text[i + 1]);
+            if (high < 0 || low < 0)
+                return false;
+            bytes[b++] = static_cast<unsigned char>(high << 4 | low);
+            i += 2;
+        }
+        out = QUuid(uint(bytes[0]) << 24 | uint(bytes[1]) << 16 | uint(bytes[2]) << 8 | bytes[3],
+                    ushort(bytes[4] << 8 | bytes[5]), ushort(bytes[6] << 8 | bytes[7]), bytes[8],
+                    bytes[9], bytes[10], bytes[11], bytes[12], bytes[13], bytes[14], bytes[15]);
+        return true;
+    }
+
+    // {"<case>":{...}}: exactly one member. `payload` reads the member's value.
+    template <typename Payload>
+    bool enumeration(Payload&& payload) {
+        int members = 0;
+        return object([&](QByteArrayView name) { return ++members == 1 && payload(name); }) &&
+               members == 1;
+    }
+
+    // A case without payload: the value is an object, its contents ignored.
+    template <typename Enum>
+    bool plainCase(std::initializer_list<std::pair<QByteArrayView, Enum>> cases, Enum& out) {
+        return enumeration([&](QByteArrayView name) {
+            for (const auto& [caseName, value] : cases) {
+                if (name == caseName) {
+                    out = value;
+                    return next('{') && skipValue();
+                }
+            }
+            return false;
+        });
+    }
+
+    bool target(ConversationID& out) {
+        return enumeration([&](QByteArrayView name) {
+            const bool contact = name == "contact";
+            if (!contact && name != "channel")
+                return false;
+            bool found = false;
+            return object([&](QByteArrayView key) {
+                       if (key != "_0")
+                           return skipValue();
+                       found = true;
+                       if (contact) {
+                           QString keyText;
+                           if (!text(keyText))
+                               return false;
+                           out = ConversationID::contact(keyText);
+                           return true;
+                       }
+                       int index = 0;
+                       if (!integer(index))
+                           return false;
+                       out = ConversationID::channel(index);
+                       return true;
+                   }) &&
+                   found;
+        });
+    }
+
+    bool message(ChatMessage& m) {
+        enum : unsigned { id = 1, direction = 2, text_ = 4, timestamp = 8, deliveryState = 16 };
+        unsigned seen = 0;
+        const bool ok = object([&](QByteArrayView key) {
+            switch (key.size() > 0 ? key[0] : 0) {
+            case 'i':
+                if (key == "id") {
+                    seen |= id;
+                    return uuid(m.id);
+                }
+                break;
+            case 'd':
+                if (key == "direction") {
+                    seen |= direction;
+                    return plainCase<ChatMessage::Direction>(
+                        {{"incoming", ChatMessage::Direction::incoming},
+                         {"outgoing", ChatMessage::Direction::outgoing}},
+                        m.direction);
+                }
+                if (key == "deliveryState") {
+                    seen |= deliveryState;
+                    return plainCase<ChatMessage::DeliveryState>(
+                        {{"sending", ChatMessage::DeliveryState::sending},
+                         {"sent", ChatMessage::DeliveryState::sent},
+                         {"delivered", ChatMessage::DeliveryState::delivered},
+                         {"failed", ChatMessage::DeliveryState::failed}},
+                        m.deliveryState);
+                }
+                break;
+            case 't':
+                if (key == "text") {
+                    seen |= text_;
+                    return text(m.text);
+                }
+                if (key == "timestamp") {
+                    seen |= timestamp;
+                    return date(m.timestamp);
+                }
+                break;
+            case 's':
+                if (key == "snr") {
+                    if (null()) {
+                        m.snr.reset();
+                        return true;
+                    }
+                    Number n;
+                    if (!number(n))
+                        return false;
+                    // Past the range of a double is no reading (the writer
+                    // has no number for it either).
+                    if (std::isfinite(n.value))
+                        m.snr = n.value;
+                    else
+                        m.snr.reset();
+                    return true;
+                }
+                break;
+            case 'e':
+                if (key == "expectedAck")
+                    return optionalInteger(m.expectedAck);
+                if (key == "estimatedTimeoutMillis")
+                    return optionalInteger(m.estimatedTimeoutMillis);
+                break;
+            case 'p':
+                if (key == "pathLength")
+                    return optionalInteger(m.pathLength);
+                break;
+            case 'r':
+                if (key == "roundTripMillis")
+                    return optionalInteger(m.roundTripMillis);
+                break;
+            case 'h':
+                if (key == "hopCount")
+                    return optionalInteger(m.hopCount);
+                break;
+            }
+            return skipValue();
+        });
+        return ok && seen == (id | direction | text_ | timestamp | deliveryState);
+    }
+
+    bool conversation(Conversation& c) {
+        enum : unsigned { target_ = 1, messages = 2, lastActivity = 4, unreadCount = 8 };
+        unsigned seen = 0;
+        const bool ok = object([&](QByteArrayView key) {
+            if (key == "target") {
+                seen |= target_;
+                return target(c.target);
+            }
+            if (key == "messages") {
+                seen |= messages;
+                c.messages.clear();
+                return array([&] {
+                    ChatMessage m;
+                    if (!message(m))
+                        return false;
+                    c.messages.append(std::move(m));
+                    if (m_readUpTo && m_p - m_reported >= readReportBytes) {
+                        m_reported = m_p;
+                        (*m_readUpTo)(m_p - m_begin);
+                    }
+                    return true;
+                });
+            }
+            if (key == "lastActivity") {
+                seen |= lastActivity;
+                return date(c.lastActivity);
+            }
+            if (key == "unreadCount") {
+                seen |= unreadCount;
+                return integer(c.unreadCount);
+            }
+            return skipValue();
+        });
+        return ok && seen == (target_ | messages | lastActivity | unreadCount);
+    }
+
+    // How far the reader goes between two reports of where it is.
+    static constexpr qsizetype readReportBytes = 4 << 20;
+
+    const std::function<void(qsizetype)>* const m_readUpTo;
+    const char* m_reported;
+};
+
+} // namespace
+
+std::optional<QList<Conversation>> decodeConversations(QByteArrayView json) {
+    return decodeConversations(json, {});
+}
+
+std::optional<QList<Conversation>>
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo) {
+    QList<Conversation> conversations;
+    if (!JsonReader(json, readUpTo ? &readUpTo : nullptr).file(conversations))
+        return std::nullopt;
+    return conversations;
+}
+
+std::optional<JournalRecord> decodeJournalRecord(QByteArrayView json) {
+    JournalRecord record;
+    if (!JsonReader(json).record(record))
+        return std::nullopt;
+    return record;
+}
