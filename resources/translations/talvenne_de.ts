@@ -1020,6 +1020,10 @@
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne läuft bereits (Prozess %1) und verwaltet ihn</translation>
     </message>
+    <message id="chat.composer.history.loading">
+        <source>Your messages are being loaded. Messages can be sent once they are in.</source>
+        <translation>Deine Nachrichten werden geladen. Nachrichten können gesendet werden, sobald sie da sind.</translation>
+    </message>
     <message id="chat.composer.history.held">
         <source>Another Talvenne keeps your history. Messages can be sent once it has quit.</source>
         <translation>Ein anderes Talvenne verwaltet deinen Verlauf. Nachrichten können gesendet werden, sobald es beendet ist.</translation>

@@ -1020,6 +1020,10 @@
         <source>Talvenne is already running (process %1) and keeps it</source>
         <translation>Talvenne is already running (process %1) and keeps it</translation>
     </message>
+    <message id="chat.composer.history.loading">
+        <source>Your messages are being loaded. Messages can be sent once they are in.</source>
+        <translation>Your messages are being loaded. Messages can be sent once they are in.</translation>
+    </message>
     <message id="chat.composer.history.held">
         <source>Another Talvenne keeps your history. Messages can be sent once it has quit.</source>
         <translation>Another Talvenne keeps your history. Messages can be sent once it has quit.</translation>

@@ -434,6 +434,12 @@ private Q_SLOTS:
         QVERIFY(!m_rig->shows("conversationHistoryLoading"));
         QTest::qWait(50);
         lookForEmpty();
+        // Nothing is sent that could not be kept yet; the composer says why
+        // and keeps what was typed.
+        m_rig->find("composerText")->setProperty("text", u"on my way"_s);
+        QCOMPARE(m_rig->find("composerNote")->property("text").toString(),
+                 qtTrId("chat.composer.history.loading"));
+        QVERIFY(!m_rig->find("sendButton")->property("enabled").toBool());
 
         Conversation read{target, {}, distantPast(), 0};
         for (int n = 0; n < 5; ++n)
@@ -446,6 +452,10 @@ private Q_SLOTS:
         QVERIFY(!m_rig->shows("sidebarHistoryLoading"));
         QVERIFY(!m_rig->shows("chatHistoryLoading"));
         QVERIFY(!m_rig->shows("emptyState"));
+        QVERIFY(m_rig->find("composerNote")->property("text").toString() !=
+                qtTrId("chat.composer.history.loading"));
+        QTRY_VERIFY(m_rig->find("sendButton")->property("enabled").toBool());
+        QCOMPARE(m_rig->find("composerText")->property("text").toString(), u"on my way"_s);
         watch.stop();
         QVERIFY(!emptyShown);
     }

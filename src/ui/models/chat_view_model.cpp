@@ -50,6 +50,8 @@ void ChatViewModel::attach(MeshController* controller) {
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::historyWritableChanged, this,
                 &ChatViewModel::connectedChanged);
+        connect(controller, &MeshController::historyLoadedChanged, this,
+                &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::radioAwayChanged, this,
                 &ChatViewModel::connectedChanged);
         connect(controller, &MeshController::waitsForBluetoothChanged, this,
@@ -68,9 +70,17 @@ bool ChatViewModel::historyHeldElsewhere() const {
     return controller() && !controller()->historyWritable();
 }
 
+// A message sent before the history is in could not be kept if the app
+// quit at once, since nothing is written until then.
+bool ChatViewModel::historyBeingRead() const {
+    return controller() && !controller()->historyLoaded();
+}
+
 QString ChatViewModel::sendBlockedReason() const {
     if (historyHeldElsewhere())
         return qtTrId("chat.composer.history.held");
+    if (historyBeingRead())
+        return qtTrId("chat.composer.history.loading");
     if (!controller() || connected())
         return {};
     // A radio shown from its book while Bluetooth cannot be used is away.
@@ -84,8 +94,9 @@ QString ChatViewModel::sendBlockedReason() const {
 }
 
 QString ChatViewModel::sendBlockedSymbol() const {
-    return historyHeldElsewhere() ? QStringLiteral("exclamationmark.triangle.fill")
-                                  : QStringLiteral("wifi.slash");
+    if (historyHeldElsewhere())
+        return QStringLiteral("exclamationmark.triangle.fill");
+    return historyBeingRead() ? QStringLiteral("hourglass") : QStringLiteral("wifi.slash");
 }
 
 std::optional<Contact> ChatViewModel::contact() const {
@@ -177,7 +188,8 @@ bool ChatViewModel::atLimit(const QString& draft) {
 }
 
 bool ChatViewModel::canSend(const QString& draft) const {
-    return target() && !historyHeldElsewhere() && ViewLogic::canSend(draft, connected());
+    return target() && !historyHeldElsewhere() && !historyBeingRead() &&
+           ViewLogic::canSend(draft, connected());
 }
 
 bool ChatViewModel::send(const QString& draft) {
@@ -189,7 +201,7 @@ bool ChatViewModel::send(const QString& draft) {
 
 bool ChatViewModel::sendAgain(const QString& messageId) {
     const QUuid id(messageId);
-    if (!target() || !connected() || id.isNull())
+    if (!target() || !connected() || historyBeingRead() || id.isNull())
         return false;
     return controller()->sendAgain(id, *target());
 }

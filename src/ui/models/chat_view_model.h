@@ -131,6 +131,7 @@ private:
     std::optional<Contact> contact() const;
     // Another Talvenne keeps the history: nothing sent here could be kept.
     bool historyHeldElsewhere() const;
+    bool historyBeingRead() const;
 
     Header m_header;
     QString m_headerKey; // the conversation m_header was made for
