@@ -55,6 +55,15 @@ double median(QList<double> values) {
     return n % 2 ? values.at(n / 2) : (values.at(n / 2 - 1) + values.at(n / 2)) / 2;
 }
 
+// The median of one field over several runs' records.
+template <typename Record>
+double medianField(const QList<Record>& records, double Record::*field) {
+    QList<double> values;
+    for (const Record& record : records)
+        values << record.*field;
+    return median(values);
+}
+
 double medianOf(const std::function<double()>& run, int count = runs) {
     QList<double> values;
     for (int i = 0; i < count; ++i)
@@ -893,16 +902,10 @@ QList<Row> millionRows(const QString& directory, bool startupOnly) {
             QFile::remove(path + QStringLiteral(".journal"));
             costs << messageCost(path);
         }
-        const auto medianOfCosts = [&](double MessageCost::*field) {
-            QList<double> values;
-            for (const MessageCost& cost : costs)
-                values << cost.*field;
-            return median(values);
-        };
-        const double received = medianOfCosts(&MessageCost::receivedMillis);
-        const double sent = medianOfCosts(&MessageCost::sentMillis);
-        const double writer = medianOfCosts(&MessageCost::writerMillis);
-        const double diff = medianOfCosts(&MessageCost::diffMillis);
+        const double received = medianField(costs, &MessageCost::receivedMillis);
+        const double sent = medianField(costs, &MessageCost::sentMillis);
+        const double writer = medianField(costs, &MessageCost::writerMillis);
+        const double diff = medianField(costs, &MessageCost::diffMillis);
         rows << Row{QStringLiteral("UI thread per received / sent message, %1").arg(shape),
                     QStringLiteral("%1 / %2 ms").arg(received, 0, 'f', 3).arg(sent, 0, 'f', 3),
                     QStringLiteral("≤ 1 ms"), received >= 0 && sent >= 0 && sent <= 1};
@@ -914,15 +917,9 @@ QList<Row> millionRows(const QString& directory, bool startupOnly) {
         QList<IndexCost> indexes;
         for (int i = 0; i < 3; ++i)
             indexes << indexCost(path);
-        const auto medianOfIndexes = [&](double IndexCost::*field) {
-            QList<double> values;
-            for (const IndexCost& cost : indexes)
-                values << cost.*field;
-            return median(values);
-        };
-        const double ready = medianOfIndexes(&IndexCost::readyMillis);
-        const double step = medianOfIndexes(&IndexCost::longestStepMillis);
-        const double first = medianOfIndexes(&IndexCost::firstResultsMillis);
+        const double ready = medianField(indexes, &IndexCost::readyMillis);
+        const double step = medianField(indexes, &IndexCost::longestStepMillis);
+        const double first = medianField(indexes, &IndexCost::firstResultsMillis);
         rows << Row{
             QStringLiteral("search index ready / longest UI-thread step, %1").arg(shape),
             QStringLiteral("%1 s / %2 ms").arg(ready / 1000, 0, 'f', 2).arg(step, 0, 'f', 1),
