@@ -29,6 +29,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QLocale>
 #include <QProcess>
@@ -102,9 +103,17 @@ bool spinUntil(const std::function<bool()>& done, int seconds = 60) {
     return true;
 }
 
-// The history, read on the store's thread, is in.
+// The history, read on the store's thread, is in. Waits as the app's event
+// loop does, without spinning: a spinning loop would take one of the
+// machine's two cores from the reader whenever others are busy.
 bool historyIn(const MeshController& controller) {
-    return spinUntil([&] { return controller.historyLoaded(); }, 600);
+    if (controller.historyLoaded())
+        return true;
+    QEventLoop loop;
+    QObject::connect(&controller, &MeshController::historyLoadedChanged, &loop, &QEventLoop::quit);
+    QTimer::singleShot(std::chrono::minutes(10), &loop, &QEventLoop::quit);
+    loop.exec();
+    return controller.historyLoaded();
 }
 
 double residentMegabytes() {
