@@ -6,7 +6,9 @@
 #include "controller/conversation_store.h"
 #include "controller/json_scanner.h"
 
+#include <array>
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <limits>
@@ -39,6 +41,7 @@ public:
         , m_reported(json.data()) {}
 
     bool file(QList<Conversation>& out) {
+        m_texts.emplace();
         if (!array([&] {
                 Conversation c;
                 if (!conversation(c))
@@ -57,11 +60,11 @@ public:
         const bool ok = object([&](QByteArrayView name) {
             if (++members != 1)
                 return false;
-            if (name == "put" || name == "merge") {
-                out.kind = name == "put" ? JournalRecord::Kind::put : JournalRecord::Kind::merge;
+            if (is(name, "put") || is(name, "merge")) {
+                out.kind = is(name, "put") ? JournalRecord::Kind::put : JournalRecord::Kind::merge;
                 return conversation(out.conversation);
             }
-            if (name == "remove") {
+            if (is(name, "remove")) {
                 out.kind = JournalRecord::Kind::remove;
                 out.conversation = Conversation{};
                 return target(out.conversation.target);
@@ -128,7 +131,7 @@ private:
         QByteArrayView utf8;
         if (!string(utf8))
             return false;
-        out = MessageText::fromUtf8(utf8.toByteArray());
+        out = m_texts ? m_texts->add(utf8) : MessageText::fromUtf8(utf8.toByteArray());
         return true;
     }
 
@@ -142,24 +145,22 @@ private:
 
     bool uuid(QUuid& out) {
         QByteArrayView text;
-        if (!string(text) || text.size() != 36)
+        if (!string(text) || text.size() != 36 || text[8] != '-' || text[13] != '-' ||
+            text[18] != '-' || text[23] != '-')
             return false;
+        // Where each of the 16 bytes' two digits start.
+        static constexpr std::array<unsigned char, 16> at{0,  2,  4,  6,  9,  11, 14, 16,
+                                                          19, 21, 24, 26, 28, 30, 32, 34};
         unsigned char bytes[16];
-        int b = 0;
-        for (int i = 0; i < 36;) {
-            if (i == 8 || i == 13 || i == 18 || i == 23) {
-                if (text[i] != '-')
-                    return false;
-                ++i;
-                continue;
-            }
-            const int high = hexValue(text[i]);
-            const int low = hexValue(text[i + 1]);
-            if (high < 0 || low < 0)
-                return false;
-            bytes[b++] = static_cast<unsigned char>(high << 4 | low);
-            i += 2;
+        int invalid = 0; // negative once any digit is not hex
+        for (int b = 0; b < 16; ++b) {
+            const int high = hexValue(text.data()[at[b]]);
+            const int low = hexValue(text.data()[at[b] + 1]);
+            invalid |= high | low;
+            bytes[b] = static_cast<unsigned char>((high & 0xf) << 4 | (low & 0xf));
         }
+        if (invalid < 0)
+            return false;
         out = QUuid(uint(bytes[0]) << 24 | uint(bytes[1]) << 16 | uint(bytes[2]) << 8 | bytes[3],
                     ushort(bytes[4] << 8 | bytes[5]), ushort(bytes[6] << 8 | bytes[7]), bytes[8],
                     bytes[9], bytes[10], bytes[11], bytes[12], bytes[13], bytes[14], bytes[15]);
@@ -179,7 +180,8 @@ private:
     bool plainCase(std::initializer_list<std::pair<QByteArrayView, Enum>> cases, Enum& out) {
         return enumeration([&](QByteArrayView name) {
             for (const auto& [caseName, value] : cases) {
-                if (name == caseName) {
+                if (name.size() == caseName.size() &&
+                    std::memcmp(name.data(), caseName.data(), size_t(name.size())) == 0) {
                     out = value;
                     return next('{') && skipValue();
                 }
@@ -190,12 +192,12 @@ private:
 
     bool target(ConversationID& out) {
         return enumeration([&](QByteArrayView name) {
-            const bool contact = name == "contact";
-            if (!contact && name != "channel")
+            const bool contact = is(name, "contact");
+            if (!contact && !is(name, "channel"))
                 return false;
             bool found = false;
             return object([&](QByteArrayView key) {
-                       if (key != "_0")
+                       if (!is(key, "_0"))
                            return skipValue();
                        found = true;
                        if (contact) {
@@ -221,20 +223,20 @@ private:
         const bool ok = object([&](QByteArrayView key) {
             switch (key.size() > 0 ? key[0] : 0) {
             case 'i':
-                if (key == "id") {
+                if (is(key, "id")) {
                     seen |= id;
                     return uuid(m.id);
                 }
                 break;
             case 'd':
-                if (key == "direction") {
+                if (is(key, "direction")) {
                     seen |= direction;
                     return plainCase<ChatMessage::Direction>(
                         {{"incoming", ChatMessage::Direction::incoming},
                          {"outgoing", ChatMessage::Direction::outgoing}},
                         m.direction);
                 }
-                if (key == "deliveryState") {
+                if (is(key, "deliveryState")) {
                     seen |= deliveryState;
                     return plainCase<ChatMessage::DeliveryState>(
                         {{"sending", ChatMessage::DeliveryState::sending},
@@ -245,17 +247,17 @@ private:
                 }
                 break;
             case 't':
-                if (key == "text") {
+                if (is(key, "text")) {
                     seen |= text_;
                     return text(m.text);
                 }
-                if (key == "timestamp") {
+                if (is(key, "timestamp")) {
                     seen |= timestamp;
                     return date(m.timestamp);
                 }
                 break;
             case 's':
-                if (key == "snr") {
+                if (is(key, "snr")) {
                     if (null()) {
                         m.snr.reset();
                         return true;
@@ -273,21 +275,21 @@ private:
                 }
                 break;
             case 'e':
-                if (key == "expectedAck")
+                if (is(key, "expectedAck"))
                     return optionalInteger(m.expectedAck);
-                if (key == "estimatedTimeoutMillis")
+                if (is(key, "estimatedTimeoutMillis"))
                     return optionalInteger(m.estimatedTimeoutMillis);
                 break;
             case 'p':
-                if (key == "pathLength")
+                if (is(key, "pathLength"))
                     return optionalInteger(m.pathLength);
                 break;
             case 'r':
-                if (key == "roundTripMillis")
+                if (is(key, "roundTripMillis"))
                     return optionalInteger(m.roundTripMillis);
                 break;
             case 'h':
-                if (key == "hopCount")
+                if (is(key, "hopCount"))
                     return optionalInteger(m.hopCount);
                 break;
             }
@@ -300,11 +302,11 @@ private:
         enum : unsigned { target_ = 1, messages = 2, lastActivity = 4, unreadCount = 8 };
         unsigned seen = 0;
         const bool ok = object([&](QByteArrayView key) {
-            if (key == "target") {
+            if (is(key, "target")) {
                 seen |= target_;
                 return target(c.target);
             }
-            if (key == "messages") {
+            if (is(key, "messages")) {
                 seen |= messages;
                 c.messages.clear();
                 return array([&] {
@@ -319,11 +321,11 @@ private:
                     return true;
                 });
             }
-            if (key == "lastActivity") {
+            if (is(key, "lastActivity")) {
                 seen |= lastActivity;
                 return date(c.lastActivity);
             }
-            if (key == "unreadCount") {
+            if (is(key, "unreadCount")) {
                 seen |= unreadCount;
                 return integer(c.unreadCount);
             }
@@ -337,6 +339,9 @@ private:
 
     const std::function<void(qsizetype)>* const m_readUpTo;
     const char* m_reported;
+    // The texts of a whole file share blocks; a journal record's few texts
+    // get an allocation each, so that no block outlives its use.
+    std::optional<MessageTextBlocks> m_texts;
 };
 
 } // namespace

@@ -8,8 +8,11 @@
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QtGlobal>
+#include <array>
 #include <bit>
 #include <charconv>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <system_error>
 
@@ -28,11 +31,21 @@ protected:
         , m_p(json.data())
         , m_end(json.data() + json.size()) {}
 
+    static constexpr double powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                             1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                             1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
     struct Number {
         double value = 0;
         bool isInteger = false; // written without fraction or exponent, fits qint64
         qint64 integer = 0;
     };
+
+    // Whether `key` is `name` (a literal), compared inline.
+    template <qsizetype N>
+    static bool is(QByteArrayView key, const char (&name)[N]) {
+        return key.size() == N - 1 && std::memcmp(key.data(), name, N - 1) == 0;
+    }
 
     void skipSpace() {
         while (m_p != m_end && (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
@@ -61,15 +74,20 @@ protected:
         return true;
     }
 
-    static int hexValue(char c) {
-        if (c >= '0' && c <= '9')
-            return c - '0';
-        if (c >= 'a' && c <= 'f')
-            return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F')
-            return c - 'A' + 10;
-        return -1;
-    }
+    // The value of each hex digit, and -1 for every other byte: a lookup
+    // without branches, which matters for the 32 digits of every message id.
+    static constexpr std::array<signed char, 256> hexDigits = [] {
+        std::array<signed char, 256> digits{};
+        for (int c = 0; c < 256; ++c) {
+            digits[c] = c >= '0' && c <= '9'   ? c - '0'
+                        : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                        : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                               : -1;
+        }
+        return digits;
+    }();
+
+    static int hexValue(char c) { return hexDigits[static_cast<unsigned char>(c)]; }
 
     bool hex4(char32_t& out) {
         if (m_end - m_p < 4)
@@ -103,6 +121,50 @@ protected:
         }
     }
 
+    // Whether [p, end) is UTF-8: shortest forms only, no surrogates, nothing
+    // past U+10FFFF (what QUtf8::isValidUtf8 takes, checked here without a
+    // call for each text).
+    static bool isUtf8(const char* p, const char* end) {
+        const auto byte = [](const char* at) { return static_cast<unsigned char>(*at); };
+        const auto continuation = [&](const char* at) { return (byte(at) & 0xc0) == 0x80; };
+        while (p != end) {
+            const unsigned lead = byte(p);
+            if (lead < 0x80) {
+                ++p;
+                continue;
+            }
+            if (lead < 0xc2) // a continuation byte, or a two-byte overlong form
+                return false;
+            if (lead < 0xe0) {
+                if (end - p < 2 || !continuation(p + 1))
+                    return false;
+                p += 2;
+                continue;
+            }
+            if (lead < 0xf0) {
+                if (end - p < 3 || !continuation(p + 1) || !continuation(p + 2))
+                    return false;
+                const unsigned second = byte(p + 1);
+                if ((lead == 0xe0 && second < 0xa0) || (lead == 0xed && second >= 0xa0))
+                    return false; // overlong, or a surrogate
+                p += 3;
+                continue;
+            }
+            if (lead < 0xf5) {
+                if (end - p < 4 || !continuation(p + 1) || !continuation(p + 2) ||
+                    !continuation(p + 3))
+                    return false;
+                const unsigned second = byte(p + 1);
+                if ((lead == 0xf0 && second < 0x90) || (lead == 0xf4 && second >= 0x90))
+                    return false; // overlong, or past U+10FFFF
+                p += 4;
+                continue;
+            }
+            return false;
+        }
+        return true;
+    }
+
     // A string's UTF-8 content. The view points into the input when the
     // string has no escapes, else into a buffer reused by the next call.
     //
@@ -113,7 +175,7 @@ protected:
         if (!consume('"'))
             return false;
         const char* const start = m_p;
-        unsigned char seen = 0; // all bytes or-ed: the top bit tells of non-ASCII
+        const char* firstHigh = nullptr; // the first byte beyond ASCII, if any
 #ifdef __SSE2__
         // Sixteen bytes at a time up to the first quote, backslash or
         // control character: most of a history file is message texts.
@@ -125,30 +187,31 @@ protected:
             // Bytes below 0x20 (and not beyond ASCII, which are negative).
             const __m128i control = _mm_andnot_si128(_mm_cmplt_epi8(bytes, _mm_setzero_si128()),
                                                      _mm_cmplt_epi8(bytes, space));
-            const int stops = _mm_movemask_epi8(_mm_or_si128(
+            const unsigned stops = unsigned(_mm_movemask_epi8(_mm_or_si128(
                 _mm_or_si128(_mm_cmpeq_epi8(bytes, quote), _mm_cmpeq_epi8(bytes, backslash)),
-                control));
-            const int high = _mm_movemask_epi8(bytes);
-            if (stops == 0) {
-                seen |= high ? 0x80 : 0;
-                m_p += 16;
-                continue;
-            }
-            const int before = std::countr_zero(unsigned(stops));
-            seen |= high & ((1 << before) - 1) ? 0x80 : 0;
+                control)));
+            const unsigned high = unsigned(_mm_movemask_epi8(bytes));
+            const unsigned before = stops ? unsigned(std::countr_zero(stops)) : 16;
+            const unsigned highBefore = high & ((1u << before) - 1);
+            if (highBefore && !firstHigh)
+                firstHigh = m_p + std::countr_zero(highBefore);
             m_p += before;
-            break;
+            if (stops)
+                break;
         }
 #endif
         while (m_p != m_end && *m_p != '"' && *m_p != '\\' &&
-               static_cast<unsigned char>(*m_p) >= 0x20)
-            seen |= static_cast<unsigned char>(*m_p++);
+               static_cast<unsigned char>(*m_p) >= 0x20) {
+            if (static_cast<unsigned char>(*m_p) >= 0x80 && !firstHigh)
+                firstHigh = m_p;
+            ++m_p;
+        }
         if (m_p == m_end)
             return false;
         if (*m_p == '"') {
             out = QByteArrayView(start, m_p - start);
             ++m_p;
-            return seen < 0x80 || out.isValidUtf8();
+            return !firstHigh || isUtf8(firstHigh, m_p - 1);
         }
         m_buffer.clear();
         m_buffer.append(start, m_p - start);
@@ -157,7 +220,7 @@ protected:
             if (c == '"') {
                 out = m_buffer;
                 // The text as written, escapes and all (they are ASCII).
-                return QByteArrayView(start, m_p - 1 - start).isValidUtf8();
+                return isUtf8(start, m_p - 1);
             }
             if (static_cast<unsigned char>(c) < 0x20)
                 return false;
@@ -220,13 +283,18 @@ protected:
     bool number(Number& out) {
         skipSpace();
         const char* const start = m_p;
+        // The digits as one whole number, as long as they fit (at most 19).
+        std::uint64_t mantissa = 0;
+        qsizetype digitCount = 0;
         const auto digits = [&] {
             const char* const first = m_p;
             while (m_p != m_end && *m_p >= '0' && *m_p <= '9')
-                ++m_p;
+                mantissa = mantissa * 10 + unsigned(*m_p++ - '0');
+            digitCount += m_p - first;
             return m_p != first;
         };
-        if (m_p != m_end && *m_p == '-')
+        const bool negative = m_p != m_end && *m_p == '-';
+        if (negative)
             ++m_p;
         if (m_p == m_end)
             return false;
@@ -234,22 +302,41 @@ protected:
             ++m_p;
         else if (!digits())
             return false;
-        bool whole = true;
+        qsizetype fractionDigits = 0;
         if (m_p != m_end && *m_p == '.') {
             ++m_p;
-            whole = false;
+            const qsizetype before = digitCount;
             if (!digits())
                 return false;
+            fractionDigits = digitCount - before;
         }
+        bool exponent = false;
         if (m_p != m_end && (*m_p == 'e' || *m_p == 'E')) {
             ++m_p;
-            whole = false;
+            exponent = true;
             if (m_p != m_end && (*m_p == '+' || *m_p == '-'))
                 ++m_p;
             if (!digits())
                 return false;
         }
+        const bool whole = fractionDigits == 0 && !exponent;
         out.isInteger = false;
+        if (!exponent && digitCount <= 18) {
+            // Exact: the digits are a whole number of at most 53 bits, and a
+            // power of ten up to 22 is a double too, so one division rounds
+            // as a full conversion would.
+            if (whole) {
+                out.integer = negative ? -qint64(mantissa) : qint64(mantissa);
+                out.isInteger = true;
+                out.value = static_cast<double>(out.integer);
+                return true;
+            }
+            if (mantissa <= (std::uint64_t(1) << 53) && fractionDigits <= 22) {
+                const double value = static_cast<double>(mantissa) / powersOfTen[fractionDigits];
+                out.value = negative ? -value : value;
+                return true;
+            }
+        }
         if (whole) {
             const auto result = std::from_chars(start, m_p, out.integer);
             if (result.ec == std::errc()) {

@@ -221,6 +221,8 @@ private slots:
             << QStringLiteral("late")
             << QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC) << -1e300;
         QTest::newRow("odd millis") << QString() << at(123456789) << 5e-324;
+        QTest::newRow("long text") << QString(5000, QChar(u'\u00e9')) << at(7) << 0.1;
+        QTest::newRow("seventeen digits") << QStringLiteral("x") << at(1) << -123.45678901234567;
     }
 
     void roundTripsAwkwardValues() {
@@ -263,6 +265,11 @@ private slots:
         QTest::newRow("beyond double range") << QByteArray("-1e400") << distantPast();
         QTest::newRow("clamped far future")
             << QByteArray("1e400") << reference.addMSecs(qint64(1e16));
+        QTest::newRow("more digits than a double holds")
+            << QByteArray("757382400.12345678") << at(123);
+        QTest::newRow("fraction and exponent") << QByteArray("7.573824005e8") << at(500);
+        QTest::newRow("many leading zeros")
+            << QByteArray("0.0000000000000000000000009") << reference;
         QTest::newRow("just after distant past")
             << QByteArray("-63113903999.5") << distantPast().addMSecs(500);
     }
@@ -326,6 +333,10 @@ private slots:
         QTest::newRow("nested unknown member") << withConversation(
             R"({"target":{"channel":{"_0":1}},"messages":[],"lastActivity":0,"unreadCount":0,)"
             R"("extra":{"a":[1,2.5e-3,{"b":[true,false,null,"s"]}]}})");
+        QTest::newRow("largest code point and a noncharacter") << withMessage(
+            "{\"id\":\"6F9619FF-8B86-D011-B42D-00C04FC964FF\",\"direction\":{\"incoming\":{}},"
+            "\"text\":\"\xf4\x8f\xbf\xbf \xef\xbf\xbe\",\"timestamp\":1,"
+            "\"deliveryState\":{\"sent\":{}}}");
         QTest::newRow("contact prefix target") << withConversation(
             R"({"target":{"contact":{"_0":"3f1a9c0de2b4"}},"messages":[],"lastActivity":0,)"
             R"("unreadCount":0})");
@@ -369,6 +380,13 @@ private slots:
         QTest::newRow("surrogate in UTF-8") << withText("\xed\xa0\x80");
         QTest::newRow("invalid UTF-8 after an escape") << withText("a\\n\xff");
         QTest::newRow("lone continuation byte") << withText("\x80");
+        QTest::newRow("past the last code point") << withText("\xf4\x90\x80\x80");
+        QTest::newRow("overlong three bytes") << withText("\xe0\x80\xaf");
+        QTest::newRow("overlong four bytes") << withText("\xf0\x80\x80\xaf");
+        QTest::newRow("invalid UTF-8 after valid") << withText("Stra\xc3\x9f"
+                                                               "e ok \xc3");
+        QTest::newRow("invalid UTF-8 a block after valid")
+            << withText("\xe2\x98\x95 sixteen bytes on \xa9");
         QTest::newRow("invalid UTF-8 in a member name")
             << withMessage((QByteArray(goodMessage).chopped(1) + ",\"n\xff\":1}").constData());
         QTest::newRow("invalid UTF-8 in an unknown member") << withMessage(
@@ -467,6 +485,9 @@ private slots:
         QTest::newRow("id with braces") << id(R"("{6F9619FF-8B86-D011-B42D-00C04FC964FF}")");
         QTest::newRow("id hyphen moved") << id(R"("6F9619F-F8B86-D011-B42D-00C04FC964FF")");
         QTest::newRow("id number") << id("42");
+        QTest::newRow("id first digit not hex") << id(R"("gF9619FF-8B86-D011-B42D-00C04FC964FF")");
+        QTest::newRow("id last digit not hex") << id(R"("6F9619FF-8B86-D011-B42D-00C04FC964F ")");
+        QTest::newRow("id digit past f") << id(R"("6F9619FF-8B86-D011-B42D-00C04FC964FG")");
 
         // Other member types and ranges.
         const auto member = [](const char* extra) {
