@@ -27,9 +27,11 @@
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QSettings>
+#include <QTimer>
 #include <QUrl>
 #include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
+#include <chrono>
 #include <memory>
 #include <qcoro/qcoroqml.h>
 
@@ -103,6 +105,12 @@ int main(int argc, char* argv[]) {
             folder.remove(book);
     }
     ConversationStore store(historyPath);
+    // The history is read once the window has drawn its first frame, so
+    // that the two do not share a busy machine's cores (or after a second,
+    // should no frame come, for a window that is not shown).
+    store.holdBackgroundLoad();
+    QTimer::singleShot(std::chrono::seconds(1), &store,
+                       [&store] { store.releaseBackgroundLoad(); });
     NodeBookStore books(tour ? options.value(screenshots) : NodeBookStore::defaultFolder());
     if (!store.isWritable()) // the window says it too
         qWarning("History not saved: %s", qPrintable(store.error()));
@@ -156,8 +164,9 @@ int main(int argc, char* argv[]) {
     if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0))) {
         QObject::connect(
             window, &QQuickWindow::frameSwapped, &controller,
-            [&controller, window, &sinceStart] {
+            [&controller, &store, window, &sinceStart] {
                 qCInfo(lcStartup, "first frame after %lld ms", sinceStart.elapsed());
+                store.releaseBackgroundLoad();
                 const bool opened = controller.openRememberedBook();
                 qCInfo(lcStartup, "node book %s after %lld ms", opened ? "shown" : "not shown",
                        sinceStart.elapsed());
@@ -171,8 +180,8 @@ int main(int argc, char* argv[]) {
             },
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     }
-    // The history is read beside the window, which shows a placeholder in
-    // its place until then.
+    // The history is read after the window's first frame, which shows a
+    // placeholder in its place until then.
     if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().value(0))) {
         const auto historyShown = [window, &sinceStart] {
             qCInfo(lcStartup, "history read after %lld ms", sinceStart.elapsed());

@@ -370,6 +370,15 @@ public:
         m_wake.notify_one();
     }
 
+    // While held, a background load asked for waits to start.
+    void holdLoad(bool held) {
+        {
+            std::lock_guard lock(m_mutex);
+            m_loadHeld = held;
+        }
+        m_wake.notify_one();
+    }
+
     // The main thread has taken what the background load read.
     void handedOver() {
         std::lock_guard lock(m_mutex);
@@ -378,6 +387,9 @@ public:
 
     void flush() {
         std::unique_lock lock(m_mutex);
+        // Whoever waits for the disk must not wait for a held load as well.
+        if (std::exchange(m_loadHeld, false))
+            m_wake.notify_one();
         const quint64 target = m_submitted;
         m_done.wait(lock, [&] { return m_finished >= target; });
     }
@@ -442,7 +454,7 @@ private:
         for (;;) {
             const auto due = [&] {
                 return m_latest || m_retryWanted || m_stopping ||
-                       m_backgroundLoad == BackgroundLoad::wanted;
+                       (m_backgroundLoad == BackgroundLoad::wanted && !m_loadHeld);
             };
             if (m_heldElsewhere) {
                 m_wake.wait_for(lock, lockPollInterval, due);
@@ -456,7 +468,7 @@ private:
                 break;
             // Snapshots handed in before it are written first.
             if (!m_latest && !m_retryWanted && m_backgroundLoad == BackgroundLoad::wanted &&
-                !m_stopping) {
+                !m_loadHeld && !m_stopping) {
                 m_backgroundLoad = BackgroundLoad::running;
                 const quint64 generation = m_submitted;
                 lock.unlock();
@@ -800,6 +812,7 @@ private:
     // but not yet taken.
     enum class BackgroundLoad { none, wanted, running, read };
     BackgroundLoad m_backgroundLoad = BackgroundLoad::none;
+    bool m_loadHeld = false; // a wanted load waits (holdBackgroundLoad)
     QString m_error;
 
     std::thread m_thread; // started last, once everything above exists
@@ -851,6 +864,14 @@ QList<Conversation> ConversationStore::load() {
 void ConversationStore::loadInBackground() {
     m_loaded = false;
     m_writer->loadInBackground();
+}
+
+void ConversationStore::holdBackgroundLoad() {
+    m_writer->holdLoad(true);
+}
+
+void ConversationStore::releaseBackgroundLoad() {
+    m_writer->holdLoad(false);
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {

@@ -67,6 +67,11 @@ public:
     // nothing at all: no save and no fold of a history that was not (or not
     // wholly) handed over.
     void loadInBackground();
+    // A background load asked for waits to start until releaseBackgroundLoad()
+    // (or a flush()): the app holds it while its window comes up, which then
+    // has the machine's cores to itself. Writes go on meanwhile.
+    void holdBackgroundLoad();
+    void releaseBackgroundLoad();
     // loaded() has been emitted since the last loadInBackground() (true
     // when none was asked for).
     bool isLoaded() const { return m_loaded; }

@@ -735,6 +735,7 @@ private slots:
         QTest::newRow("read, not taken") << 1 << false;
         QTest::newRow("a snapshot meanwhile") << 2 << false;
         QTest::newRow("taken") << 3 << true;
+        QTest::newRow("held, never let go") << 4 << false;
     }
     void closedBeforeTheLoadIsTakenWritesNothing() {
         QFETCH(int, step);
@@ -751,9 +752,11 @@ private slots:
         {
             ConversationStore store(pathIn(dir));
             QSignalSpy loaded(&store, &ConversationStore::loaded);
+            if (step == 4)
+                store.holdBackgroundLoad();
             store.loadInBackground();
             QVERIFY(!store.isLoaded());
-            if (step >= 1)
+            if (step >= 1 && step <= 3)
                 store.flush();
             if (step == 2) {
                 store.save(withExtra(changed, 1001));
@@ -774,6 +777,31 @@ private slots:
                  (QStringList{QStringLiteral("conversations.json"),
                               QStringLiteral("conversations.json.journal")}));
         QVERIFY(onDisk(pathIn(dir)) == changed);
+    }
+
+    // A held load starts once let go, or when someone waits for the disk.
+    void heldLoadWaitsUntilLetGo_data() {
+        QTest::addColumn<bool>("byFlush");
+        QTest::newRow("released") << false;
+        QTest::newRow("a flush") << true;
+    }
+    void heldLoadWaitsUntilLetGo() {
+        QFETCH(bool, byFlush);
+        QTemporaryDir dir;
+        const QList<Conversation> list = history(3, 30);
+        writeFile(pathIn(dir), encodeConversations(list));
+        ConversationStore store(pathIn(dir));
+        QSignalSpy loaded(&store, &ConversationStore::loaded);
+        store.holdBackgroundLoad();
+        store.loadInBackground();
+        QTest::qWait(100); // read in about a millisecond when not held
+        QCOMPARE(loaded.size(), 0);
+        if (byFlush)
+            store.flush();
+        else
+            store.releaseBackgroundLoad();
+        QTRY_COMPARE(loaded.size(), 1);
+        QVERIFY(loaded.at(0).at(0).value<QList<Conversation>>() == list);
     }
 
     void largeHistory() {
