@@ -10,6 +10,7 @@
 //   talvenne-bench --map      (internal) the map's rows, on one renderer
 //   talvenne-bench --million  only the rows of the million-message history
 //   talvenne-bench --million-startup  of those, only start-up and opening
+//   talvenne-bench --hundred-thousand  the same rows with 100,000 messages
 //   talvenne-bench --load FILE (internal) load time and peak memory of FILE
 //   talvenne-bench --write-million FILE N (internal) writes the million-message
 //                             history in N conversations to FILE
@@ -664,8 +665,7 @@ int printLoad(const QString& historyPath) {
     HistorySearchModel model;
     model.setController(&controller);
     spinUntil([&] { return model.isIdle(); }, 600);
-    std::printf("%.1f %.1f %.1f\n", messages >= millionMessages ? loadMillis : -1.0, loaded,
-                peakMegabytes());
+    std::printf("%.1f %.1f %.1f\n", messages > 0 ? loadMillis : -1.0, loaded, peakMegabytes());
     return 0;
 }
 
@@ -884,22 +884,26 @@ Row openBiggestRow(const QString& historyPath, const QString& shape) {
             millis >= 0 && millis <= 50};
 }
 
-bool writeMillion(const QString& path, int conversations) {
+bool writeHistory(const QString& path, int conversations, int messages) {
     QFile file(path);
     return conversations > 0 && file.open(QIODevice::WriteOnly) &&
-           file.write(encodeConversations(generateHistory(conversations, millionMessages))) >= 0;
+           file.write(encodeConversations(generateHistory(conversations, messages))) >= 0;
 }
 
-QList<Row> millionRows(const QString& directory, bool startupOnly) {
+// The rows of a large history (`messages` in all), in 200 conversations and
+// in one.
+QList<Row> largeHistoryRows(const QString& directory, int messages, bool startupOnly) {
     QList<Row> rows;
+    const QString count = QLocale(QLocale::English).toString(messages);
     for (const int conversations : {historyConversations, 1}) {
-        const QString path = directory + QStringLiteral("/million-%1.json").arg(conversations);
-        if (!writeMillion(path, conversations))
+        const QString path =
+            directory + QStringLiteral("/large-%1-%2.json").arg(messages).arg(conversations);
+        if (!writeHistory(path, conversations, messages))
             return rows;
         const QString shape =
             conversations == 1
-                ? QStringLiteral("1,000,000 messages in one conversation")
-                : QStringLiteral("1,000,000 messages in %1 conversations").arg(conversations);
+                ? QStringLiteral("%1 messages in one conversation").arg(count)
+                : QStringLiteral("%1 messages in %2 conversations").arg(count).arg(conversations);
         rows << startupRows(path, shape);
         rows << openBiggestRow(path, shape);
         if (startupOnly) {
@@ -1023,16 +1027,21 @@ int main(int argc, char* argv[]) {
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--load"))
         return printLoad(arguments.at(2));
     if (arguments.size() == 4 && arguments.at(1) == QStringLiteral("--write-million"))
-        return writeMillion(arguments.at(2), arguments.at(3).toInt()) ? 0 : 1;
+        return writeHistory(arguments.at(2), arguments.at(3).toInt(), millionMessages) ? 0 : 1;
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
         QTemporaryDir scratch;
-        printTable(millionRows(scratch.path(), false));
+        printTable(largeHistoryRows(scratch.path(), millionMessages, false));
+        return 0;
+    }
+    if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--hundred-thousand")) {
+        QTemporaryDir scratch;
+        printTable(largeHistoryRows(scratch.path(), historyMessages, false));
         return 0;
     }
     // Only the start-up and opening rows of the million-message history.
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million-startup")) {
         QTemporaryDir scratch;
-        printTable(millionRows(scratch.path(), true));
+        printTable(largeHistoryRows(scratch.path(), millionMessages, true));
         return 0;
     }
 
@@ -1056,7 +1065,7 @@ int main(int argc, char* argv[]) {
     rows << residentRow(historyPath);
     rows << mapRows();
     rows << startupRows(historyPath, QStringLiteral("100,000 messages in 200 conversations"));
-    rows << millionRows(directory.path(), false);
+    rows << largeHistoryRows(directory.path(), millionMessages, false);
     printTable(rows);
     return 0;
 }
