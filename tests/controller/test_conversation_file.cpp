@@ -248,6 +248,48 @@ private slots:
         QVERIFY(*decoded == list);
     }
 
+    // A file's texts are read into shared blocks: every length, around the
+    // block's size and the longest text that shares one, reads back as
+    // written, ends in a zero, outlives its neighbours and is replaced alone.
+    void readsTextsOfEveryLength_data() {
+        QTest::addColumn<QList<int>>("lengths");
+        QTest::newRow("empty and one byte") << QList<int>{0, 1, 0};
+        QTest::newRow("around the longest shared") << QList<int>{4095, 4096, 4097, 3};
+        QTest::newRow("longer than a block") << QList<int>{10, 70000, 10};
+        QTest::newRow("filling blocks") << QList<int>(200, 1000);
+    }
+    void readsTextsOfEveryLength() {
+        QFETCH(QList<int>, lengths);
+        QList<Conversation> list{{ConversationID::channel(1), {}, at(0), 0}};
+        for (int i = 0; i < lengths.size(); ++i) {
+            ChatMessage m;
+            m.id = QUuid::createUuid();
+            // Two-byte characters, an ASCII one where the length is odd.
+            m.text = QString(lengths[i] / 2, QChar(u'\u00e9')) +
+                     QString(lengths[i] % 2, QChar(u'a' + i % 26));
+            m.timestamp = at(i);
+            list[0].messages.append(m);
+        }
+        auto decoded = decodeConversations(encodeConversations(list));
+        QVERIFY(decoded.has_value());
+        QVERIFY(*decoded == list);
+        MessageList messages = decoded->at(0).messages;
+        for (const ChatMessage& m : messages) {
+            const QByteArrayView utf8 = m.text.utf8();
+            QVERIFY(utf8.isEmpty() || utf8.data()[utf8.size()] == '\0');
+        }
+        const qsizetype last = messages.size() - 1;
+        const ChatMessage kept = messages.at(last);
+        decoded.reset();
+        ChatMessage changed = messages.at(0);
+        changed.text = QStringLiteral("changed");
+        messages[0] = changed;
+        for (qsizetype row = 1; row < messages.size(); ++row)
+            QCOMPARE(messages.at(row).text, list[0].messages.at(row).text);
+        messages.clear();
+        QCOMPARE(kept.text, list[0].messages.at(last).text);
+    }
+
     void readsDates_data() {
         QTest::addColumn<QByteArray>("seconds");
         QTest::addColumn<QDateTime>("expected");
