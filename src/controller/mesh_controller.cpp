@@ -60,14 +60,14 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
 
 MeshController::~MeshController() {
     // Coroutines of this controller are suspended only on requests and in
-    // `m_pauses`. Settle them all now, while every member is still alive; each
+    // its pauses. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
     m_contactListReads = 0;
     fileWaitingMessages();
     writeBookNow();
     m_closing = true;
     cancelReconnectTimer();
-    while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
+    while (pendingRequestCount() > 0 || !m_requests.pauses.isEmpty()) {
         failAllPending(MeshError::notConnected());
         endAllPauses();
     }

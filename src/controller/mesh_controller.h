@@ -4,7 +4,7 @@
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
 #include "controller/notification_levels.h"
-#include "controller/pending_request.h"
+#include "controller/request_queue.h"
 #include "map/map_settings.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
@@ -130,7 +130,7 @@ public:
     const QString& connectionError() const { return m_connectionError; }
     // Requests still waiting for their answer: the one written to the radio
     // and those waiting their turn. Each ends by its timeout at the latest.
-    int pendingRequestCount() const { return int(m_queued.size()) + (m_inFlight ? 1 : 0); }
+    int pendingRequestCount() const { return m_requests.pendingCount(); }
     // The time source every timeout and pause runs on; views use it for
     // their own short-lived states so that tests can move it on.
     Clock* clock() const { return m_clock; }
@@ -564,10 +564,6 @@ private:
     // Takes the request in flight off the line and settles it with `answer`
     // (an error event fails it), after writing the next one.
     void settleInFlight(const MeshEvent& answer);
-    bool settleQueued(const MeshEvent& event);
-    // Forgets the overdue requests up to and including `index`: that one got
-    // its late answer, the ones before it will not get theirs any more.
-    void dropOverdueThrough(qsizetype index);
     // The provisional answers were each one request early: hands each
     // request the answer after its own, the last one `own`.
     void correctProvisionalAnswers(const MeshEvent& own);
@@ -576,7 +572,6 @@ private:
     // Waits `delay` on the clock; comes back early (false) when the controller
     // is going away.
     OneShot<bool>::Awaiter pause(std::chrono::milliseconds delay);
-    void endPause(std::uint64_t id, bool completed);
     void applyEvent(const MeshEvent& event);
 
     // Handshake pieces.
@@ -727,13 +722,7 @@ private:
     // The connection whose handshake went through.
     std::uint64_t m_provenConnection = 0;
 
-    QList<PendingRequest> m_queued; // not written yet, oldest first
-    std::optional<PendingRequest> m_inFlight;
-    QList<OverdueRequest> m_overdue; // oldest first
-    // Oldest first; they stand until the last one's own answer is overdue.
-    QList<ProvisionalAnswer> m_provisional;
-    QDateTime m_provisionalUntil;
-    QList<Pause> m_pauses;
+    RequestQueue m_requests;
     // Changes with every connection and every disconnect: a handshake or a
     // sync that finds it changed after a wait belongs to a link that is gone.
     std::uint64_t m_connection = 0;
@@ -754,7 +743,6 @@ private:
     QString m_nodeBookError;
     QHash<QString, QString> m_knownNames;
     std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
-    std::uint64_t m_nextWaitId = 1;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
     struct SentMessage {
         QUuid id;
