@@ -62,7 +62,7 @@ MeshController::~MeshController() {
     // Coroutines of this controller are suspended only on requests and in
     // its pauses. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
-    m_contactListReads = 0;
+    m_sync.contactListReads = 0;
     fileWaitingMessages();
     writeBookNow();
     m_closing = true;
@@ -299,7 +299,7 @@ void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
 }
 
 void MeshController::onTransportConnected() {
-    ++m_connection;
+    ++m_sync.connection;
     performHandshake(); // runs on by itself; the task handle is not needed
     // After the handshake began, so that isSyncing already tells views that
     // the radio's lists are on their way. The failed attempts stay counted
@@ -374,7 +374,7 @@ void MeshController::forgetDevice() {
 void MeshController::resetAfterDisconnect() {
     // Messages that waited for the contact list find their senders in what
     // has come of it.
-    m_contactListReads = 0;
+    m_sync.contactListReads = 0;
     fileWaitingMessages();
     if (m_books && !m_bookRadioKey.isEmpty() && m_selfInfo) {
         radioWentAway();
@@ -387,7 +387,7 @@ void MeshController::resetAfterDisconnect() {
         setSelectedConversation(std::nullopt);
     }
     // Whatever still runs for the old link ends at its next step.
-    ++m_connection;
+    ++m_sync.connection;
     failAllPending(MeshError::notConnected());
     endAllPauses();
 }
@@ -405,8 +405,8 @@ void MeshController::applyEvent(const MeshEvent& event) {
                    [this](const Events::Battery& e) { setBattery(e.battery); },
                    [this](const Events::CurrentTime& e) { setDeviceTime(e.time); },
                    [this](const Events::Contact& e) {
-                       if (m_contactListReads > 0)
-                           m_contactKeysRead.insert(e.contact.publicKey);
+                       if (m_sync.contactListReads > 0)
+                           m_sync.contactKeysRead.insert(e.contact.publicKey);
                        upsertContact(e.contact);
                    },
                    [this](const Events::NewAdvert& e) {

@@ -5,6 +5,7 @@
 #include "controller/mesh_error.h"
 #include "controller/notification_levels.h"
 #include "controller/request_queue.h"
+#include "controller/sync_progress.h"
 #include "map/map_settings.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
@@ -577,9 +578,7 @@ private:
     // Handshake pieces.
     void ensureContactConversations();
     // The handshake under way has not read the waiting messages yet, and will.
-    bool handshakeReadsTheQueue() const {
-        return m_handshakeBeforeDrain != 0 && m_handshakeBeforeDrain == m_connection;
-    }
+    bool handshakeReadsTheQueue() const { return m_sync.handshakeReadsTheQueue(); }
 
     // Reconnection pieces.
     enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
@@ -723,19 +722,7 @@ private:
     std::uint64_t m_provenConnection = 0;
 
     RequestQueue m_requests;
-    // Changes with every connection and every disconnect: a handshake or a
-    // sync that finds it changed after a wait belongs to a link that is gone.
-    std::uint64_t m_connection = 0;
-    // The connection whose handshake set isSyncing.
-    std::uint64_t m_syncingConnection = 0;
-    // The connection whose handshake has not come to its message drain yet.
-    std::uint64_t m_handshakeBeforeDrain = 0;
-    // Contact list reads under way, and the messages from senders missing
-    // from the list that wait for them to end.
-    int m_contactListReads = 0;
-    QList<MeshEvent> m_messagesWaitingForContacts;
-    // The keys the contact list read under way has brought.
-    QSet<QString> m_contactKeysRead;
+    SyncProgress m_sync;
 
     NodeBookStore* m_books = nullptr;
     QString m_bookRadioKey;

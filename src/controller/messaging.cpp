@@ -253,8 +253,8 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
         // its key prefix; while the list is being read again, the message
         // waits for it first.
         const auto contact = contactForPrefix(e->prefix);
-        if (!contact && m_contactListReads > 0) {
-            m_messagesWaitingForContacts.append(event);
+        if (!contact && m_sync.contactListReads > 0) {
+            m_sync.messagesWaitingForContacts.append(event);
             return;
         }
         appendMessage(message, ConversationID::contact(contact ? contact->publicKey : e->prefix));
@@ -262,7 +262,7 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
 }
 
 void MeshController::fileWaitingMessages() {
-    const QList<MeshEvent> waiting = std::exchange(m_messagesWaitingForContacts, {});
+    const QList<MeshEvent> waiting = std::exchange(m_sync.messagesWaitingForContacts, {});
     for (const MeshEvent& event : waiting)
         handleIncomingMessage(event);
 }

@@ -148,7 +148,7 @@ void MeshController::setNodeBookError(const QString& error) {
 
 void MeshController::settleContactList() {
     for (qsizetype row = m_contacts.size() - 1; row >= 0; --row) {
-        if (m_contactKeysRead.contains(m_contacts.at(row).publicKey))
+        if (m_sync.contactKeysRead.contains(m_contacts.at(row).publicKey))
             continue;
         m_contacts.removeAt(row);
         Q_EMIT contactRemoved(int(row));

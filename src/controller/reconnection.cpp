@@ -274,7 +274,7 @@ void MeshController::onReconnectStateChanged(TransportState previous, TransportS
             !m_rememberedDevice.id.isNull()) {
             // A link that went before its handshake was through is a failed
             // attempt: the pauses go on growing.
-            if (m_provenConnection != m_connection)
+            if (m_provenConnection != m_sync.connection)
                 ++m_reconnectFailures;
             beginReconnecting(reconnectPause(m_reconnectFailures));
         }
