@@ -129,10 +129,8 @@ QCoro::Task<void> MeshController::performHandshake() {
     }
     // Only a radio that said who it is and stayed to the end is a good
     // connection: the reconnection's pauses start over from it.
-    if (!gone() && m_selfInfo) {
-        m_provenConnection = connection;
-        m_reconnectFailures = 0;
-    }
+    if (!gone() && m_selfInfo)
+        m_reconnect.handshakeWentThrough(connection);
     finish();
 }
 

@@ -78,7 +78,7 @@ MeshController::~MeshController() {
 void MeshController::loadPreferences() {
     if (!m_settings)
         return;
-    m_autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
+    m_reconnect.autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
     loadRememberedDevice();
     const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
     m_favorites = QSet<QString>(favorites.begin(), favorites.end());
@@ -101,10 +101,11 @@ void MeshController::loadPreferences() {
 void MeshController::loadRememberedDevice() {
     if (!m_settings)
         return;
-    m_rememberedDevice = {QUuid(m_settings->value(rememberedDeviceKey(lastDeviceIdKey)).toString()),
-                          m_settings->value(rememberedDeviceKey(lastDeviceNameKey)).toString()};
-    if (m_rememberedDevice.id.isNull())
-        m_rememberedDevice.name.clear();
+    m_reconnect.remembered = {
+        QUuid(m_settings->value(m_reconnect.settingsKey(lastDeviceIdKey)).toString()),
+        m_settings->value(m_reconnect.settingsKey(lastDeviceNameKey)).toString()};
+    if (m_reconnect.remembered.id.isNull())
+        m_reconnect.remembered.name.clear();
 }
 
 // The history read on the store's thread. What came before it (messages the
@@ -304,7 +305,7 @@ void MeshController::onTransportConnected() {
     // After the handshake began, so that isSyncing already tells views that
     // the radio's lists are on their way. The failed attempts stay counted
     // until the handshake is through.
-    if (m_isReconnecting)
+    if (m_reconnect.reconnecting)
         endReconnectAttempt();
 }
 
@@ -360,7 +361,7 @@ void MeshController::disconnectFromDevice() {
 }
 
 void MeshController::forgetDevice() {
-    const QUuid id = m_rememberedDevice.id;
+    const QUuid id = m_reconnect.remembered.id;
     disconnectFromDevice();
     if (id.isNull())
         return;

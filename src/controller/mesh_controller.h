@@ -4,6 +4,7 @@
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
 #include "controller/notification_levels.h"
+#include "controller/reconnection_state.h"
 #include "controller/request_queue.h"
 #include "controller/sync_progress.h"
 #include "map/map_settings.h"
@@ -213,12 +214,12 @@ public:
     static constexpr std::chrono::milliseconds reconnectPauseCap{60'000};
     // The pause before the attempt that follows `failures` failed ones.
     static std::chrono::milliseconds reconnectPause(int failures);
-    bool autoReconnect() const { return m_autoReconnect; }
+    bool autoReconnect() const { return m_reconnect.autoReconnect; }
     void setAutoReconnect(bool on);
-    bool isReconnecting() const { return m_isReconnecting; }
-    bool waitsForBluetooth() const { return m_reconnectStep == ReconnectStep::waitingForBluetooth; }
+    bool isReconnecting() const { return m_reconnect.reconnecting; }
+    bool waitsForBluetooth() const { return m_reconnect.waitsForBluetooth(); }
     // The remembered radio's name; empty when none is remembered.
-    const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
+    const QString& rememberedDeviceName() const { return m_reconnect.remembered.name; }
     MapSettings* mapSettings() const { return m_mapSettings; }
     std::optional<QUuid> rememberedDeviceId() const;
     // The settings group the remembered radio is kept in (empty: the top
@@ -229,14 +230,14 @@ public:
     // No radio to come back to, now or at the next start.
     void forgetRememberedDevice();
     // Failed attempts since the reconnection began (or the computer woke).
-    int reconnectFailures() const { return m_reconnectFailures; }
+    int reconnectFailures() const { return m_reconnect.failures; }
     // The application calls this once its window is up: from then on the
     // controller reconnects by itself while `autoReconnect` is on, beginning
     // at once with the remembered radio. Returns whether that began. Until
     // then a drop simply ends the connection, as the tools and the tests of
     // the plain link want it.
     bool enableAutomaticReconnection();
-    bool isAutomaticReconnectionEnabled() const { return m_reconnectionEnabled; }
+    bool isAutomaticReconnectionEnabled() const { return m_reconnect.enabled; }
     // Starts the reconnection's pauses over and looks for the remembered
     // radio at once (ending a scan or pause under way): for the computer
     // waking from sleep, Bluetooth or its adapter coming back, and the
@@ -581,17 +582,13 @@ private:
     bool handshakeReadsTheQueue() const { return m_sync.handshakeReadsTheQueue(); }
 
     // Reconnection pieces.
-    enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
     void setReconnectStep(ReconnectStep step);
     void rememberDevice(const DiscoveredDevice& device);
     void loadRememberedDevice();
-    QString rememberedDeviceKey(const char* key) const;
     void beginReconnecting(std::chrono::milliseconds firstPause);
     void stopReconnecting();
     // The link is up: the attempt is over, its failures stay counted.
     void endReconnectAttempt();
-    // The step under way ends far later than it was due: the computer slept.
-    bool reconnectStepOverslept() const;
     void scheduleReconnectAttempt(std::chrono::milliseconds delay);
     void waitForReconnectAttempt(std::chrono::milliseconds left);
     void attemptReconnect();
@@ -705,21 +702,7 @@ private:
     QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
 
-    struct RememberedDevice {
-        QUuid id;
-        QString name;
-    };
-    RememberedDevice m_rememberedDevice;
-    QString m_rememberedDeviceGroup;
-    bool m_autoReconnect = true;
-    bool m_reconnectionEnabled = false;
-    bool m_isReconnecting = false;
-    ReconnectStep m_reconnectStep = ReconnectStep::idle;
-    int m_reconnectFailures = 0;
-    std::uint64_t m_reconnectTimer = 0; // a Clock timer id, 0 when none
-    QDateTime m_reconnectDue;           // when the step under way ends at the latest
-    // The connection whose handshake went through.
-    std::uint64_t m_provenConnection = 0;
+    ReconnectionState m_reconnect;
 
     RequestQueue m_requests;
     SyncProgress m_sync;

@@ -16,7 +16,7 @@ void MeshController::setNodeBookStore(NodeBookStore* store) {
     connect(m_books, &NodeBookStore::errorChanged, this, &MeshController::setNodeBookError,
             Qt::QueuedConnection);
     if (m_settings)
-        m_bookRadioKey = m_settings->value(rememberedDeviceKey(lastDeviceKeyKey)).toString();
+        m_bookRadioKey = m_settings->value(m_reconnect.settingsKey(lastDeviceKeyKey)).toString();
     // The window opens from the book at once; the book itself is read once
     // the window is up (openRememberedBook).
     setRadioAway(!m_bookRadioKey.isEmpty() && m_transportState != TransportState::connected);
@@ -45,7 +45,7 @@ bool MeshController::forgetThisRadio() {
         m_bookTimer = 0;
     }
     if (m_settings)
-        m_settings->remove(rememberedDeviceKey(lastDeviceKeyKey));
+        m_settings->remove(m_reconnect.settingsKey(lastDeviceKeyKey));
     disconnectFromDevice(); // forgets the remembered radio; the lists go
     setRadioAway(false);
     bool removed = true;
@@ -94,7 +94,7 @@ void MeshController::radioIdentified(const QString& publicKey) {
         setContacts(book.contacts);
         setChannels(book.channels);
         if (m_settings)
-            m_settings->setValue(rememberedDeviceKey(lastDeviceKeyKey), publicKey);
+            m_settings->setValue(m_reconnect.settingsKey(lastDeviceKeyKey), publicKey);
         readKnownNames();
     }
     noteBookChange();
