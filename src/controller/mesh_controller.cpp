@@ -377,7 +377,7 @@ void MeshController::resetAfterDisconnect() {
     // has come of it.
     m_sync.contactListReads = 0;
     fileWaitingMessages();
-    if (m_books && !m_bookRadioKey.isEmpty() && m_selfInfo) {
+    if (m_book.keeps() && m_selfInfo) {
         radioWentAway();
     } else {
         setSelfInfo(std::nullopt);

@@ -3,6 +3,7 @@
 #include "book/node_book.h"
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
+#include "controller/node_book_state.h"
 #include "controller/notification_levels.h"
 #include "controller/reconnection_state.h"
 #include "controller/request_queue.h"
@@ -266,18 +267,18 @@ public:
     bool openRememberedBook();
     // A radio is remembered and its book is (or is about to be) shown in its
     // place: no radio is connected.
-    bool radioAway() const { return m_radioAway; }
+    bool radioAway() const { return m_book.radioAway; }
     // Why the book could not be read or written, or empty.
-    const QString& nodeBookError() const { return m_nodeBookError; }
+    const QString& nodeBookError() const { return m_book.error; }
     // The last name any book gives a contact key, for conversations whose
     // contact the radio in use does not know; read with the book.
-    const QHash<QString, QString>& knownNames() const { return m_knownNames; }
+    const QHash<QString, QString>& knownNames() const { return m_book.knownNames; }
     // Disconnects, deletes the radio's book and forgets the radio: no
     // reconnection to it, and the next start shows the connection screen.
     // The history stays. False when the book could not be deleted.
     Q_INVOKABLE bool forgetThisRadio();
     // The public key of the radio whose book is in use; empty when none.
-    const QString& bookRadioKey() const { return m_bookRadioKey; }
+    const QString& bookRadioKey() const { return m_book.radioKey; }
 
     // --- request correlation
     // Writes `frame` and waits for the event that `expect` accepts. The radio
@@ -707,12 +708,7 @@ private:
     RequestQueue m_requests;
     SyncProgress m_sync;
 
-    NodeBookStore* m_books = nullptr;
-    QString m_bookRadioKey;
-    bool m_radioAway = false;
-    QString m_nodeBookError;
-    QHash<QString, QString> m_knownNames;
-    std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
+    NodeBookState m_book;
     // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
     struct SentMessage {
         QUuid id;

@@ -336,7 +336,7 @@ QString MeshController::conversationTitle(const ConversationID& target) const {
         const auto contact = contactForKey(target.contactKey());
         if (contact && !contact->name.isEmpty())
             return contact->name;
-        if (const QString known = m_knownNames.value(target.contactKey()); !known.isEmpty())
+        if (const QString known = m_book.knownNames.value(target.contactKey()); !known.isEmpty())
             return known;
         return target.contactKey().left(12);
     }
