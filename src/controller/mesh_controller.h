@@ -5,6 +5,7 @@
 #include "controller/mesh_error.h"
 #include "controller/node_book_state.h"
 #include "controller/notification_levels.h"
+#include "controller/outgoing_messages.h"
 #include "controller/reconnection_state.h"
 #include "controller/request_queue.h"
 #include "controller/sync_progress.h"
@@ -699,8 +700,6 @@ private:
     QString m_historyError;
     bool m_historyWritable = true;
     bool m_historyLoaded = true;
-    // Outgoing messages whose transmission is under way.
-    QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
 
     ReconnectionState m_reconnect;
@@ -709,13 +708,7 @@ private:
     SyncProgress m_sync;
 
     NodeBookState m_book;
-    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
-    struct SentMessage {
-        QUuid id;
-        ConversationID target;
-    };
-    QHash<QString, SentMessage> m_lastSentMessageID;
-    QDateTime m_acknowledgementsSweptAt;
+    OutgoingMessages m_outgoing;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;
 };
