@@ -1,5 +1,9 @@
 // Keeping what each radio reports in its node book, and showing the book
 // while the radio is away.
+//
+// A handshake's answers replace the book's in place: the rows the radio still
+// has are updated where they stand, the others go once its list is read to
+// the end.
 
 #include "book/node_book_store.h"
 #include "controller/mesh_controller.h"

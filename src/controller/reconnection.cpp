@@ -1,5 +1,12 @@
 // Getting the remembered radio back by itself after a drop the user did not
 // ask for, and at start.
+//
+// Attempts are 1 s after the drop, then further apart (2, 4, 8, ... s, at
+// most reconnectPauseCap). Only a connection whose handshake went through
+// ends the count: a radio that drops the link during every handshake is
+// tried less and less often. A pause or scan that ends far later than it
+// should (the computer slept), Bluetooth coming back and the preference
+// turned on again start the pauses over.
 
 #include "controller/mesh_controller.h"
 #include "time/clock.h"

@@ -32,6 +32,8 @@ bool matches(ExpectedResponse expect, const MeshEvent& event) {
     return false;
 }
 
+// The radio answers in order and its answers name no command, so only one
+// command that awaits an answer is written at a time.
 QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedResponse expect,
                                                std::chrono::milliseconds timeout,
                                                AnswerCorrection correct) {
