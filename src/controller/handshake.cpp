@@ -28,18 +28,18 @@ constexpr int maxMessagesPerDrain = 256;
 // connection is still the present one (or the controller is going away) and
 // ends at once when not, so it never runs on into a later link.
 QCoro::Task<void> MeshController::performHandshake() {
-    const std::uint64_t connection = m_connection;
-    const auto gone = [this, connection] { return m_closing || m_connection != connection; };
+    const std::uint64_t connection = m_sync.connection;
+    const auto gone = [this, connection] { return m_closing || m_sync.connection != connection; };
     const auto finish = [this, connection] {
-        if (m_handshakeBeforeDrain == connection)
-            m_handshakeBeforeDrain = 0;
-        if (!m_closing && m_syncingConnection == connection)
+        if (m_sync.beforeDrain == connection)
+            m_sync.beforeDrain = 0;
+        if (!m_closing && m_sync.syncingConnection == connection)
             setIsSyncing(false);
     };
-    m_syncingConnection = connection;
+    m_sync.syncingConnection = connection;
     // Waiting messages are read once the contacts are in, so that each finds
     // its sender: until then a push that announces them starts no drain.
-    m_handshakeBeforeDrain = connection;
+    m_sync.beforeDrain = connection;
     setIsSyncing(true);
 
     const QByteArray appStart =
@@ -124,26 +124,24 @@ QCoro::Task<void> MeshController::performHandshake() {
     if (!gone())
         co_await syncChannels();
     if (!gone()) {
-        m_handshakeBeforeDrain = 0;
+        m_sync.beforeDrain = 0;
         co_await syncMessages();
     }
     // Only a radio that said who it is and stayed to the end is a good
     // connection: the reconnection's pauses start over from it.
-    if (!gone() && m_selfInfo) {
-        m_provenConnection = connection;
-        m_reconnectFailures = 0;
-    }
+    if (!gone() && m_selfInfo)
+        m_reconnect.handshakeWentThrough(connection);
     finish();
 }
 
 QCoro::Task<void> MeshController::syncContacts() {
-    const std::uint64_t connection = m_connection;
+    const std::uint64_t connection = m_sync.connection;
     // The list stands while it is read again: each contact the radio sends
     // is updated where it stands, and those it no longer has go at the end.
-    m_contactKeysRead.clear();
+    m_sync.contactKeysRead.clear();
     // Until the list is in again, a message from a sender missing from it
     // waits (handleIncomingMessage).
-    ++m_contactListReads;
+    ++m_sync.contactListReads;
     std::optional<MeshError> failure;
     try {
         // The radio streams one contact event per stored contact before its
@@ -156,13 +154,13 @@ QCoro::Task<void> MeshController::syncContacts() {
     if (m_closing)
         co_return;
     // A disconnect has filed the waiting messages and ended the count.
-    if (m_connection == connection)
-        --m_contactListReads;
-    if (!failure && m_connection == connection) {
+    if (m_sync.connection == connection)
+        --m_sync.contactListReads;
+    if (!failure && m_sync.connection == connection) {
         settleContactList();
         ensureContactConversations();
     }
-    if (m_contactListReads == 0)
+    if (m_sync.contactListReads == 0)
         fileWaitingMessages();
     if (failure)
         throw *failure;
@@ -174,7 +172,7 @@ void MeshController::ensureContactConversations() {
 }
 
 QCoro::Task<void> MeshController::syncChannels() {
-    const std::uint64_t connection = m_connection;
+    const std::uint64_t connection = m_sync.connection;
     // Each slot read replaces the one shown; the slots after the last one
     // read go.
     for (int index = 0; index < maxChannels; ++index) {
@@ -186,7 +184,7 @@ QCoro::Task<void> MeshController::syncChannels() {
                 slot = info->channelInfo;
         } catch (const MeshError&) {
         }
-        if (m_closing || m_connection != connection)
+        if (m_closing || m_sync.connection != connection)
             co_return;
         if (!slot) {
             removeChannelsFrom(index);
@@ -204,9 +202,9 @@ QCoro::Task<void> MeshController::syncMessages() {
     // holds the history, or until it is read, they wait on the radio.
     if (!m_historyWritable || !m_historyLoaded)
         co_return;
-    const std::uint64_t connection = m_connection;
+    const std::uint64_t connection = m_sync.connection;
     for (int fetched = 0; fetched < maxMessagesPerDrain; ++fetched) {
-        if (m_closing || m_connection != connection ||
+        if (m_closing || m_sync.connection != connection ||
             m_transportState != TransportState::connected)
             co_return;
         std::optional<MeshEvent> answer;

@@ -60,14 +60,14 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
 
 MeshController::~MeshController() {
     // Coroutines of this controller are suspended only on requests and in
-    // `m_pauses`. Settle them all now, while every member is still alive; each
+    // its pauses. Settle them all now, while every member is still alive; each
     // sees m_closing after its co_await and ends without touching anything.
-    m_contactListReads = 0;
+    m_sync.contactListReads = 0;
     fileWaitingMessages();
     writeBookNow();
     m_closing = true;
     cancelReconnectTimer();
-    while (pendingRequestCount() > 0 || !m_pauses.isEmpty()) {
+    while (pendingRequestCount() > 0 || !m_requests.pauses.isEmpty()) {
         failAllPending(MeshError::notConnected());
         endAllPauses();
     }
@@ -78,7 +78,7 @@ MeshController::~MeshController() {
 void MeshController::loadPreferences() {
     if (!m_settings)
         return;
-    m_autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
+    m_reconnect.autoReconnect = m_settings->value(QLatin1String(autoReconnectKey), true).toBool();
     loadRememberedDevice();
     const QStringList favorites = m_settings->value(QLatin1String(favoritesKey)).toStringList();
     m_favorites = QSet<QString>(favorites.begin(), favorites.end());
@@ -101,10 +101,11 @@ void MeshController::loadPreferences() {
 void MeshController::loadRememberedDevice() {
     if (!m_settings)
         return;
-    m_rememberedDevice = {QUuid(m_settings->value(rememberedDeviceKey(lastDeviceIdKey)).toString()),
-                          m_settings->value(rememberedDeviceKey(lastDeviceNameKey)).toString()};
-    if (m_rememberedDevice.id.isNull())
-        m_rememberedDevice.name.clear();
+    m_reconnect.remembered = {
+        QUuid(m_settings->value(m_reconnect.settingsKey(lastDeviceIdKey)).toString()),
+        m_settings->value(m_reconnect.settingsKey(lastDeviceNameKey)).toString()};
+    if (m_reconnect.remembered.id.isNull())
+        m_reconnect.remembered.name.clear();
 }
 
 // The history read on the store's thread. What came before it (messages the
@@ -299,12 +300,12 @@ void MeshController::onTransportDiscovered(const DiscoveredDevice& device) {
 }
 
 void MeshController::onTransportConnected() {
-    ++m_connection;
+    ++m_sync.connection;
     performHandshake(); // runs on by itself; the task handle is not needed
     // After the handshake began, so that isSyncing already tells views that
     // the radio's lists are on their way. The failed attempts stay counted
     // until the handshake is through.
-    if (m_isReconnecting)
+    if (m_reconnect.reconnecting)
         endReconnectAttempt();
 }
 
@@ -360,7 +361,7 @@ void MeshController::disconnectFromDevice() {
 }
 
 void MeshController::forgetDevice() {
-    const QUuid id = m_rememberedDevice.id;
+    const QUuid id = m_reconnect.remembered.id;
     disconnectFromDevice();
     if (id.isNull())
         return;
@@ -374,9 +375,9 @@ void MeshController::forgetDevice() {
 void MeshController::resetAfterDisconnect() {
     // Messages that waited for the contact list find their senders in what
     // has come of it.
-    m_contactListReads = 0;
+    m_sync.contactListReads = 0;
     fileWaitingMessages();
-    if (m_books && !m_bookRadioKey.isEmpty() && m_selfInfo) {
+    if (m_book.keeps() && m_selfInfo) {
         radioWentAway();
     } else {
         setSelfInfo(std::nullopt);
@@ -387,7 +388,7 @@ void MeshController::resetAfterDisconnect() {
         setSelectedConversation(std::nullopt);
     }
     // Whatever still runs for the old link ends at its next step.
-    ++m_connection;
+    ++m_sync.connection;
     failAllPending(MeshError::notConnected());
     endAllPauses();
 }
@@ -405,8 +406,8 @@ void MeshController::applyEvent(const MeshEvent& event) {
                    [this](const Events::Battery& e) { setBattery(e.battery); },
                    [this](const Events::CurrentTime& e) { setDeviceTime(e.time); },
                    [this](const Events::Contact& e) {
-                       if (m_contactListReads > 0)
-                           m_contactKeysRead.insert(e.contact.publicKey);
+                       if (m_sync.contactListReads > 0)
+                           m_sync.contactKeysRead.insert(e.contact.publicKey);
                        upsertContact(e.contact);
                    },
                    [this](const Events::NewAdvert& e) {

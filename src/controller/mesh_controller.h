@@ -3,8 +3,12 @@
 #include "book/node_book.h"
 #include "controller/expected_response.h"
 #include "controller/mesh_error.h"
+#include "controller/node_book_state.h"
 #include "controller/notification_levels.h"
-#include "controller/pending_request.h"
+#include "controller/outgoing_messages.h"
+#include "controller/reconnection_state.h"
+#include "controller/request_queue.h"
+#include "controller/sync_progress.h"
 #include "map/map_settings.h"
 #include "model/conversation.h"
 #include "model/device_records.h"
@@ -41,20 +45,13 @@ class QSettings;
 // state, all conversations and the user's small preferences. Everything it
 // works with is handed in; it owns none of it. Main thread only.
 //
-// Every property notifies through its NOTIFY signal, emitted after the change
-// and only when the stored value really changed. The lists also carry
-// fine-grained signals for list models, each emitted once per change, after
-// the change and before the property's NOTIFY signal:
-//   - discoveredDeviceInserted(row) / discoveredDeviceChanged(row) /
-//     discoveredDevicesReset() (the whole list replaced, e.g. cleared by startScan);
-//   - contactInserted(row) / contactChanged(row) / contactRemoved(row) /
-//     contactsReset() (cleared on disconnect, reloaded and sorted by the sync);
-//   - channelInserted(row) / channelChanged(row) / channelRemoved(row) / channelsReset();
-//   - conversationAdded(key) / conversationRemoved(key) / conversationsReset(),
-//     messageAppended(key, row) / messageChanged(key, row) /
-//     messageRemoved(key, row) for the messages of one conversation, and
-//     conversationChanged(key) when its lastActivity or unreadCount changed.
-//     `key` is the conversation key ("contact:<key>", "channel:<index>").
+// Every property notifies through its NOTIFY signal, after the change and
+// only when the value really changed. For list models the lists also carry
+// row signals (...Inserted, ...Changed, ...Removed(row); ...Reset() when the
+// list is replaced whole), the conversations conversationAdded, Removed,
+// Changed(key) (its lastActivity or unreadCount) and messageAppended,
+// Changed, Removed(key, row), `key` being the conversation key; each comes
+// once per change, after it and before the property's NOTIFY signal.
 class MeshController : public QObject {
     Q_OBJECT
     Q_PROPERTY(TransportState transportState READ transportState NOTIFY transportStateChanged)
@@ -107,32 +104,28 @@ public:
     static constexpr auto favoritesKey = "favoriteNodeKeys";
     static constexpr auto verifiedKeysKey = "verifiedContactKeys";
     static constexpr auto handshakeFailureText = "The device didn't respond to the handshake.";
-    // The radio the user connected to last, and whether to reconnect to it.
+    // The radio connected to last, whether to reconnect to it, and its own
+    // public key (the name of its node book).
     static constexpr auto lastDeviceIdKey = "lastDeviceID";
     static constexpr auto lastDeviceNameKey = "lastDeviceName";
     static constexpr auto autoReconnectKey = "reconnectAutomatically";
-    // The remembered radio's own public key: the name of its node book.
     static constexpr auto lastDeviceKeyKey = "lastDevicePublicKey";
 
-    // Loads favourites and verified keys from `settings` and the history from
-    // `store`, and listens to `link`. Any of the pointers may be null in tests
-    // that do not need them, except `link` and `clock`.
+    // Reads the preferences from `settings` and the history from `store`.
+    // Only `link` and `clock` are required; tests leave out the others.
     MeshController(MeshLink* link, Clock* clock, Notifier* notifier, ConversationStore* store,
                    QSettings* settings, QObject* parent = nullptr);
-    // Fails every waiting request with notConnected and cuts pauses short, so
-    // no coroutine of this controller is left suspended.
+    // Fails every waiting request and cuts pauses short: no coroutine of
+    // this controller is left suspended.
     ~MeshController() override;
 
     // --- observed state
     TransportState transportState() const { return m_transportState; }
     const QList<DiscoveredDevice>& discoveredDevices() const { return m_discoveredDevices; }
-    // Empty when there is none.
-    const QString& connectionError() const { return m_connectionError; }
-    // Requests still waiting for their answer: the one written to the radio
-    // and those waiting their turn. Each ends by its timeout at the latest.
-    int pendingRequestCount() const { return int(m_queued.size()) + (m_inFlight ? 1 : 0); }
-    // The time source every timeout and pause runs on; views use it for
-    // their own short-lived states so that tests can move it on.
+    const QString& connectionError() const { return m_connectionError; } // empty: none
+    // Written and queued requests; each ends by its timeout at the latest.
+    int pendingRequestCount() const { return m_requests.pendingCount(); }
+    // The time of every timeout and pause; views use it too, for tests.
     Clock* clock() const { return m_clock; }
     bool isSyncing() const { return m_isSyncing; }
     const std::optional<SelfInfo>& selfInfo() const { return m_selfInfo; }
@@ -150,7 +143,6 @@ public:
     }
     const QSet<QString>& favorites() const { return m_favorites; }
     const VerifiedKeyMap& verifiedKeys() const { return m_verifiedKeys; }
-    // Sum of the unread counts of all conversations.
     qint64 totalUnreadCount() const { return m_totalUnreadCount; }
     // Why the history is not being saved (the store's error), or empty.
     const QString& historyError() const { return m_historyError; }
@@ -170,9 +162,8 @@ public:
     Q_INVOKABLE bool saveHistoryAgain();
 
     void setSelectedConversation(std::optional<ConversationID> target);
-    // Whether the application is the active one; the app wires this to the
-    // GUI application's state. Messages in the selected conversation count as
-    // read only while it is active. Defaults to true.
+    // Messages in the selected conversation count as read only while the
+    // application is active (wired to the GUI application's state; true by default).
     void setApplicationActive(bool active);
     bool isApplicationActive() const { return m_applicationActive; }
 
@@ -182,79 +173,58 @@ public:
     Q_INVOKABLE void stopScan();
     // Clears the connection error, remembers the radio and connects to it.
     void connectToDevice(const DiscoveredDevice& device);
-    // Asks the link to disconnect and clears the radio-side state at once.
-    // (Not named disconnect(): that would hide QObject::disconnect.)
+    // Forgets the remembered radio, disconnects and clears the radio-side
+    // state at once. (disconnect() would hide QObject::disconnect.)
     Q_INVOKABLE void disconnectFromDevice();
     // Forgets the radio-side state (self and device info, battery, contacts,
     // channels, selection) and fails every waiting request with notConnected.
     // Conversations and preferences stay.
     void resetAfterDisconnect();
-    // "Forget this radio in Bluetooth", for the radio chosen last: ends the
-    // connection to it as disconnectFromDevice does, has the system forget
-    // its bond and cached services (the next connection pairs afresh), and
-    // takes it off the scan results until it is heard again.
+    // Disconnects the radio chosen last, has the system forget its bond (the
+    // next connection pairs afresh) and drops it from the scan results.
     Q_INVOKABLE void forgetDevice();
 
     // --- reconnection
     //
-    // The radio the user connected to is remembered. When its link drops
-    // without the user asking, the controller reconnects to it by itself
-    // while `autoReconnect` is on: an attempt scans (up to reconnectScanWindow)
-    // until the radio is seen, then connects. Attempts are 1 s after the drop,
-    // then further apart (2, 4, 8, ... s, at most reconnectPauseCap), for as
-    // long as it takes. Only a connection whose handshake went through ends
-    // the count: a radio that drops the link during every handshake is tried
-    // less and less often. A pause or scan that ends far later than it should
-    // (the computer slept), Bluetooth coming back on and the preference
-    // turned on again start the pauses over (reconnectNow). Disconnecting,
-    // choosing a radio or turning `autoReconnect` off ends it.
+    // A drop the user did not ask for is followed, while `autoReconnect` is
+    // on, by attempts to get the remembered radio back, further and further
+    // apart, for as long as it takes; each scans up to reconnectScanWindow
+    // for the radio, then connects. Disconnecting, choosing a radio or turning
+    // `autoReconnect` off ends it.
     static constexpr std::chrono::milliseconds reconnectScanWindow{10'000};
     static constexpr std::chrono::milliseconds reconnectPauseCap{60'000};
     // The pause before the attempt that follows `failures` failed ones.
     static std::chrono::milliseconds reconnectPause(int failures);
-    bool autoReconnect() const { return m_autoReconnect; }
+    bool autoReconnect() const { return m_reconnect.autoReconnect; }
     void setAutoReconnect(bool on);
-    bool isReconnecting() const { return m_isReconnecting; }
-    bool waitsForBluetooth() const { return m_reconnectStep == ReconnectStep::waitingForBluetooth; }
-    // The remembered radio's name; empty when none is remembered.
-    const QString& rememberedDeviceName() const { return m_rememberedDevice.name; }
+    bool isReconnecting() const { return m_reconnect.reconnecting; }
+    bool waitsForBluetooth() const { return m_reconnect.waitsForBluetooth(); }
+    const QString& rememberedDeviceName() const { return m_reconnect.remembered.name; }
     MapSettings* mapSettings() const { return m_mapSettings; }
     std::optional<QUuid> rememberedDeviceId() const;
-    // The settings group the remembered radio is kept in (empty: the top
-    // level). Demo runs keep theirs apart, so that a normal run never looks
-    // for the simulated radio and keeps the radio it had. Reads the
-    // remembered radio of that group; call before enableAutomaticReconnection().
+    // Demo runs keep their remembered radio in a settings group of their own.
+    // Reads that group's radio; call before enableAutomaticReconnection().
     void setRememberedDeviceGroup(const QString& group);
     // No radio to come back to, now or at the next start.
     void forgetRememberedDevice();
     // Failed attempts since the reconnection began (or the computer woke).
-    int reconnectFailures() const { return m_reconnectFailures; }
-    // The application calls this once its window is up: from then on the
-    // controller reconnects by itself while `autoReconnect` is on, beginning
-    // at once with the remembered radio. Returns whether that began. Until
-    // then a drop simply ends the connection, as the tools and the tests of
-    // the plain link want it.
+    int reconnectFailures() const { return m_reconnect.failures; }
+    // Once the window is up: from then on drops are reconnected, beginning at
+    // once with the remembered radio (returns whether that began). Until then
+    // a drop simply ends the connection, as tools and link tests want.
     bool enableAutomaticReconnection();
-    bool isAutomaticReconnectionEnabled() const { return m_reconnectionEnabled; }
-    // Starts the reconnection's pauses over and looks for the remembered
-    // radio at once (ending a scan or pause under way): for the computer
-    // waking from sleep, Bluetooth or its adapter coming back, and the
-    // preference turned on again. Nothing happens while a radio is connected
-    // or being connected, without a remembered radio, with `autoReconnect`
-    // off, or before enableAutomaticReconnection(); returns whether an
-    // attempt was set off.
+    bool isAutomaticReconnectionEnabled() const { return m_reconnect.enabled; }
+    // Starts the pauses over and looks for the remembered radio at once (after
+    // a sleep, when Bluetooth comes back). False, doing nothing, while a radio
+    // is connected or being connected, or when reconnecting is off.
     Q_INVOKABLE bool reconnectNow();
 
     // --- node books
     //
     // What each radio last reported (self and device info, contacts,
-    // channels) is kept in its node book, so that the window can open from
-    // it while the radio is away. While a radio is connected its book follows
-    // what it reports, written at most once per nodeBookWriteDelay and at
-    // once when the link ends; the link ending then leaves the radio's lists
-    // standing (`radioAway`) instead of clearing them. A handshake's answers
-    // replace the book's in place: the rows the radio still has are updated
-    // where they stand, the others go once its list is read to the end.
+    // channels) is kept in its node book, written at most once per
+    // nodeBookWriteDelay and when the link ends; the window opens from it
+    // while the radio is away (`radioAway`), its lists left standing.
     static constexpr std::chrono::milliseconds nodeBookWriteDelay{2'000};
     // Without a store (the tools, most tests) nothing is kept. Call after
     // setRememberedDeviceGroup().
@@ -262,34 +232,22 @@ public:
     // Shows the remembered radio's book while it is away; false when there
     // is none (a damaged one says why in nodeBookError) or a radio is connected.
     bool openRememberedBook();
-    // A radio is remembered and its book is (or is about to be) shown in its
-    // place: no radio is connected.
-    bool radioAway() const { return m_radioAway; }
-    // Why the book could not be read or written, or empty.
-    const QString& nodeBookError() const { return m_nodeBookError; }
+    // The remembered radio's book is (or is about to be) shown in its place.
+    bool radioAway() const { return m_book.radioAway; }
+    const QString& nodeBookError() const { return m_book.error; } // empty: none
     // The last name any book gives a contact key, for conversations whose
-    // contact the radio in use does not know; read with the book.
-    const QHash<QString, QString>& knownNames() const { return m_knownNames; }
-    // Disconnects, deletes the radio's book and forgets the radio: no
-    // reconnection to it, and the next start shows the connection screen.
-    // The history stays. False when the book could not be deleted.
+    // contact the radio in use does not know.
+    const QHash<QString, QString>& knownNames() const { return m_book.knownNames; }
+    // Disconnects, deletes the radio's book and forgets the radio; the
+    // history stays. False when the book could not be deleted.
     Q_INVOKABLE bool forgetThisRadio();
-    // The public key of the radio whose book is in use; empty when none.
-    const QString& bookRadioKey() const { return m_bookRadioKey; }
+    const QString& bookRadioKey() const { return m_book.radioKey; }
 
     // --- request correlation
-    // Writes `frame` and waits for the event that `expect` accepts. The radio
-    // answers in order and its answers name no command, so only one command
-    // that awaits an answer is written at a time; the others wait their turn
-    // in order, and each one's timeout starts when it is written. Throws
-    // MeshError: notConnected (at once when there is no link, or when the link
-    // drops), timeout, or device when the radio answers it with an error.
-    //
-    // An answer is taken when it comes. After a timeout the late answer of
-    // the timed-out command may still come, and an ok, an error or a sent
-    // report cannot tell whose it is: when a second one follows, the first
-    // was the late one (dropped) and `correct`, if given, is called with the
-    // request's own.
+    // Writes `frame` (one at a time, in turn; the timeout runs from the write)
+    // and waits for the event `expect` accepts. Throws MeshError notConnected,
+    // timeout or device (the radio's error reply). `correct` gets the
+    // request's own answer if the one taken was a timed-out command's late one.
     QCoro::Task<MeshEvent> request(QByteArray frame, ExpectedResponse expect,
                                    std::chrono::milliseconds timeout,
                                    AnswerCorrection correct = {});
@@ -306,35 +264,29 @@ public:
     // Stores the trimmed text as an outgoing message and sends it in the
     // background; a blank text does nothing.
     Q_INVOKABLE void sendMessage(const QString& text, const ConversationID& target);
-    // A failed outgoing message goes again: its text is sent to the same
-    // conversation as a new message, and the failed one leaves the
-    // conversation, both in one save, so the conversation reads as meant.
-    // False, and nothing changes, when the message is missing, is not a
-    // failed outgoing one, or has no text to send.
+    // Sends a failed outgoing message's text again as a new message; the
+    // failed one leaves the conversation in the same save. False, changing
+    // nothing, when it is missing, not a failed outgoing one, or blank.
     bool sendAgain(const QUuid& id, const ConversationID& target);
     // Clears the unread count; does nothing (no save) when it is already 0.
     Q_INVOKABLE void markConversationRead(const ConversationID& target);
 
     // --- notification levels and mentions of the user
     //
-    // Each conversation has a level (All by default), kept in the settings
-    // by the contact's key or the channel's name and secret. A message that
-    // arrives unread notifies when its level lets it (Mentions: only a
-    // message that mentions ownName); the unread count grows whatever the
-    // level, and a conversation set to Nothing stays out of badgeCount.
-
+    // An unread message notifies when its conversation's level lets it
+    // (Mentions: only one that mentions ownName); a conversation at Nothing
+    // stays out of badgeCount.
     NotificationLevel notificationLevel(const ConversationID& target) const;
     // False, and nothing kept, for a channel slot that was never read.
     bool setNotificationLevel(const ConversationID& target, NotificationLevel level);
     // Nothing, or back from Nothing to the level it had.
     bool toggleMute(const ConversationID& target);
-    // The same by conversation key and level name ("all", "mentions",
-    // "nothing"), for QML.
+    // For QML: by conversation key and level name ("all", "mentions", "nothing").
     Q_INVOKABLE QString notificationLevelOf(const QString& conversationKey) const;
     Q_INVOKABLE bool setNotificationLevelOf(const QString& conversationKey, const QString& level);
     Q_INVOKABLE bool toggleMuteOf(const QString& conversationKey);
     const QString& ownName() const { return m_ownName; }
-    // A mention segment of the text names ownName, ignoring case.
+    // A mention in the text names ownName, ignoring case.
     bool mentionsMe(const QString& text) const;
     // Of the conversation's unread messages, those that mention ownName.
     qint64 unreadMentionCount(const ConversationID& target) const;
@@ -352,8 +304,7 @@ public:
     std::optional<Contact> contactForKey(const QString& key) const;
     std::optional<Channel> channelForIndex(int index) const;
 
-    // Change one message, found by id in the target's conversation; nothing
-    // happens when either is missing. A real change is saved.
+    // Change one message, if found; a real change is saved.
     void setDeliveryState(const QUuid& id, const ConversationID& target,
                           ChatMessage::DeliveryState state);
     void markSent(const QUuid& id, const ConversationID& target, std::uint32_t expectedAck,
@@ -365,60 +316,49 @@ public:
 
     // --- contacts, favourites and key verification
     //
-    // The contact operations send one command and wait for the radio's ok;
-    // they throw MeshError and change nothing locally when that fails.
+    // The contact operations wait for the radio's ok; they throw MeshError
+    // and change nothing locally when that fails.
 
-    // Keeps only the ASCII hex digits of `text`, in order, case unchanged
-    // ("AB:cd 01" -> "ABcd01"). Typed keys and secrets go through this.
+    // Only the ASCII hex digits of `text`, in order ("AB:cd 01" -> "ABcd01").
     static QString cleanedHex(QStringView text);
-    // Writes the contact to the radio (no known path, the clock's time as its
-    // last advert), then re-reads the contact list; a failed re-read is not an
-    // error. A key that is not 64 hex digits once cleaned throws
-    // device(illegalArgument) before the link is even looked at.
+    // Writes the contact (no known path, last advert now), then re-reads the
+    // contact list; a failed re-read is not an error. A key that is not 64
+    // hex digits once cleaned throws device(illegalArgument), sending nothing.
     QCoro::Task<void> addContact(QString publicKeyText, QString name,
                                  MeshProtocol::AdvertType type);
-    // On ok: the contact leaves `contacts`, its conversation is dropped (and
-    // the history saved) and the selection cleared if it was that
-    // conversation. Favourites and verified keys keep the key.
+    // On ok the contact, its conversation (saved) and a selection of it go.
+    // Favourites and verified keys keep the key.
     QCoro::Task<void> removeContact(Contact contact);
     // `contacts` keeps the old path until the radio reports the new one.
     QCoro::Task<void> resetPath(Contact contact);
     QCoro::Task<void> shareContact(Contact contact);
-    // Favourites and verified keys are written to the settings at each change.
     Q_INVOKABLE void toggleFavorite(const QString& publicKey);
     // Remembers the contact's present name as the verified name of its key.
     void setVerified(const Contact& contact);
-    // The same for a contact of `contacts` found by key; false (nothing
-    // changed) when there is none.
+    // The same by key; false (nothing changed) without such a contact.
     Q_INVOKABLE bool setVerified(const QString& publicKey);
     Q_INVOKABLE void clearVerified(const QString& publicKey);
-    // The key of a different, verified contact whose verified name equals this
-    // unverified contact's name, ignoring case with Unicode's full case
-    // folding ("ÄITI" matches "äiti", and "STRASSE" matches "Straße", which
-    // QString's own case-insensitive compare would miss). None for an empty
-    // name or a verified contact.
+    // The key of another, verified contact whose verified name equals this
+    // unverified contact's name under Unicode's full case folding ("STRASSE"
+    // matches "Straße", which QString's case-insensitive compare misses).
+    // None for an empty name or a verified contact.
     std::optional<QString> conflictingVerifiedKey(const Contact& contact) const;
-    // For QML: the same for a contact of `contacts` found by key; empty when
-    // there is no conflict or no such contact.
+    // For QML: the same by key; empty for no conflict or no such contact.
     Q_INVOKABLE QString conflictingVerifiedKey(const QString& publicKey) const;
 
     // --- channels
     //
-    // Slots 0 to maxChannels - 1 of the radio. `channels` stays sorted by
-    // index; a slot is free when it is missing there or has neither a name
-    // nor a non-zero secret byte.
-
+    // `channels` stays sorted by slot; a slot is free when it is missing
+    // there or has neither a name nor a non-zero secret byte.
     static constexpr auto publicChannelSecretHex = "5d0c2a7f91e4b8365fa0c7d21e9b4a83";
     static constexpr int channelSecretLength = 16;
 
-    // The lowest free slot, or none when all are in use.
     std::optional<int> firstFreeChannelIndex() const;
     // Writes `name` and the first 16 bytes of `secret` (zero-padded) to the
-    // first free slot, then reads the slot back into `channels` (a failed
-    // read-back is not an error). No free slot: device(tableFull), nothing sent.
+    // first free slot, then reads the slot back (a failed read-back is not an
+    // error). No free slot: device(tableFull), nothing sent.
     QCoro::Task<void> addChannel(QString name, QByteArray secret);
-    // A fresh random secret; returns it as 32 lowercase hex digits so that
-    // the user can pass it on.
+    // Returns the new random secret as 32 lowercase hex digits.
     QCoro::Task<QString> createPrivateChannel(QString name);
     // `secretText` must hold exactly 32 hex digits once cleaned, else
     // device(illegalArgument) and nothing is sent.
@@ -426,33 +366,26 @@ public:
     QCoro::Task<void> joinPublicChannel(QString name);
     // Joins "#<hashtag>" with the secret derived from that name.
     QCoro::Task<void> joinHashtagChannel(QString hashtag);
-    // Clears the slot. On ok the channel, its conversation and a selection of
-    // it go, and the history is saved. An index outside the slots throws
-    // device(illegalArgument) and sends nothing.
+    // On ok the channel, its conversation (saved) and a selection of it go.
+    // An index outside the slots throws device(illegalArgument), sending nothing.
     QCoro::Task<void> removeChannel(int index);
-    // `text` without the horizontal white space at both ends: tabs and every
-    // space character (no-break, ideographic, ...); line breaks stay.
+    // `text` without the horizontal white space at both ends (tabs and every
+    // space character); line breaks stay.
     static QString trimmedBlanks(QStringView text);
-    // The channel name for a typed hashtag: blanks trimmed, "#" put in front
-    // unless it is there already. Case is kept.
+    // Blanks trimmed, "#" put in front unless it is there; case is kept.
     static QString hashtagChannelName(QStringView hashtag);
-    // The first 16 bytes of channelDigest of the name's UTF-8 bytes.
+    // The first 16 bytes of channelDigest (SHA-256) of the name's UTF-8 bytes.
     static QByteArray hashtagChannelSecret(const QString& channelName);
-    // SHA-256, the digest hashtag secrets are made with.
     static QByteArray channelDigest(QByteArrayView data);
 
     // --- device settings and actions
     //
-    // Name and power changes throw MeshError; adverts and refreshes never
-    // fail and leave the state as it was when the radio does not answer.
-
-    // The UTF-8 bytes of `name` exactly as given, then a self-info re-read
-    // (5 s) whose failure is not an error.
-    QCoro::Task<void> setDeviceName(QString name);
-    // The same with the transmit power in dBm.
+    // Name and power changes throw MeshError when refused, and on ok re-read
+    // the self info (a failed re-read is not an error); adverts and refreshes
+    // never fail, and no answer leaves the state as it was.
+    QCoro::Task<void> setDeviceName(QString name); // the UTF-8 bytes as given
     QCoro::Task<void> setTxPower(std::uint8_t dBm);
-    // 0 zero-hop, 1 flood. Returns normally in every case.
-    QCoro::Task<void> sendAdvert(std::uint8_t kind);
+    QCoro::Task<void> sendAdvert(std::uint8_t kind); // 0 zero-hop, 1 flood
     // Writes the reboot command at once (when connected) and waits for nothing.
     Q_INVOKABLE void reboot();
     QCoro::Task<void> refreshBattery();
@@ -462,15 +395,10 @@ public:
 
     // --- QML entry points
     //
-    // QML calls the operations above through these thin wrappers, named after
-    // the operation with the suffix "Qml". Each returns a QCoro::QmlTask whose
-    // then() callback receives one object: { ok: bool, error: text } where
-    // `error` is the MeshError description ("" on success), plus `value` for
-    // createPrivateChannelQml: the new secret. The task never fails, so every
-    // call reaches its callback. Operations on a contact take its public key
-    // and act on the contact of `contacts` with that key (only the key is sent
-    // to the radio, so an unlisted key is still tried). The application must
-    // call QCoro::Qml::registerTypes() once before QML uses these.
+    // The operations above for QML. Each task never fails: then() gets
+    // { ok, error (the MeshError's text, "" on success) }, plus `value` (the
+    // secret) from createPrivateChannelQml. Contacts are given by key. Needs
+    // QCoro::Qml::registerTypes() once.
     Q_INVOKABLE QCoro::QmlTask addContactQml(const QString& publicKeyText, const QString& name,
                                              int advertType = 1);
     Q_INVOKABLE QCoro::QmlTask removeContactQml(const QString& publicKey);
@@ -561,43 +489,31 @@ private:
     void failAllPending(const MeshError& error);
     // Writes the next queued request when none is in flight.
     void writeNextRequest();
-    // Takes the request in flight off the line and settles it with `answer`
-    // (an error event fails it), after writing the next one.
+    // Settles the request in flight with `answer` (an error event fails it),
+    // after writing the next one.
     void settleInFlight(const MeshEvent& answer);
-    bool settleQueued(const MeshEvent& event);
-    // Forgets the overdue requests up to and including `index`: that one got
-    // its late answer, the ones before it will not get theirs any more.
-    void dropOverdueThrough(qsizetype index);
     // The provisional answers were each one request early: hands each
     // request the answer after its own, the last one `own`.
     void correctProvisionalAnswers(const MeshEvent& own);
     // Ends every pause at once (false): the link they waited on is gone.
     void endAllPauses();
-    // Waits `delay` on the clock; comes back early (false) when the controller
-    // is going away.
+    // Waits `delay` on the clock; comes back early (false) when the link goes
+    // or the controller is going away.
     OneShot<bool>::Awaiter pause(std::chrono::milliseconds delay);
-    void endPause(std::uint64_t id, bool completed);
     void applyEvent(const MeshEvent& event);
 
     // Handshake pieces.
     void ensureContactConversations();
-    // The handshake under way has not read the waiting messages yet, and will.
-    bool handshakeReadsTheQueue() const {
-        return m_handshakeBeforeDrain != 0 && m_handshakeBeforeDrain == m_connection;
-    }
+    bool handshakeReadsTheQueue() const { return m_sync.handshakeReadsTheQueue(); }
 
     // Reconnection pieces.
-    enum class ReconnectStep { idle, pausing, waitingForBluetooth, scanning, connecting };
     void setReconnectStep(ReconnectStep step);
     void rememberDevice(const DiscoveredDevice& device);
     void loadRememberedDevice();
-    QString rememberedDeviceKey(const char* key) const;
     void beginReconnecting(std::chrono::milliseconds firstPause);
     void stopReconnecting();
     // The link is up: the attempt is over, its failures stay counted.
     void endReconnectAttempt();
-    // The step under way ends far later than it was due: the computer slept.
-    bool reconnectStepOverslept() const;
     void scheduleReconnectAttempt(std::chrono::milliseconds delay);
     void waitForReconnectAttempt(std::chrono::milliseconds left);
     void attemptReconnect();
@@ -636,6 +552,7 @@ private:
     void saveConversations();
     void refreshTotalUnreadCount();
     void updateBadge();
+
     // Notification level pieces.
     void loadNotificationLevels();
     void noteChannelSlot(int index, const QString& identity);
@@ -707,61 +624,13 @@ private:
     QString m_historyError;
     bool m_historyWritable = true;
     bool m_historyLoaded = true;
-    // Outgoing messages whose transmission is under way.
-    QSet<QUuid> m_transmitting;
     bool m_applicationActive = true;
 
-    struct RememberedDevice {
-        QUuid id;
-        QString name;
-    };
-    RememberedDevice m_rememberedDevice;
-    QString m_rememberedDeviceGroup;
-    bool m_autoReconnect = true;
-    bool m_reconnectionEnabled = false;
-    bool m_isReconnecting = false;
-    ReconnectStep m_reconnectStep = ReconnectStep::idle;
-    int m_reconnectFailures = 0;
-    std::uint64_t m_reconnectTimer = 0; // a Clock timer id, 0 when none
-    QDateTime m_reconnectDue;           // when the step under way ends at the latest
-    // The connection whose handshake went through.
-    std::uint64_t m_provenConnection = 0;
-
-    QList<PendingRequest> m_queued; // not written yet, oldest first
-    std::optional<PendingRequest> m_inFlight;
-    QList<OverdueRequest> m_overdue; // oldest first
-    // Oldest first; they stand until the last one's own answer is overdue.
-    QList<ProvisionalAnswer> m_provisional;
-    QDateTime m_provisionalUntil;
-    QList<Pause> m_pauses;
-    // Changes with every connection and every disconnect: a handshake or a
-    // sync that finds it changed after a wait belongs to a link that is gone.
-    std::uint64_t m_connection = 0;
-    // The connection whose handshake set isSyncing.
-    std::uint64_t m_syncingConnection = 0;
-    // The connection whose handshake has not come to its message drain yet.
-    std::uint64_t m_handshakeBeforeDrain = 0;
-    // Contact list reads under way, and the messages from senders missing
-    // from the list that wait for them to end.
-    int m_contactListReads = 0;
-    QList<MeshEvent> m_messagesWaitingForContacts;
-    // The keys the contact list read under way has brought.
-    QSet<QString> m_contactKeysRead;
-
-    NodeBookStore* m_books = nullptr;
-    QString m_bookRadioKey;
-    bool m_radioAway = false;
-    QString m_nodeBookError;
-    QHash<QString, QString> m_knownNames;
-    std::uint64_t m_bookTimer = 0; // a Clock timer id, 0 when none
-    std::uint64_t m_nextWaitId = 1;
-    // Acknowledgement key ("%08x" of the expected ack) -> outgoing message.
-    struct SentMessage {
-        QUuid id;
-        ConversationID target;
-    };
-    QHash<QString, SentMessage> m_lastSentMessageID;
-    QDateTime m_acknowledgementsSweptAt;
+    RequestQueue m_requests;
+    SyncProgress m_sync;
+    ReconnectionState m_reconnect;
+    NodeBookState m_book;
+    OutgoingMessages m_outgoing;
     // Set by the destructor: coroutines resumed from there end at once.
     bool m_closing = false;
 };

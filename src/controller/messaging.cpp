@@ -19,11 +19,6 @@ constexpr auto sendTimeout = 8s;
 // A sender's key prefix: the first 6 bytes of its key as hex.
 constexpr qsizetype keyPrefixHexDigits = 12;
 
-// The key under which a sent direct message waits for its acknowledgement.
-QString acknowledgementKey(std::uint32_t ackCode) {
-    return QString::asprintf("%08x", ackCode);
-}
-
 // The row of the message with `id`, looked for from the newest back: the
 // messages that change are nearly always the latest. -1 when it is missing.
 qsizetype rowOf(const MessageList& messages, const QUuid& id) {
@@ -35,6 +30,31 @@ qsizetype rowOf(const MessageList& messages, const QUuid& id) {
 }
 
 } // namespace
+
+std::optional<SentMessage> OutgoingMessages::takeAcknowledged(std::uint32_t ackCode) {
+    const auto found = awaitingAck.constFind(ackCode);
+    if (found == awaitingAck.cend())
+        return std::nullopt;
+    const SentMessage sent = *found;
+    awaitingAck.erase(found);
+    return sent;
+}
+
+void OutgoingMessages::forget(const QUuid& id) {
+    awaitingAck.removeIf([&id](const auto& entry) { return entry.value().id == id; });
+}
+
+bool OutgoingMessages::sweepDue(const QDateTime& now) {
+    if (awaitingAck.isEmpty() || (sweptAt.isValid() && sweptAt.secsTo(now) < 3600))
+        return false;
+    sweptAt = now;
+    return true;
+}
+
+void OutgoingMessages::keepOnly(const QSet<QUuid>& recent) {
+    awaitingAck.removeIf(
+        [&recent](const auto& entry) { return !recent.contains(entry.value().id); });
+}
 
 void MeshController::sendMessage(const QString& text, const ConversationID& target) {
     const QString trimmed = text.trimmed();
@@ -78,10 +98,10 @@ bool MeshController::sendAgain(const QUuid& id, const ConversationID& target) {
 QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, ConversationID target,
                                                   QString text) {
     using State = ChatMessage::DeliveryState;
-    m_transmitting.insert(message.id);
+    m_outgoing.transmitting.insert(message.id);
     const auto done = qScopeGuard([this, id = message.id] {
         if (!m_closing)
-            m_transmitting.remove(id);
+            m_outgoing.transmitting.remove(id);
     });
 
     if (target.isChannel()) {
@@ -140,7 +160,7 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
         co_return;
     }
     forgetStaleAcknowledgements();
-    m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), {message.id, target});
+    m_outgoing.awaitingAck.insert(sent->expectedAck, {message.id, target});
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
 }
 
@@ -150,9 +170,9 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
 void MeshController::correctTransmission(const QUuid& id, const ConversationID& target,
                                          const MeshEvent& own) {
     using State = ChatMessage::DeliveryState;
-    m_lastSentMessageID.removeIf([&id](const auto& entry) { return entry.value().id == id; });
+    m_outgoing.forget(id);
     if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
-        m_lastSentMessageID.insert(acknowledgementKey(sent->expectedAck), {id, target});
+        m_outgoing.awaitingAck.insert(sent->expectedAck, {id, target});
         // A delivery shown meanwhile came for the other message's code.
         updateMessage(id, target, [sent](ChatMessage& m) {
             m.deliveryState = State::sent;
@@ -174,10 +194,8 @@ void MeshController::correctTransmission(const QUuid& id, const ConversationID& 
 // forgets such messages (and deleted ones), at most once an hour.
 void MeshController::forgetStaleAcknowledgements() {
     const QDateTime now = m_clock->now();
-    if (m_lastSentMessageID.isEmpty() ||
-        (m_acknowledgementsSweptAt.isValid() && m_acknowledgementsSweptAt.secsTo(now) < 3600))
+    if (!m_outgoing.sweepDue(now))
         return;
-    m_acknowledgementsSweptAt = now;
     const QDateTime oldest = now.addDays(-1);
     QSet<QUuid> recent;
     for (const Conversation& conversation : std::as_const(m_conversations)) {
@@ -187,19 +205,15 @@ void MeshController::forgetStaleAcknowledgements() {
                 recent.insert(message.id);
         }
     }
-    m_lastSentMessageID.removeIf(
-        [&recent](const auto& entry) { return !recent.contains(entry.value().id); });
+    m_outgoing.keepOnly(recent);
 }
 
 void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis) {
-    const auto found = m_lastSentMessageID.constFind(acknowledgementKey(ackCode));
-    if (found == m_lastSentMessageID.cend())
-        return;
-    const SentMessage sent = *found;
-    m_lastSentMessageID.erase(found);
+    const auto sent = m_outgoing.takeAcknowledged(ackCode);
     // Nothing is marked when the conversation or the message was deleted
     // meanwhile.
-    markDelivered(sent.id, sent.target, roundTripMillis);
+    if (sent)
+        markDelivered(sent->id, sent->target, roundTripMillis);
 }
 
 void MeshController::resumeDeliveryTracking() {
@@ -213,11 +227,11 @@ void MeshController::resumeDeliveryTracking() {
             const ChatMessage& message = messages.at(row);
             // The radio may still confirm it.
             if (message.deliveryState == State::sent && message.expectedAck)
-                m_lastSentMessageID.insert(acknowledgementKey(*message.expectedAck),
-                                           {message.id, it->target});
+                m_outgoing.awaitingAck.insert(*message.expectedAck, {message.id, it->target});
             // Its transmission ended with the run that stored it (or, read
             // back from another run, with that one).
-            if (message.deliveryState == State::sending && !m_transmitting.contains(message.id)) {
+            if (message.deliveryState == State::sending &&
+                !m_outgoing.transmitting.contains(message.id)) {
                 it->messages[row].deliveryState = State::failed;
                 changed = true;
             }
@@ -253,8 +267,8 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
         // its key prefix; while the list is being read again, the message
         // waits for it first.
         const auto contact = contactForPrefix(e->prefix);
-        if (!contact && m_contactListReads > 0) {
-            m_messagesWaitingForContacts.append(event);
+        if (!contact && m_sync.contactListReads > 0) {
+            m_sync.messagesWaitingForContacts.append(event);
             return;
         }
         appendMessage(message, ConversationID::contact(contact ? contact->publicKey : e->prefix));
@@ -262,7 +276,7 @@ void MeshController::handleIncomingMessage(const MeshEvent& event) {
 }
 
 void MeshController::fileWaitingMessages() {
-    const QList<MeshEvent> waiting = std::exchange(m_messagesWaitingForContacts, {});
+    const QList<MeshEvent> waiting = std::exchange(m_sync.messagesWaitingForContacts, {});
     for (const MeshEvent& event : waiting)
         handleIncomingMessage(event);
 }
@@ -336,7 +350,7 @@ QString MeshController::conversationTitle(const ConversationID& target) const {
         const auto contact = contactForKey(target.contactKey());
         if (contact && !contact->name.isEmpty())
             return contact->name;
-        if (const QString known = m_knownNames.value(target.contactKey()); !known.isEmpty())
+        if (const QString known = m_book.knownNames.value(target.contactKey()); !known.isEmpty())
             return known;
         return target.contactKey().left(12);
     }

@@ -1,5 +1,9 @@
 // Keeping what each radio reports in its node book, and showing the book
 // while the radio is away.
+//
+// A handshake's answers replace the book's in place: the rows the radio still
+// has are updated where they stand, the others go once its list is read to
+// the end.
 
 #include "book/node_book_store.h"
 #include "controller/mesh_controller.h"
@@ -10,25 +14,25 @@
 #include <utility>
 
 void MeshController::setNodeBookStore(NodeBookStore* store) {
-    m_books = store;
-    if (!m_books)
+    m_book.store = store;
+    if (!m_book.store)
         return;
-    connect(m_books, &NodeBookStore::errorChanged, this, &MeshController::setNodeBookError,
+    connect(m_book.store, &NodeBookStore::errorChanged, this, &MeshController::setNodeBookError,
             Qt::QueuedConnection);
     if (m_settings)
-        m_bookRadioKey = m_settings->value(rememberedDeviceKey(lastDeviceKeyKey)).toString();
+        m_book.radioKey = m_settings->value(m_reconnect.settingsKey(lastDeviceKeyKey)).toString();
     // The window opens from the book at once; the book itself is read once
     // the window is up (openRememberedBook).
-    setRadioAway(!m_bookRadioKey.isEmpty() && m_transportState != TransportState::connected);
+    setRadioAway(!m_book.radioKey.isEmpty() && m_transportState != TransportState::connected);
     for (const auto changed : {&MeshController::selfInfoChanged, &MeshController::deviceInfoChanged,
                                &MeshController::contactsChanged, &MeshController::channelsChanged})
         connect(this, changed, this, &MeshController::noteBookChange);
 }
 
 bool MeshController::openRememberedBook() {
-    if (!m_books || m_bookRadioKey.isEmpty() || m_transportState == TransportState::connected)
+    if (!m_book.keeps() || m_transportState == TransportState::connected)
         return false;
-    const NodeBookStore::Loaded loaded = m_books->load(m_bookRadioKey);
+    const NodeBookStore::Loaded loaded = m_book.store->load(m_book.radioKey);
     setNodeBookError(loaded.problem);
     readKnownNames();
     if (!loaded.book)
@@ -39,21 +43,21 @@ bool MeshController::openRememberedBook() {
 }
 
 bool MeshController::forgetThisRadio() {
-    const QString key = std::exchange(m_bookRadioKey, QString());
-    if (m_bookTimer != 0) {
-        m_clock->cancel(m_bookTimer);
-        m_bookTimer = 0;
+    const QString key = std::exchange(m_book.radioKey, QString());
+    if (m_book.writeTimer != 0) {
+        m_clock->cancel(m_book.writeTimer);
+        m_book.writeTimer = 0;
     }
     if (m_settings)
-        m_settings->remove(rememberedDeviceKey(lastDeviceKeyKey));
+        m_settings->remove(m_reconnect.settingsKey(lastDeviceKeyKey));
     disconnectFromDevice(); // forgets the remembered radio; the lists go
     setRadioAway(false);
     bool removed = true;
-    if (m_books && !key.isEmpty()) {
-        removed = m_books->remove(key);
+    if (m_book.store && !key.isEmpty()) {
+        removed = m_book.store->remove(key);
         if (!removed)
             setNodeBookError(QStringLiteral("The node book %1 could not be deleted.")
-                                 .arg(m_books->pathFor(key)));
+                                 .arg(m_book.store->pathFor(key)));
     }
     readKnownNames();
     return removed;
@@ -63,7 +67,7 @@ NodeBook MeshController::currentBook() const {
     NodeBook book;
     if (m_selfInfo)
         book.selfInfo = *m_selfInfo;
-    book.selfInfo.publicKey = m_bookRadioKey;
+    book.selfInfo.publicKey = m_book.radioKey;
     book.deviceInfo = m_deviceInfo;
     book.contacts = m_contacts;
     book.channels = m_channels;
@@ -79,22 +83,22 @@ void MeshController::applyBook(const NodeBook& book) {
 }
 
 void MeshController::radioIdentified(const QString& publicKey) {
-    if (!m_books || publicKey.isEmpty())
+    if (!m_book.store || publicKey.isEmpty())
         return;
     setRadioAway(false);
-    if (publicKey != m_bookRadioKey) {
+    if (publicKey != m_book.radioKey) {
         // Another radio than the book's: its own book (or nothing) stands in
         // until its answers come.
         writeBookNow();
-        m_bookRadioKey = publicKey;
-        const NodeBookStore::Loaded loaded = m_books->load(publicKey);
+        m_book.radioKey = publicKey;
+        const NodeBookStore::Loaded loaded = m_book.store->load(publicKey);
         setNodeBookError(loaded.problem);
         const NodeBook book = loaded.book.value_or(NodeBook{});
         setDeviceInfo(book.deviceInfo);
         setContacts(book.contacts);
         setChannels(book.channels);
         if (m_settings)
-            m_settings->setValue(rememberedDeviceKey(lastDeviceKeyKey), publicKey);
+            m_settings->setValue(m_reconnect.settingsKey(lastDeviceKeyKey), publicKey);
         readKnownNames();
     }
     noteBookChange();
@@ -102,33 +106,33 @@ void MeshController::radioIdentified(const QString& publicKey) {
 
 // Written a little later, so that a burst of adverts costs one write.
 void MeshController::noteBookChange() {
-    if (!m_books || m_bookRadioKey.isEmpty() || m_radioAway || m_bookTimer != 0 ||
+    if (!m_book.keeps() || m_book.radioAway || m_book.writeTimer != 0 ||
         m_transportState != TransportState::connected || !m_selfInfo ||
-        m_selfInfo->publicKey != m_bookRadioKey)
+        m_selfInfo->publicKey != m_book.radioKey)
         return;
-    m_bookTimer = m_clock->schedule(nodeBookWriteDelay, [this] {
-        m_bookTimer = 0;
+    m_book.writeTimer = m_clock->schedule(nodeBookWriteDelay, [this] {
+        m_book.writeTimer = 0;
         saveBook();
     });
 }
 
 // A write that waits is done now.
 void MeshController::writeBookNow() {
-    if (m_bookTimer == 0)
+    if (m_book.writeTimer == 0)
         return;
-    m_clock->cancel(m_bookTimer);
-    m_bookTimer = 0;
+    m_clock->cancel(m_book.writeTimer);
+    m_book.writeTimer = 0;
     saveBook();
 }
 
 void MeshController::saveBook() {
-    if (m_books && !m_bookRadioKey.isEmpty())
-        m_books->save(currentBook());
+    if (m_book.keeps())
+        m_book.store->save(currentBook());
 }
 
 void MeshController::readKnownNames() {
-    if (m_books)
-        assign(m_knownNames, m_books->knownNames(), &MeshController::knownNamesChanged);
+    if (m_book.store)
+        assign(m_book.knownNames, m_book.store->knownNames(), &MeshController::knownNamesChanged);
 }
 
 // The link has ended: what the radio last said stays in view.
@@ -139,16 +143,16 @@ void MeshController::radioWentAway() {
 }
 
 void MeshController::setRadioAway(bool away) {
-    assign(m_radioAway, away, &MeshController::radioAwayChanged);
+    assign(m_book.radioAway, away, &MeshController::radioAwayChanged);
 }
 
 void MeshController::setNodeBookError(const QString& error) {
-    assign(m_nodeBookError, error, &MeshController::nodeBookErrorChanged);
+    assign(m_book.error, error, &MeshController::nodeBookErrorChanged);
 }
 
 void MeshController::settleContactList() {
     for (qsizetype row = m_contacts.size() - 1; row >= 0; --row) {
-        if (m_contactKeysRead.contains(m_contacts.at(row).publicKey))
+        if (m_sync.contactKeysRead.contains(m_contacts.at(row).publicKey))
             continue;
         m_contacts.removeAt(row);
         Q_EMIT contactRemoved(int(row));

@@ -1,5 +1,12 @@
 // Getting the remembered radio back by itself after a drop the user did not
 // ask for, and at start.
+//
+// Attempts are 1 s after the drop, then further apart (2, 4, 8, ... s, at
+// most reconnectPauseCap). Only a connection whose handshake went through
+// ends the count: a radio that drops the link during every handshake is
+// tried less and less often. A pause or scan that ends far later than it
+// should (the computer slept), Bluetooth coming back and the preference
+// turned on again start the pauses over.
 
 #include "controller/mesh_controller.h"
 #include "time/clock.h"
@@ -27,6 +34,14 @@ bool bluetoothUnusable(TransportState state) {
 
 } // namespace
 
+QString ReconnectionState::settingsKey(const char* key) const {
+    return group.isEmpty() ? QLatin1String(key) : group + QLatin1Char('/') + QLatin1String(key);
+}
+
+bool ReconnectionState::overslept(const QDateTime& now) const {
+    return due.isValid() && due.msecsTo(now) > std::chrono::milliseconds(wakeSlack).count();
+}
+
 std::chrono::milliseconds MeshController::reconnectPause(int failures) {
     if (failures >= 6) // 64 s and up
         return reconnectPauseCap;
@@ -34,15 +49,15 @@ std::chrono::milliseconds MeshController::reconnectPause(int failures) {
 }
 
 std::optional<QUuid> MeshController::rememberedDeviceId() const {
-    if (m_rememberedDevice.id.isNull())
+    if (m_reconnect.remembered.id.isNull())
         return std::nullopt;
-    return m_rememberedDevice.id;
+    return m_reconnect.remembered.id;
 }
 
 void MeshController::setAutoReconnect(bool on) {
-    if (m_autoReconnect == on)
+    if (m_reconnect.autoReconnect == on)
         return;
-    m_autoReconnect = on;
+    m_reconnect.autoReconnect = on;
     if (m_settings)
         m_settings->setValue(QLatin1String(autoReconnectKey), on);
     // A connection attempt already under way runs to its end. Turned on
@@ -55,26 +70,25 @@ void MeshController::setAutoReconnect(bool on) {
 }
 
 bool MeshController::reconnectNow() {
-    if (!m_reconnectionEnabled || !m_autoReconnect || m_rememberedDevice.id.isNull() ||
-        m_transportState == TransportState::connected ||
+    if (!m_reconnect.mayReconnect() || m_transportState == TransportState::connected ||
         m_transportState == TransportState::connecting ||
-        m_reconnectStep == ReconnectStep::connecting)
+        m_reconnect.step == ReconnectStep::connecting)
         return false;
-    const bool scanning = m_reconnectStep == ReconnectStep::scanning;
+    const bool scanning = m_reconnect.step == ReconnectStep::scanning;
     cancelReconnectTimer();
     // Idle first, so that the scan's end is not taken for a failed attempt.
     setReconnectStep(ReconnectStep::idle);
     if (scanning && m_link)
         m_link->stopScan();
-    m_reconnectFailures = 0;
-    assign(m_isReconnecting, true, &MeshController::isReconnectingChanged);
+    m_reconnect.failures = 0;
+    assign(m_reconnect.reconnecting, true, &MeshController::isReconnectingChanged);
     scheduleReconnectAttempt(0ms);
     return true;
 }
 
 bool MeshController::enableAutomaticReconnection() {
-    m_reconnectionEnabled = true;
-    if (!m_autoReconnect || m_rememberedDevice.id.isNull() || m_isReconnecting ||
+    m_reconnect.enabled = true;
+    if (!m_reconnect.mayReconnect() || m_reconnect.reconnecting ||
         m_transportState == TransportState::connected ||
         m_transportState == TransportState::connecting)
         return false;
@@ -84,41 +98,36 @@ bool MeshController::enableAutomaticReconnection() {
 
 void MeshController::setReconnectStep(ReconnectStep step) {
     const bool waited = waitsForBluetooth();
-    m_reconnectStep = step;
+    m_reconnect.step = step;
     if (waitsForBluetooth() != waited)
         Q_EMIT waitsForBluetoothChanged();
 }
 
 void MeshController::rememberDevice(const DiscoveredDevice& device) {
-    if (m_rememberedDevice.id == device.id && m_rememberedDevice.name == device.name)
+    const RememberedDevice remembered{device.id, device.name};
+    if (m_reconnect.remembered == remembered)
         return;
-    m_rememberedDevice = {device.id, device.name};
+    m_reconnect.remembered = remembered;
     if (m_settings) {
         if (device.id.isNull()) {
-            m_settings->remove(rememberedDeviceKey(lastDeviceIdKey));
-            m_settings->remove(rememberedDeviceKey(lastDeviceNameKey));
+            m_settings->remove(m_reconnect.settingsKey(lastDeviceIdKey));
+            m_settings->remove(m_reconnect.settingsKey(lastDeviceNameKey));
         } else {
-            m_settings->setValue(rememberedDeviceKey(lastDeviceIdKey),
+            m_settings->setValue(m_reconnect.settingsKey(lastDeviceIdKey),
                                  device.id.toString(QUuid::WithoutBraces));
-            m_settings->setValue(rememberedDeviceKey(lastDeviceNameKey), device.name);
+            m_settings->setValue(m_reconnect.settingsKey(lastDeviceNameKey), device.name);
         }
     }
     Q_EMIT rememberedDeviceChanged();
 }
 
-QString MeshController::rememberedDeviceKey(const char* key) const {
-    return m_rememberedDeviceGroup.isEmpty()
-               ? QLatin1String(key)
-               : m_rememberedDeviceGroup + QLatin1Char('/') + QLatin1String(key);
-}
-
 void MeshController::setRememberedDeviceGroup(const QString& group) {
-    if (m_rememberedDeviceGroup == group)
+    if (m_reconnect.group == group)
         return;
-    m_rememberedDeviceGroup = group;
-    const RememberedDevice before = m_rememberedDevice;
+    m_reconnect.group = group;
+    const RememberedDevice before = m_reconnect.remembered;
     loadRememberedDevice();
-    if (before.id != m_rememberedDevice.id || before.name != m_rememberedDevice.name)
+    if (before != m_reconnect.remembered)
         Q_EMIT rememberedDeviceChanged();
 }
 
@@ -128,35 +137,30 @@ void MeshController::forgetRememberedDevice() {
 }
 
 void MeshController::beginReconnecting(std::chrono::milliseconds firstPause) {
-    assign(m_isReconnecting, true, &MeshController::isReconnectingChanged);
+    assign(m_reconnect.reconnecting, true, &MeshController::isReconnectingChanged);
     scheduleReconnectAttempt(firstPause);
 }
 
 void MeshController::endReconnectAttempt() {
     cancelReconnectTimer();
     setReconnectStep(ReconnectStep::idle);
-    assign(m_isReconnecting, false, &MeshController::isReconnectingChanged);
-}
-
-bool MeshController::reconnectStepOverslept() const {
-    return m_reconnectDue.isValid() &&
-           m_reconnectDue.msecsTo(m_clock->now()) > std::chrono::milliseconds(wakeSlack).count();
+    assign(m_reconnect.reconnecting, false, &MeshController::isReconnectingChanged);
 }
 
 void MeshController::stopReconnecting() {
-    const ReconnectStep step = m_reconnectStep;
+    const ReconnectStep step = m_reconnect.step;
     cancelReconnectTimer();
     setReconnectStep(ReconnectStep::idle);
-    m_reconnectFailures = 0;
+    m_reconnect.failures = 0;
     if (step == ReconnectStep::scanning && m_link)
         m_link->stopScan();
-    assign(m_isReconnecting, false, &MeshController::isReconnectingChanged);
+    assign(m_reconnect.reconnecting, false, &MeshController::isReconnectingChanged);
 }
 
 void MeshController::cancelReconnectTimer() {
-    if (m_reconnectTimer && m_clock)
-        m_clock->cancel(m_reconnectTimer);
-    m_reconnectTimer = 0;
+    if (m_reconnect.timer && m_clock)
+        m_clock->cancel(m_reconnect.timer);
+    m_reconnect.timer = 0;
 }
 
 void MeshController::scheduleReconnectAttempt(std::chrono::milliseconds delay) {
@@ -167,19 +171,19 @@ void MeshController::scheduleReconnectAttempt(std::chrono::milliseconds delay) {
         return;
     }
     setReconnectStep(ReconnectStep::pausing);
-    m_reconnectDue = m_clock->now().addMSecs(delay.count());
+    m_reconnect.due = m_clock->now().addMSecs(delay.count());
     waitForReconnectAttempt(delay);
 }
 
 void MeshController::waitForReconnectAttempt(std::chrono::milliseconds left) {
-    m_reconnectTimer =
+    m_reconnect.timer =
         m_clock->schedule(std::min(left, std::chrono::milliseconds(wakeCheck)), [this] {
-            m_reconnectTimer = 0;
-            if (reconnectStepOverslept()) {
+            m_reconnect.timer = 0;
+            if (m_reconnect.overslept(m_clock->now())) {
                 reconnectNow();
                 return;
             }
-            const qint64 remaining = m_clock->now().msecsTo(m_reconnectDue);
+            const qint64 remaining = m_clock->now().msecsTo(m_reconnect.due);
             if (remaining > 0)
                 waitForReconnectAttempt(std::chrono::milliseconds(remaining));
             else
@@ -188,7 +192,7 @@ void MeshController::waitForReconnectAttempt(std::chrono::milliseconds left) {
 }
 
 void MeshController::attemptReconnect() {
-    if (!m_isReconnecting || !m_link)
+    if (!m_reconnect.reconnecting || !m_link)
         return;
     if (m_transportState == TransportState::connected) {
         stopReconnecting();
@@ -197,12 +201,12 @@ void MeshController::attemptReconnect() {
     // The step and the scan's end are set first: a link may report the radio
     // from inside startScan.
     setReconnectStep(ReconnectStep::scanning);
-    m_reconnectDue = m_clock->now().addMSecs(reconnectScanWindow.count());
-    m_reconnectTimer = m_clock->schedule(reconnectScanWindow, [this] {
-        m_reconnectTimer = 0;
-        if (m_reconnectStep != ReconnectStep::scanning)
+    m_reconnect.due = m_clock->now().addMSecs(reconnectScanWindow.count());
+    m_reconnect.timer = m_clock->schedule(reconnectScanWindow, [this] {
+        m_reconnect.timer = 0;
+        if (m_reconnect.step != ReconnectStep::scanning)
             return;
-        if (reconnectStepOverslept()) {
+        if (m_reconnect.overslept(m_clock->now())) {
             reconnectNow();
             return;
         }
@@ -215,7 +219,7 @@ void MeshController::attemptReconnect() {
         // The link scans already (it went on with a scan when Bluetooth came
         // back): that scan is this attempt's, and what it found counts.
         for (const DiscoveredDevice& device : std::as_const(m_discoveredDevices)) {
-            if (device.id == m_rememberedDevice.id) {
+            if (device.id == m_reconnect.remembered.id) {
                 onReconnectDiscovered(device);
                 break;
             }
@@ -223,7 +227,7 @@ void MeshController::attemptReconnect() {
         return;
     }
     startScan();
-    if (m_reconnectStep == ReconnectStep::scanning &&
+    if (m_reconnect.step == ReconnectStep::scanning &&
         m_transportState != TransportState::scanning) {
         // No Bluetooth to scan with: the next attempt is when it comes back.
         cancelReconnectTimer();
@@ -232,55 +236,54 @@ void MeshController::attemptReconnect() {
 }
 
 void MeshController::reconnectAttemptFailed() {
-    if (!m_isReconnecting)
+    if (!m_reconnect.reconnecting)
         return;
     // An attempt that ends long after it was due spanned a sleep.
-    if (reconnectStepOverslept()) {
+    if (m_reconnect.overslept(m_clock->now())) {
         reconnectNow();
         return;
     }
-    ++m_reconnectFailures;
-    scheduleReconnectAttempt(reconnectPause(m_reconnectFailures));
+    ++m_reconnect.failures;
+    scheduleReconnectAttempt(reconnectPause(m_reconnect.failures));
 }
 
 // Bluetooth is back after a sleep, or with an adapter that came back: as
 // when it is switched back on, a waiting attempt goes ahead at once.
 void MeshController::onBluetoothReturned() {
-    if (m_isReconnecting && m_reconnectStep == ReconnectStep::pausing)
+    if (m_reconnect.reconnecting && m_reconnect.step == ReconnectStep::pausing)
         reconnectNow();
 }
 
 void MeshController::onReconnectDiscovered(const DiscoveredDevice& device) {
-    if (m_reconnectStep != ReconnectStep::scanning || device.id != m_rememberedDevice.id)
+    if (m_reconnect.step != ReconnectStep::scanning || device.id != m_reconnect.remembered.id)
         return;
     cancelReconnectTimer();
     setReconnectStep(ReconnectStep::connecting);
-    m_reconnectDue = m_clock->now().addMSecs(std::chrono::milliseconds(connectWatchdog).count());
-    m_reconnectTimer = m_clock->schedule(connectWatchdog, [this] {
-        m_reconnectTimer = 0;
-        if (m_reconnectStep == ReconnectStep::connecting && m_link)
+    m_reconnect.due = m_clock->now().addMSecs(std::chrono::milliseconds(connectWatchdog).count());
+    m_reconnect.timer = m_clock->schedule(connectWatchdog, [this] {
+        m_reconnect.timer = 0;
+        if (m_reconnect.step == ReconnectStep::connecting && m_link)
             m_link->disconnectFromDevice(); // reported as disconnected: a failed attempt
     });
     m_link->connectToDevice(device);
 }
 
 void MeshController::onReconnectStateChanged(TransportState previous, TransportState state) {
-    if (!m_isReconnecting) {
+    if (!m_reconnect.reconnecting) {
         // A drop the user did not ask for: the user's own disconnect forgets
         // the radio first.
         const bool dropped = previous == TransportState::connected &&
                              (state == TransportState::disconnected || bluetoothUnusable(state));
-        if (dropped && m_reconnectionEnabled && m_autoReconnect &&
-            !m_rememberedDevice.id.isNull()) {
+        if (dropped && m_reconnect.mayReconnect()) {
             // A link that went before its handshake was through is a failed
             // attempt: the pauses go on growing.
-            if (m_provenConnection != m_connection)
-                ++m_reconnectFailures;
-            beginReconnecting(reconnectPause(m_reconnectFailures));
+            if (m_reconnect.provenConnection != m_sync.connection)
+                ++m_reconnect.failures;
+            beginReconnecting(reconnectPause(m_reconnect.failures));
         }
         return;
     }
-    switch (m_reconnectStep) {
+    switch (m_reconnect.step) {
     case ReconnectStep::idle:
         break;
     case ReconnectStep::pausing:

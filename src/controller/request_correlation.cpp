@@ -32,6 +32,8 @@ bool matches(ExpectedResponse expect, const MeshEvent& event) {
     return false;
 }
 
+// The radio answers in order and its answers name no command, so only one
+// command that awaits an answer is written at a time.
 QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedResponse expect,
                                                std::chrono::milliseconds timeout,
                                                AnswerCorrection correct) {
@@ -39,24 +41,14 @@ QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedRespons
         throw MeshError::notConnected();
 
     PendingRequest record;
-    record.id = m_nextWaitId++;
+    record.id = m_requests.nextId++;
     record.matcher = expect;
     record.frame = std::move(frame);
     record.timeout = timeout;
     record.continuation = std::make_shared<OneShot<MeshEvent>>();
     record.correct = std::move(correct);
     auto continuation = record.continuation;
-
-    // Message drains read in the background, and a burst of pushes starts
-    // one drain each: anything else goes ahead of their waiting reads, so a
-    // long drain never holds up a message the user sends.
-    const auto firstRead =
-        expect == ExpectedResponse::anyMessage
-            ? m_queued.end()
-            : std::find_if(m_queued.begin(), m_queued.end(), [](const PendingRequest& queued) {
-                  return queued.matcher == ExpectedResponse::anyMessage;
-              });
-    m_queued.insert(firstRead, std::move(record));
+    m_requests.enqueue(std::move(record));
     writeNextRequest();
 
     co_return co_await OneShot<MeshEvent>::Awaiter(std::move(continuation));
@@ -65,12 +57,12 @@ QCoro::Task<MeshEvent> MeshController::request(QByteArray frame, ExpectedRespons
 void MeshController::writeNextRequest() {
     // A write may be answered from inside write() and settle the request at
     // once; the loop then goes on with the next one.
-    while (!m_inFlight && !m_queued.isEmpty() && m_link && m_clock) {
-        PendingRequest record = m_queued.takeFirst();
+    while (!m_requests.inFlight && !m_requests.queued.isEmpty() && m_link && m_clock) {
+        PendingRequest record = m_requests.queued.takeFirst();
         const std::uint64_t id = record.id;
         record.timeoutTimer = m_clock->schedule(record.timeout, [this, id] { expireRequest(id); });
         const QByteArray frame = record.frame;
-        m_inFlight = std::move(record);
+        m_requests.inFlight = std::move(record);
         m_link->write(frame);
     }
 }
@@ -108,6 +100,78 @@ constexpr qsizetype maxOverdue = 8;
 
 } // namespace
 
+void RequestQueue::enqueue(PendingRequest record) {
+    // Message drains read in the background, and a burst of pushes starts
+    // one drain each: anything else goes ahead of their waiting reads.
+    const auto firstRead =
+        record.matcher == ExpectedResponse::anyMessage
+            ? queued.end()
+            : std::find_if(queued.begin(), queued.end(), [](const PendingRequest& waiting) {
+                  return waiting.matcher == ExpectedResponse::anyMessage;
+              });
+    queued.insert(firstRead, std::move(record));
+}
+
+bool RequestQueue::inFlightFits(const MeshEvent& event) const {
+    return inFlight && fits(*inFlight, event);
+}
+
+bool RequestQueue::couldBeLateAnswer(const MeshEvent& event) const {
+    return tiedToItsCommand(event) &&
+           (provisional.isEmpty() ? overdueFitting(event) >= 0
+                                  : fits(provisional.constLast(), event));
+}
+
+bool RequestQueue::correctsProvisional(const MeshEvent& event) const {
+    return tiedToItsCommand(event) && !provisional.isEmpty() &&
+           fits(provisional.constLast(), event);
+}
+
+qsizetype RequestQueue::overdueFitting(const MeshEvent& event) const {
+    for (qsizetype i = 0; i < overdue.size(); ++i) {
+        if (fits(overdue[i], event))
+            return i;
+    }
+    return -1;
+}
+
+void RequestQueue::dropOverdueThrough(qsizetype index) {
+    overdue.remove(0, std::min(index + 1, overdue.size()));
+}
+
+PendingRequest RequestQueue::expireInFlight() {
+    PendingRequest record = std::move(*inFlight);
+    inFlight.reset();
+    // Nothing came in all that time: a provisional request's own answer
+    // is not on its way.
+    provisional.clear();
+    if (overdue.size() >= maxOverdue)
+        overdue.removeFirst();
+    overdue.append({record.matcher, record.frame});
+    return record;
+}
+
+// A report of the radio's state tells a request still waiting its turn what
+// it would have asked; an answer tied to a command cannot be for one that
+// was never written.
+std::optional<PendingRequest> RequestQueue::takeQueuedAnsweredBy(const MeshEvent& event) {
+    if (tiedToItsCommand(event))
+        return std::nullopt;
+    for (qsizetype i = 0; i < queued.size(); ++i) {
+        if (fits(queued[i], event))
+            return queued.takeAt(i);
+    }
+    return std::nullopt;
+}
+
+std::optional<Pause> RequestQueue::takePause(std::uint64_t id) {
+    for (qsizetype i = 0; i < pauses.size(); ++i) {
+        if (pauses[i].id == id)
+            return pauses.takeAt(i);
+    }
+    return std::nullopt;
+}
+
 // The radio answers in the order it got the commands, so the late answer of
 // a timed-out command comes before the answer of the one written after it.
 // An answer is the request in flight's when it fits it: a report of the
@@ -118,47 +182,43 @@ constexpr qsizetype maxOverdue = 8;
 // then gets the answer after its own. Any other answer that fits the request
 // in flight shows that the overdue answers were lost.
 bool MeshController::resolvePending(const MeshEvent& event) {
-    if (!m_provisional.isEmpty() && m_clock && m_clock->now() >= m_provisionalUntil)
-        m_provisional.clear();
-    const bool tied = tiedToItsCommand(event);
-    const auto overdueFitting = [this, &event] {
-        for (qsizetype i = 0; i < m_overdue.size(); ++i) {
-            if (fits(m_overdue[i], event))
-                return i;
-        }
-        return qsizetype(-1);
-    };
+    RequestQueue& requests = m_requests;
+    if (!requests.provisional.isEmpty() && m_clock && m_clock->now() >= requests.provisionalUntil)
+        requests.provisional.clear();
 
-    if (m_inFlight && fits(*m_inFlight, event)) {
-        const bool couldBeLate =
-            tied && (m_provisional.isEmpty() ? overdueFitting() >= 0
-                                             : fits(m_provisional.constLast(), event));
-        m_overdue.clear();
+    if (requests.inFlightFits(event)) {
+        const bool couldBeLate = requests.couldBeLateAnswer(event);
+        requests.overdue.clear();
         if (couldBeLate) {
-            m_provisional.append(
-                {m_inFlight->matcher, m_inFlight->frame, event, m_inFlight->correct});
+            const PendingRequest& inFlight = *requests.inFlight;
+            requests.provisional.append(
+                {inFlight.matcher, inFlight.frame, event, inFlight.correct});
             if (m_clock)
-                m_provisionalUntil = m_clock->now().addMSecs(m_inFlight->timeout.count());
+                requests.provisionalUntil = m_clock->now().addMSecs(inFlight.timeout.count());
         } else {
-            m_provisional.clear();
+            requests.provisional.clear();
         }
         settleInFlight(event);
         return true;
     }
-    if (tied && !m_provisional.isEmpty() && fits(m_provisional.constLast(), event)) {
+    if (requests.correctsProvisional(event)) {
         correctProvisionalAnswers(event);
         return true;
     }
-    if (const qsizetype overdue = overdueFitting(); overdue >= 0) {
+    if (const qsizetype overdue = requests.overdueFitting(event); overdue >= 0) {
         // A late answer: applied as any unclaimed event is.
-        dropOverdueThrough(overdue);
+        requests.dropOverdueThrough(overdue);
         return false;
     }
-    return settleQueued(event);
+    if (const auto queued = requests.takeQueuedAnsweredBy(event)) {
+        queued->continuation->resolve(event);
+        return true;
+    }
+    return false;
 }
 
 void MeshController::correctProvisionalAnswers(const MeshEvent& own) {
-    const QList<ProvisionalAnswer> provisional = std::exchange(m_provisional, {});
+    const QList<ProvisionalAnswer> provisional = std::exchange(m_requests.provisional, {});
     for (qsizetype i = 0; i < provisional.size(); ++i) {
         const MeshEvent& answer = i + 1 < provisional.size() ? provisional[i + 1].answer : own;
         if (provisional[i].correct && !(answer == provisional[i].answer))
@@ -166,25 +226,9 @@ void MeshController::correctProvisionalAnswers(const MeshEvent& own) {
     }
 }
 
-// A report of the radio's state tells a request still waiting its turn what
-// it would have asked; it is settled and never written. An answer tied to a
-// command cannot be for one that was never written.
-bool MeshController::settleQueued(const MeshEvent& event) {
-    if (tiedToItsCommand(event))
-        return false;
-    for (qsizetype i = 0; i < m_queued.size(); ++i) {
-        if (!fits(m_queued[i], event))
-            continue;
-        const PendingRequest record = m_queued.takeAt(i);
-        record.continuation->resolve(event);
-        return true;
-    }
-    return false;
-}
-
 void MeshController::settleInFlight(const MeshEvent& answer) {
-    PendingRequest record = std::move(*m_inFlight);
-    m_inFlight.reset();
+    PendingRequest record = std::move(*m_requests.inFlight);
+    m_requests.inFlight.reset();
     if (m_clock)
         m_clock->cancel(record.timeoutTimer);
     // The next command goes out before the settled one's caller runs on, so
@@ -197,16 +241,9 @@ void MeshController::settleInFlight(const MeshEvent& answer) {
 }
 
 void MeshController::expireRequest(std::uint64_t id) {
-    if (!m_inFlight || m_inFlight->id != id)
+    if (!m_requests.inFlight || m_requests.inFlight->id != id)
         return;
-    PendingRequest record = std::move(*m_inFlight);
-    m_inFlight.reset();
-    // Nothing came in all that time: a provisional request's own answer
-    // is not on its way.
-    m_provisional.clear();
-    if (m_overdue.size() >= maxOverdue)
-        m_overdue.removeFirst();
-    m_overdue.append({record.matcher, record.frame});
+    const PendingRequest record = m_requests.expireInFlight();
     writeNextRequest();
     record.continuation->fail(MeshError::timeout());
 }
@@ -214,25 +251,21 @@ void MeshController::expireRequest(std::uint64_t id) {
 // The link could not carry a frame: the request that wrote it fails at once,
 // with the link's words, instead of running into its timeout.
 void MeshController::onTransportWriteFailed(const QByteArray& frame, const QString& text) {
-    if (!m_inFlight || m_inFlight->frame != frame)
+    if (!m_requests.inFlight || m_requests.inFlight->frame != frame)
         return;
-    PendingRequest record = std::move(*m_inFlight);
-    m_inFlight.reset();
+    PendingRequest record = std::move(*m_requests.inFlight);
+    m_requests.inFlight.reset();
     if (m_clock)
         m_clock->cancel(record.timeoutTimer);
     writeNextRequest();
     record.continuation->fail(MeshError::link(text));
 }
 
-void MeshController::dropOverdueThrough(qsizetype index) {
-    m_overdue.remove(0, std::min(index + 1, m_overdue.size()));
-}
-
 void MeshController::failAllPending(const MeshError& error) {
-    m_overdue.clear();
-    m_provisional.clear();
-    QList<PendingRequest> taken = std::exchange(m_queued, {});
-    if (auto inFlight = std::exchange(m_inFlight, std::nullopt))
+    m_requests.overdue.clear();
+    m_requests.provisional.clear();
+    QList<PendingRequest> taken = std::exchange(m_requests.queued, {});
+    if (auto inFlight = std::exchange(m_requests.inFlight, std::nullopt))
         taken.prepend(std::move(*inFlight));
     for (const PendingRequest& record : std::as_const(taken)) {
         if (m_clock)
@@ -248,26 +281,19 @@ OneShot<bool>::Awaiter MeshController::pause(std::chrono::milliseconds delay) {
         return OneShot<bool>::Awaiter(std::move(continuation));
     }
     Pause record;
-    record.id = m_nextWaitId++;
+    record.id = m_requests.nextId++;
     record.continuation = continuation;
     const std::uint64_t id = record.id;
-    record.timer = m_clock->schedule(delay, [this, id] { endPause(id, true); });
-    m_pauses.append(std::move(record));
+    record.timer = m_clock->schedule(delay, [this, id] {
+        if (const auto ended = m_requests.takePause(id))
+            ended->continuation->resolve(true);
+    });
+    m_requests.pauses.append(std::move(record));
     return OneShot<bool>::Awaiter(std::move(continuation));
 }
 
-void MeshController::endPause(std::uint64_t id, bool completed) {
-    for (qsizetype i = 0; i < m_pauses.size(); ++i) {
-        if (m_pauses[i].id != id)
-            continue;
-        const Pause record = m_pauses.takeAt(i);
-        record.continuation->resolve(completed);
-        return;
-    }
-}
-
 void MeshController::endAllPauses() {
-    const QList<Pause> pauses = std::exchange(m_pauses, {});
+    const QList<Pause> pauses = std::exchange(m_requests.pauses, {});
     for (const Pause& pause : pauses) {
         if (m_clock)
             m_clock->cancel(pause.timer);
