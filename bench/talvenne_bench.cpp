@@ -1095,8 +1095,8 @@ QList<Row> millionRows(const QString& directory, unsigned parts) {
                             QStringLiteral("%1 ms (%2 ms)")
                                 .arg(median(reload.at(0)), 0, 'f', 1)
                                 .arg(median(reload.at(1)), 0, 'f', 0),
-                            QStringLiteral("≤ 16 ms"),
-                            median(reload.at(0)) >= 0 && median(reload.at(0)) <= 16};
+                            QStringLiteral("≤ 50 ms"),
+                            median(reload.at(0)) >= 0 && median(reload.at(0)) <= 50};
             QFile::remove(path + QStringLiteral(".journal"));
         }
         if (parts & scrollPart)
