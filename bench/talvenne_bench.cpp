@@ -11,9 +11,15 @@
 //   talvenne-bench --million  only the rows of the million-message history
 //   talvenne-bench --million-startup  of those, only start-up and opening
 //   talvenne-bench --hundred-thousand  the same rows with 100,000 messages
+//   talvenne-bench --million-only startup,cost,index,load,fold,reload,scroll
+//                             of those, only the groups named
+//   talvenne-bench --fold FILE, --reload FILE, --scroll FILE (internal) the
+//                             fold's memory, a second instance letting go,
+//                             scrolling the biggest conversation
 //   talvenne-bench --load FILE (internal) load time and peak memory of FILE
 //   talvenne-bench --write-million FILE N (internal) writes the million-message
 //                             history in N conversations to FILE
+#include "chat_scroll_bench.h"
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
@@ -24,6 +30,7 @@
 #include "protocol/mesh_protocol.h"
 #include "sim/radio_frames.h"
 #include "sim/simulated_radio.h"
+#include "storage/owned_lock.h"
 #include "time/clock.h"
 #include "translations.h"
 
@@ -32,6 +39,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QProcess>
 #include <QSaveFile>
@@ -669,6 +677,117 @@ int printLoad(const QString& historyPath) {
     return 0;
 }
 
+// Forgets the peak resident memory so far: VmHWM counts from now.
+void resetPeak() {
+    QFile refs(QStringLiteral("/proc/self/clear_refs"));
+    if (refs.open(QIODevice::WriteOnly))
+        refs.write("5");
+}
+
+// (internal) The journal folded into the file, as at quit, with the history
+// loaded as the app holds it: prints the resident memory before, the peak
+// during the fold and the fold's time.
+int printFold(const QString& historyPath) {
+    auto store = std::make_unique<ConversationStore>(historyPath);
+    QList<Conversation> history = store->load();
+    if (history.isEmpty())
+        return 1;
+    ChatMessage message;
+    message.id = QUuid::createUuid();
+    message.text = QStringLiteral("one more");
+    message.timestamp = QDateTime::currentDateTimeUtc();
+    // The first change starts a journal when there is none (a fold of its
+    // own); the second goes into it.
+    for (int change = 0; change < 2; ++change) {
+        message.id = QUuid::createUuid();
+        history.first().messages.append(message);
+        store->save(history);
+        store->flush();
+    }
+    if (!QFileInfo(store->journalPath()).size())
+        return 1;
+    const double before = residentMegabytes();
+    resetPeak();
+    QElapsedTimer timer;
+    timer.start();
+    store.reset(); // folds the journal
+    const double millis = millisSince(timer);
+    std::printf("%.1f %.1f %.1f\n", before, peakMegabytes(), millis);
+    return 0;
+}
+
+// (internal) Another Talvenne holds the history while this one starts; a
+// message arrives in each meanwhile, then the other lets go and this one
+// reads what it left. Prints the UI thread's longest step (the event loop's longest
+// gap) from the release until the history is written again, and the time
+// that took.
+int printReload(const QString& historyPath) {
+    auto other = std::make_unique<OwnedLock>(historyPath + QStringLiteral(".lock"));
+    if (other->acquire() != OwnedLock::State::owned)
+        return 1;
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    historyIn(controller);
+    const auto& conversations = controller.conversations();
+    if (conversations.isEmpty() || controller.historyWritable())
+        return 1;
+    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
+                                          [](const Conversation& a, const Conversation& b) {
+                                              return a.messages.size() < b.messages.size();
+                                          });
+    const ConversationID target = biggest->target;
+    ChatMessage message;
+    message.id = QUuid::createUuid();
+    message.text = QStringLiteral("while the other one held the history");
+    message.timestamp = QDateTime::currentDateTimeUtc();
+    controller.appendMessage(message, target);
+    // The other one received a message meanwhile, and journalled it.
+    {
+        QFile file(historyPath);
+        QFile journal(store.journalPath());
+        if (!file.open(QIODevice::ReadOnly) ||
+            !file.seek(std::max<qint64>(0, file.size() - 4096)) ||
+            !journal.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return 1;
+        ChatMessage theirs = message;
+        theirs.id = QUuid::createUuid();
+        theirs.text = QStringLiteral("received by the other one");
+        journal.write(Journal::header(file.size(), file.readAll()));
+        journal.write(Journal::frame(
+            {JournalRecord::Kind::merge, Conversation{target, {theirs}, theirs.timestamp, 1}}));
+    }
+
+    QElapsedTimer timer;
+    timer.start();
+    qint64 last = 0;
+    qint64 longest = 0;
+    QTimer ticks;
+    ticks.setInterval(1);
+    QObject::connect(&ticks, &QTimer::timeout, [&] {
+        const qint64 now = timer.nsecsElapsed();
+        longest = std::max(longest, now - last);
+        last = now;
+    });
+    ticks.start();
+    other.reset();
+    timer.restart();
+    last = 0;
+    spinUntil([&] { return controller.historyWritable(); }, 600);
+    const double done = millisSince(timer);
+    spinUntil([&] { return timer.elapsed() > done + 500; });
+    ticks.stop();
+    // Theirs, then this one's on top.
+    const auto found = conversations.constFind(target.conversationKey());
+    const bool kept = found != conversations.cend() && found->messages.size() >= 2 &&
+                      found->messages.last().id == message.id &&
+                      found->messages.at(found->messages.size() - 2).text.toString() ==
+                          QStringLiteral("received by the other one");
+    std::printf("%.1f %.1f\n", kept ? double(longest) / 1e6 : -1.0, done);
+    return 0;
+}
+
 struct MessageCost {
     double receivedMillis = -1; // UI thread, a received message
     double sentMillis = -1;     // UI thread, a sent one: stored, sent, delivered
@@ -890,9 +1009,80 @@ bool writeHistory(const QString& path, int conversations, int messages) {
            file.write(encodeConversations(generateHistory(conversations, messages))) >= 0;
 }
 
+QList<QList<double>> childColumns(const QStringList& arguments, int count = 3,
+                                  const QProcessEnvironment& environment = {});
+
+// Scrolling the biggest conversation in the chat view, offscreen with the
+// software renderer (as the map's rows).
+QList<Row> scrollRows(const QString& path, const QString& shape) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
+    const QList<QList<double>> c = childColumns({QStringLiteral("--scroll"), path}, 3, environment);
+    if (c.size() != 9)
+        return {};
+    const auto m = [&](int column) { return median(c.at(column)); };
+    return {Row{QStringLiteral("chat view, software renderer: open the biggest conversation to "
+                               "its first frame, %1")
+                    .arg(shape),
+                QStringLiteral("%1 ms").arg(m(0), 0, 'f', 0), QStringLiteral("≤ 50 ms"),
+                m(0) <= 50},
+            Row{QStringLiteral("chat view: scroll up 40 px a frame, 240 frames, median / 95th / "
+                               "worst, %1")
+                    .arg(shape),
+                QStringLiteral("%1 / %2 / %3 ms")
+                    .arg(m(1), 0, 'f', 1)
+                    .arg(m(2), 0, 'f', 1)
+                    .arg(m(3), 0, 'f', 1),
+                QStringLiteral("≤ 16.7 ms"), m(2) <= 16.7},
+            Row{QStringLiteral("chat view: 60 jumps to far rows (a dragged scroll bar), median / "
+                               "95th / worst, %1")
+                    .arg(shape),
+                QStringLiteral("%1 / %2 / %3 ms")
+                    .arg(m(4), 0, 'f', 1)
+                    .arg(m(5), 0, 'f', 1)
+                    .arg(m(6), 0, 'f', 1),
+                QStringLiteral("≤ 16.7 ms"), m(5) <= 16.7},
+            Row{QStringLiteral("chat view: GUI thread CPU per frame over both, %1").arg(shape),
+                QStringLiteral("%1 ms").arg(m(7), 0, 'f', 1), QString(), std::nullopt}};
+}
+
+// The figures of the million-message history, by group.
+enum MillionPart : unsigned {
+    startupPart = 1, // first frame, history shown, opening the biggest conversation
+    costPart = 2,    // a message's cost on the UI thread and the writer
+    indexPart = 4,   // the search index
+    loadPart = 8,    // the load's time and memory
+    foldPart = 16,   // folding the journal: memory and time
+    reloadPart = 32, // another Talvenne letting go of the history
+    scrollPart = 64, // scrolling the biggest conversation
+    allParts = 127,
+};
+
+// Runs `child` (this program with those arguments) `count` times and returns
+// the numbers each run printed on one line, by column.
+QList<QList<double>> childColumns(const QStringList& arguments, int count,
+                                  const QProcessEnvironment& environment) {
+    QList<QList<double>> columns;
+    for (int i = 0; i < count; ++i) {
+        QProcess child;
+        if (!environment.isEmpty())
+            child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), arguments);
+        if (!child.waitForFinished(600'000) || child.exitCode() != 0)
+            continue;
+        const QList<QByteArray> parts =
+            child.readAllStandardOutput().trimmed().split('\n').last().split(' ');
+        columns.resize(std::max(columns.size(), parts.size()));
+        for (qsizetype c = 0; c < parts.size(); ++c)
+            columns[c] << parts.at(c).toDouble();
+    }
+    return columns;
+}
+
 // The rows of a large history (`messages` in all), in 200 conversations and
 // in one.
-QList<Row> largeHistoryRows(const QString& directory, int messages, bool startupOnly) {
+QList<Row> largeHistoryRows(const QString& directory, int messages, unsigned parts) {
     QList<Row> rows;
     const QString count = QLocale(QLocale::English).toString(messages);
     for (const int conversations : {historyConversations, 1}) {
@@ -904,69 +1094,108 @@ QList<Row> largeHistoryRows(const QString& directory, int messages, bool startup
             conversations == 1
                 ? QStringLiteral("%1 messages in one conversation").arg(count)
                 : QStringLiteral("%1 messages in %2 conversations").arg(count).arg(conversations);
-        rows << startupRows(path, shape);
-        rows << openBiggestRow(path, shape);
-        if (startupOnly) {
-            QFile::remove(path);
-            continue;
+        if (parts & startupPart) {
+            rows << startupRows(path, shape);
+            rows << openBiggestRow(path, shape);
         }
-        QList<MessageCost> costs;
-        for (int i = 0; i < 3; ++i) {
+        if (parts & reloadPart) {
+            const QList<QList<double>> reload = childColumns({QStringLiteral("--reload"), path});
+            if (reload.size() == 2)
+                rows << Row{QStringLiteral("another Talvenne lets go of the history: the UI "
+                                           "thread's longest step until it is read and written "
+                                           "again (that took), %1")
+                                .arg(shape),
+                            QStringLiteral("%1 ms (%2 ms)")
+                                .arg(median(reload.at(0)), 0, 'f', 1)
+                                .arg(median(reload.at(1)), 0, 'f', 0),
+                            QStringLiteral("≤ 50 ms"),
+                            median(reload.at(0)) >= 0 && median(reload.at(0)) <= 50};
             QFile::remove(path + QStringLiteral(".journal"));
-            costs << messageCost(path);
         }
-        const double received = medianField(costs, &MessageCost::receivedMillis);
-        const double sent = medianField(costs, &MessageCost::sentMillis);
-        const double writer = medianField(costs, &MessageCost::writerMillis);
-        const double diff = medianField(costs, &MessageCost::diffMillis);
-        rows << Row{QStringLiteral("UI thread per received / sent message, %1").arg(shape),
-                    QStringLiteral("%1 / %2 ms").arg(received, 0, 'f', 3).arg(sent, 0, 'f', 3),
-                    QStringLiteral("≤ 1 ms"), received >= 0 && sent >= 0 && sent <= 1};
-        rows << Row{
-            QStringLiteral("writer per change (sync included) / its comparison, %1").arg(shape),
-            QStringLiteral("%1 / %2 ms").arg(writer, 0, 'f', 2).arg(diff, 0, 'f', 3),
-            QStringLiteral("≤ 5 ms"), writer >= 0 && writer <= 5};
-
-        QList<IndexCost> indexes;
-        for (int i = 0; i < 3; ++i)
-            indexes << indexCost(path);
-        const double ready = medianField(indexes, &IndexCost::readyMillis);
-        const double step = medianField(indexes, &IndexCost::longestStepMillis);
-        const double first = medianField(indexes, &IndexCost::firstResultsMillis);
-        rows << Row{
-            QStringLiteral("search index ready / longest UI-thread step, %1").arg(shape),
-            QStringLiteral("%1 s / %2 ms").arg(ready / 1000, 0, 'f', 2).arg(step, 0, 'f', 1),
-            QStringLiteral("≤ 3 s / ≤ 16 ms"), ready >= 0 && ready <= 3000 && step <= 16};
-        rows << Row{QStringLiteral("search while the index is made: first results, %1").arg(shape),
-                    QStringLiteral("%1 ms").arg(first, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
-                    first >= 0 && first <= 50};
-
-        QList<double> loads;
-        QList<double> peaks;
-        QList<double> indexedPeaks;
-        for (int i = 0; i < 3; ++i) {
-            QFile::remove(path + QStringLiteral(".journal"));
-            QProcess child;
-            child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--load"), path});
-            if (!child.waitForFinished(600'000))
-                continue;
-            const QList<QByteArray> parts = child.readAllStandardOutput().trimmed().split(' ');
-            if (parts.size() != 3)
-                continue;
-            loads << parts.at(0).toDouble();
-            peaks << parts.at(1).toDouble();
-            indexedPeaks << parts.at(2).toDouble();
-        }
-        if (!loads.isEmpty()) {
-            rows << Row{QStringLiteral("history load, %1").arg(shape),
-                        QStringLiteral("%1 ms").arg(median(loads), 0, 'f', 0), QString(),
-                        std::nullopt};
+        if (parts & scrollPart)
+            rows << scrollRows(path, shape);
+        if (parts & costPart) {
+            QList<MessageCost> costs;
+            for (int i = 0; i < 3; ++i) {
+                QFile::remove(path + QStringLiteral(".journal"));
+                costs << messageCost(path);
+            }
+            const double received = medianField(costs, &MessageCost::receivedMillis);
+            const double sent = medianField(costs, &MessageCost::sentMillis);
+            const double writer = medianField(costs, &MessageCost::writerMillis);
+            const double diff = medianField(costs, &MessageCost::diffMillis);
+            rows << Row{QStringLiteral("UI thread per received / sent message, %1").arg(shape),
+                        QStringLiteral("%1 / %2 ms").arg(received, 0, 'f', 3).arg(sent, 0, 'f', 3),
+                        QStringLiteral("≤ 1 ms"), received >= 0 && sent >= 0 && sent <= 1};
             rows << Row{
-                QStringLiteral("peak memory after the load / with the search index, %1").arg(shape),
-                QStringLiteral("%1 / %2 MB")
-                    .arg(median(peaks), 0, 'f', 0)
-                    .arg(median(indexedPeaks), 0, 'f', 0),
-                QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
+                QStringLiteral("writer per change (sync included) / its comparison, %1").arg(shape),
+                QStringLiteral("%1 / %2 ms").arg(writer, 0, 'f', 2).arg(diff, 0, 'f', 3),
+                QStringLiteral("≤ 5 ms"), writer >= 0 && writer <= 5};
+        }
+
+        if (parts & indexPart) {
+            QList<IndexCost> indexes;
+            for (int i = 0; i < 3; ++i)
+                indexes << indexCost(path);
+            const double ready = medianField(indexes, &IndexCost::readyMillis);
+            const double step = medianField(indexes, &IndexCost::longestStepMillis);
+            const double first = medianField(indexes, &IndexCost::firstResultsMillis);
+            rows << Row{
+                QStringLiteral("search index ready / longest UI-thread step, %1").arg(shape),
+                QStringLiteral("%1 s / %2 ms").arg(ready / 1000, 0, 'f', 2).arg(step, 0, 'f', 1),
+                QStringLiteral("≤ 3 s / ≤ 16 ms"), ready >= 0 && ready <= 3000 && step <= 16};
+            rows << Row{
+                QStringLiteral("search while the index is made: first results, %1").arg(shape),
+                QStringLiteral("%1 ms").arg(first, 0, 'f', 1), QStringLiteral("≤ 50 ms"),
+                first >= 0 && first <= 50};
+        }
+
+        if (parts & loadPart) {
+            QList<double> loads;
+            QList<double> peaks;
+            QList<double> indexedPeaks;
+            for (int i = 0; i < 3; ++i) {
+                QFile::remove(path + QStringLiteral(".journal"));
+                QProcess child;
+                child.start(QCoreApplication::applicationFilePath(),
+                            {QStringLiteral("--load"), path});
+                if (!child.waitForFinished(600'000))
+                    continue;
+                const QList<QByteArray> parts = child.readAllStandardOutput().trimmed().split(' ');
+                if (parts.size() != 3)
+                    continue;
+                loads << parts.at(0).toDouble();
+                peaks << parts.at(1).toDouble();
+                indexedPeaks << parts.at(2).toDouble();
+            }
+            if (!loads.isEmpty()) {
+                rows << Row{QStringLiteral("history load, %1").arg(shape),
+                            QStringLiteral("%1 ms").arg(median(loads), 0, 'f', 0), QString(),
+                            std::nullopt};
+                rows << Row{QStringLiteral("peak memory after the load / with the search index, %1")
+                                .arg(shape),
+                            QStringLiteral("%1 / %2 MB")
+                                .arg(median(peaks), 0, 'f', 0)
+                                .arg(median(indexedPeaks), 0, 'f', 0),
+                            QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
+            }
+        }
+        // Last: the fold rewrites the file.
+        if (parts & foldPart) {
+            QFile::remove(path + QStringLiteral(".journal"));
+            const QList<QList<double>> fold = childColumns({QStringLiteral("--fold"), path});
+            if (fold.size() == 3) {
+                const double before = median(fold.at(0));
+                const double peak = median(fold.at(1));
+                rows << Row{QStringLiteral("folding the journal into the file: resident memory "
+                                           "before / peak during the fold (it took), %1")
+                                .arg(shape),
+                            QStringLiteral("%1 / %2 MB (%3 ms)")
+                                .arg(before, 0, 'f', 0)
+                                .arg(peak, 0, 'f', 0)
+                                .arg(median(fold.at(2)), 0, 'f', 0),
+                            QStringLiteral("≤ before + 16 MB"), peak <= before + 16};
+            }
         }
         QFile::remove(path);
         QFile::remove(path + QStringLiteral(".journal"));
@@ -1019,6 +1248,8 @@ QList<Row> mapRows() {
 int main(int argc, char* argv[]) {
     if (argc == 2 && QByteArray(argv[1]) == "--map")
         return runMapBench(argc, argv);
+    if (argc == 3 && QByteArray(argv[1]) == "--scroll")
+        return runChatScrollBench(argc, argv);
     QCoreApplication app(argc, argv);
     installTranslations(app);
     const QStringList arguments = app.arguments();
@@ -1028,20 +1259,35 @@ int main(int argc, char* argv[]) {
         return printLoad(arguments.at(2));
     if (arguments.size() == 4 && arguments.at(1) == QStringLiteral("--write-million"))
         return writeHistory(arguments.at(2), arguments.at(3).toInt(), millionMessages) ? 0 : 1;
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--fold"))
+        return printFold(arguments.at(2));
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--reload"))
+        return printReload(arguments.at(2));
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
         QTemporaryDir scratch;
-        printTable(largeHistoryRows(scratch.path(), millionMessages, false));
+        printTable(largeHistoryRows(scratch.path(), millionMessages, allParts));
         return 0;
     }
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--hundred-thousand")) {
         QTemporaryDir scratch;
-        printTable(largeHistoryRows(scratch.path(), historyMessages, false));
+        printTable(largeHistoryRows(scratch.path(), historyMessages, allParts));
         return 0;
     }
     // Only the start-up and opening rows of the million-message history.
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million-startup")) {
         QTemporaryDir scratch;
-        printTable(largeHistoryRows(scratch.path(), millionMessages, true));
+        printTable(largeHistoryRows(scratch.path(), millionMessages, startupPart));
+        return 0;
+    }
+    // Some groups of them: startup, cost, index, load, fold, reload, scroll.
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--million-only")) {
+        const QStringList names{"startup", "cost", "index", "load", "fold", "reload", "scroll"};
+        unsigned parts = 0;
+        for (const QString& name : arguments.at(2).split(u','))
+            if (names.contains(name))
+                parts |= 1u << names.indexOf(name);
+        QTemporaryDir scratch;
+        printTable(largeHistoryRows(scratch.path(), millionMessages, parts));
         return 0;
     }
 
@@ -1065,7 +1311,7 @@ int main(int argc, char* argv[]) {
     rows << residentRow(historyPath);
     rows << mapRows();
     rows << startupRows(historyPath, QStringLiteral("100,000 messages in 200 conversations"));
-    rows << largeHistoryRows(directory.path(), millionMessages, false);
+    rows << largeHistoryRows(directory.path(), millionMessages, allParts);
     printTable(rows);
     return 0;
 }

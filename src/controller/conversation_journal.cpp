@@ -9,9 +9,6 @@
 namespace {
 
 constexpr QByteArrayView magic = "talvenne-journal 1 ";
-// The header identifies the file by its size and its last bytes: every fold
-// that changes the history changes one or the other.
-constexpr qsizetype tailBytes = 4096;
 constexpr qsizetype digestHexLength = 16;
 
 // The digest only tells a damaged record from a sound one; MD5 does that at
@@ -39,8 +36,12 @@ bool readSize(const char*& p, const char* end, qint64& out) {
 namespace Journal {
 
 QByteArray header(QByteArrayView base) {
-    return magic.toByteArray() + QByteArray::number(base.size()) + ' ' +
-           digest(base.last(std::min(base.size(), tailBytes))) + '\n';
+    return header(base.size(), base);
+}
+
+QByteArray header(qint64 baseSize, QByteArrayView baseTail) {
+    return magic.toByteArray() + QByteArray::number(baseSize) + ' ' +
+           digest(baseTail.last(std::min(baseTail.size(), tailBytes))) + '\n';
 }
 
 QByteArray frame(const JournalRecord& record) {

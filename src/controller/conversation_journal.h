@@ -44,6 +44,11 @@ namespace Journal {
 
 // The header line for a journal continuing the file that holds `base`.
 QByteArray header(QByteArrayView base);
+// The same from the file's size and its last bytes (at least tailBytes of
+// them, or the whole file when it is shorter). The header identifies the file
+// by these two: every fold that changes the history changes one or the other.
+QByteArray header(qint64 baseSize, QByteArrayView baseTail);
+constexpr qsizetype tailBytes = 4096;
 // One record as a line.
 QByteArray frame(const JournalRecord& record);
 

@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QLoggingCategory>
 #include <QStandardPaths>
 #include <cerrno>
@@ -33,6 +34,8 @@ constexpr qint64 defaultMinimumFoldBytes = 64 * 1024;
 // 3,500 changes, and replaying the longest journal at start costs less than
 // the file's own load varies.
 constexpr qint64 foldDivisor = 16;
+// A fold writes the file in blocks of this size as it encodes it.
+constexpr qsizetype foldBlockBytes = 1 << 20;
 
 // The most of a history file or journal that is read: past it a size is
 // taken for damage (or a history far beyond what memory holds), never
@@ -124,6 +127,21 @@ void removeLeftovers(const QString& path, const QString& journalPath,
         if (replay.end != Journal::Replay::End::damaged &&
             Journal::messagesHeldIn(replay.records, history))
             folder.remove(name);
+    }
+}
+
+// Each conversation read that is as `known` has it becomes known's copy:
+// read back, a history shares what did not change with the one in memory
+// (and what is read is let go of here, not where the copy is kept).
+void shareUnchanged(QList<Conversation>& read, const QList<Conversation>& known) {
+    QHash<QString, const Conversation*> byKey;
+    byKey.reserve(known.size());
+    for (const Conversation& conversation : known)
+        byKey.insert(conversation.target.conversationKey(), &conversation);
+    for (Conversation& conversation : read) {
+        const auto found = byKey.constFind(conversation.target.conversationKey());
+        if (found != byKey.cend() && **found == conversation)
+            conversation = **found;
     }
 }
 
@@ -454,7 +472,8 @@ private:
         for (;;) {
             const auto due = [&] {
                 return m_latest || m_retryWanted || m_stopping ||
-                       (m_backgroundLoad == BackgroundLoad::wanted && !m_loadHeld);
+                       (m_backgroundLoad == BackgroundLoad::wanted && !m_loadHeld) ||
+                       m_reread == Reread::wanted || m_reread == Reread::taken;
             };
             if (m_heldElsewhere) {
                 m_wake.wait_for(lock, lockPollInterval, due);
@@ -464,8 +483,23 @@ private:
             } else {
                 m_wake.wait(lock, due);
             }
+            // The history the main thread goes on with after a reread: what
+            // was read becomes what the disk holds, before that is written.
+            if (m_reread == Reread::taken) {
+                m_reread = Reread::none;
+                lock.unlock();
+                adoptReread();
+                lock.lock();
+            }
             if (m_stopping && !m_latest)
                 break;
+            if (m_reread == Reread::wanted && !m_latest && !m_retryWanted && !m_stopping) {
+                m_reread = Reread::read;
+                lock.unlock();
+                rereadForOwner();
+                lock.lock();
+                continue;
+            }
             // Snapshots handed in before it are written first.
             if (!m_latest && !m_retryWanted && m_backgroundLoad == BackgroundLoad::wanted &&
                 !m_loadHeld && !m_stopping) {
@@ -517,6 +551,78 @@ private:
                 Q_EMIT owner->loaded(conversations);
             },
             Qt::QueuedConnection);
+    }
+
+    // What another process left, read for the main thread; see
+    // ConversationStore::rereadInBackground(). Nothing changes here until
+    // the main thread hands back what it goes on with: quitting meanwhile
+    // reads the disk again at close().
+    void rereadForOwner() {
+        History history = readHistory(m_path, m_journalPath, true);
+        HistoryReread reread;
+        if (history.safeToReplace && m_written)
+            shareUnchanged(history.conversations, *m_written);
+        // Nobody wrote meanwhile: the main thread keeps what it has.
+        reread.unchanged = history.safeToReplace && m_written &&
+                           history.conversations.size() == m_written->size() &&
+                           std::equal(history.conversations.cbegin(), history.conversations.cend(),
+                                      m_written->cbegin(), [](const auto& a, const auto& b) {
+                                          return a.messages.isSharedWith(b.messages) && a == b;
+                                      });
+        if (!reread.unchanged) {
+            reread.conversations = history.conversations;
+            if (m_written && m_unsaved && history.safeToReplace)
+                Journal::apply(reread.conversations, Journal::diff(*m_written, *m_unsaved));
+            reread.base = m_unsaved ? m_unsaved : m_written;
+        }
+        m_rereadHistory = std::move(history);
+        ConversationStore* owner = m_owner;
+        QMetaObject::invokeMethod(
+            owner, [owner, reread = std::move(reread)] { Q_EMIT owner->reread(reread); },
+            Qt::QueuedConnection);
+    }
+
+public:
+    void rereadWanted() {
+        {
+            std::lock_guard lock(m_mutex);
+            if (!m_awaitingReload || m_reread != Reread::none)
+                return;
+            m_reread = Reread::wanted;
+        }
+        m_wake.notify_one();
+    }
+
+    // On the main thread: `history` is written from now on.
+    void rereadTaken(QList<Conversation> history) {
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_reread != Reread::read)
+                return;
+            m_reread = Reread::taken;
+            m_latest = std::move(history);
+            ++m_submitted;
+        }
+        m_owner->m_writable = true;
+        setError({});
+        Q_EMIT m_owner->writableChanged();
+        m_wake.notify_one();
+    }
+
+private:
+    void adoptReread() {
+        if (!m_rereadHistory)
+            return;
+        const bool safe = m_rereadHistory->safeToReplace;
+        const QString problem = m_rereadHistory->problem;
+        adopt(std::move(*m_rereadHistory));
+        m_rereadHistory.reset();
+        {
+            std::lock_guard lock(m_mutex);
+            m_awaitingReload = false;
+        }
+        if (!safe)
+            setError(problem);
     }
 
     // Asked for or under way: nothing may be written from now until the
@@ -755,19 +861,35 @@ private:
 
     // Writes the whole snapshot to a new file that replaces the old one only
     // once every byte is on the disk, then starts an empty journal for it.
+    // The file is written as it is encoded, a block at a time, so that a
+    // fold needs little memory beside the history itself.
     bool fold(const QList<Conversation>& snapshot, QString& reason) {
-        const QByteArray bytes = encodeConversations(snapshot);
-        if (!Durable::replace(m_path, bytes, reason))
+        Durable::Replacement file(m_path);
+        qint64 size = 0;
+        QByteArray tail; // the file's last bytes, for the journal's header
+        const bool encoded =
+            encodeConversations(snapshot, foldBlockBytes, [&](QByteArrayView block) {
+                if (!file.write(block))
+                    return false;
+                size += block.size();
+                tail.append(block.last(std::min(block.size(), Journal::tailBytes)));
+                if (tail.size() > Journal::tailBytes)
+                    tail.remove(0, tail.size() - Journal::tailBytes);
+                return true;
+            });
+        if (!encoded || !file.commit()) {
+            reason = file.failure();
             return false;
-        bytesWritten += bytes.size();
+        }
+        bytesWritten += size;
         m_base = fileId(m_path);
-        m_base.size = bytes.size();
+        m_base.size = size;
         m_written = snapshot;
         m_foldWanted = false;
 
         // A journal that cannot be started leaves the new file whole: its
         // old header names the old file, so its records are not replayed.
-        const QByteArray header = Journal::header(bytes);
+        const QByteArray header = Journal::header(size, tail);
         m_journal.close();
         m_journal.setFileName(m_journalPath);
         m_journalAppendable =
@@ -813,6 +935,11 @@ private:
     enum class BackgroundLoad { none, wanted, running, read };
     BackgroundLoad m_backgroundLoad = BackgroundLoad::none;
     bool m_loadHeld = false; // a wanted load waits (holdBackgroundLoad)
+    // What another process left, read again for the main thread: asked
+    // for, read (and m_rereadHistory kept for when it is taken), taken back.
+    enum class Reread { none, wanted, read, taken };
+    Reread m_reread = Reread::none;
+    std::optional<History> m_rereadHistory; // the writing thread's
     QString m_error;
 
     std::thread m_thread; // started last, once everything above exists
@@ -872,6 +999,14 @@ void ConversationStore::holdBackgroundLoad() {
 
 void ConversationStore::releaseBackgroundLoad() {
     m_writer->holdLoad(false);
+}
+
+void ConversationStore::rereadInBackground() {
+    m_writer->rereadWanted();
+}
+
+void ConversationStore::takeReread(QList<Conversation> history) {
+    m_writer->rereadTaken(std::move(history));
 }
 
 void ConversationStore::save(QList<Conversation> snapshot) {

@@ -12,6 +12,19 @@
 #include <memory>
 #include <optional>
 
+// What ConversationStore::rereadInBackground() read.
+struct HistoryReread {
+    // What the other process left, with the changes this store could not
+    // write on top.
+    QList<Conversation> conversations;
+    // The snapshot those changes run up to (what was written, when nothing
+    // waited): changes made since it go on top too. None: the conversations
+    // stand as they are.
+    std::optional<QList<Conversation>> base;
+    // The disk holds what this store wrote last: nothing to take in.
+    bool unchanged = false;
+};
+
 // The conversation history on disk: conversations.json (a JSON array of
 // conversations, complete whenever the app is not running) and beside it the
 // journal conversations.json.journal, to which each later change is appended
@@ -76,6 +89,15 @@ public:
     // when none was asked for).
     bool isLoaded() const { return m_loaded; }
 
+    // After historyReleased(): reads what the other process left on the
+    // writing thread and returns at once; reread() brings it here. Until
+    // takeReread() nothing is written (a store closed meanwhile reads the
+    // disk again and writes its unsaved changes on top, as ever).
+    void rereadInBackground();
+    // What this process goes on with after reread(): written from now on,
+    // and isWritable() is true again.
+    void takeReread(QList<Conversation> history);
+
     // Returns at once. The disk always ends with the newest snapshot handed
     // in; an older snapshot that has not started writing may be skipped.
     void save(QList<Conversation> snapshot);
@@ -105,10 +127,13 @@ Q_SIGNALS:
     // isWritable() changed (on the writing thread when it turns false).
     void writableChanged();
     // The process that kept the history has let it go (emitted on the
-    // writing thread): load() now, to read what it left and write again.
+    // writing thread): rereadInBackground() (or load()) now, to read what it
+    // left and write again.
     void historyReleased();
     // What loadInBackground() read; emitted on this object's thread.
     void loaded(const QList<Conversation>& conversations);
+    // What rereadInBackground() read; emitted on this object's thread.
+    void reread(const HistoryReread& reread);
 
 private:
     class Writer;
@@ -120,6 +145,13 @@ private:
 
 // The file's exact JSON shape, both ways.
 QByteArray encodeConversations(const QList<Conversation>& conversations);
+// The same bytes handed to `sink` in order, a block of about `blockBytes` at a
+// time as they are encoded (so that a history is never all in memory twice);
+// the block is only valid during the call. Encoding stops as soon as the sink
+// returns false, and so does this.
+using BlockSink = std::function<bool(QByteArrayView block)>;
+bool encodeConversations(const QList<Conversation>& conversations, qsizetype blockBytes,
+                         const BlockSink& sink);
 // No value when anything is off (bad JSON, a missing member, an unknown case).
 std::optional<QList<Conversation>> decodeConversations(QByteArrayView json);
 // The same, reading `json` front to back once: `readUpTo` is told now and

@@ -17,6 +17,25 @@ class JsonWriter {
 public:
     explicit JsonWriter(QByteArray& out)
         : m_out(out) {}
+    // Hands `out` to `sink` whenever it holds a block, between messages.
+    JsonWriter(QByteArray& out, qsizetype blockBytes, const BlockSink& sink)
+        : m_out(out)
+        , m_blockBytes(blockBytes)
+        , m_sink(&sink) {}
+
+    // A message or a conversation is done: a full block goes out. Emptying
+    // keeps the array's room for the next block.
+    void mayHandOver() {
+        if (m_sink && m_out.size() >= m_blockBytes)
+            handOver();
+    }
+    // What is left goes out; false when the sink refused any block.
+    bool finish() {
+        if (m_sink && !m_out.isEmpty())
+            handOver();
+        return !m_refused;
+    }
+    bool refused() const { return m_refused; }
 
     void raw(char c) { m_out.append(c); }
     void raw(const char* text, qsizetype length) { m_out.append(text, length); }
@@ -125,7 +144,15 @@ public:
     }
 
 private:
+    void handOver() {
+        m_refused = m_refused || !(*m_sink)(m_out);
+        m_out.truncate(0);
+    }
+
     QByteArray& m_out;
+    qsizetype m_blockBytes = 0;
+    const BlockSink* m_sink = nullptr;
+    bool m_refused = false;
 };
 
 void writeDirection(JsonWriter& w, ChatMessage::Direction direction) {
@@ -216,6 +243,9 @@ void writeConversation(JsonWriter& w, const Conversation& c) {
             w.raw(',');
         first = false;
         writeMessage(w, m);
+        w.mayHandOver();
+        if (w.refused())
+            return;
     }
     w.literal("],\"lastActivity\":");
     w.date(c.lastActivity);
@@ -245,6 +275,26 @@ QByteArray encodeConversations(const QList<Conversation>& conversations) {
     }
     w.raw(']');
     return out;
+}
+
+bool encodeConversations(const QList<Conversation>& conversations, qsizetype blockBytes,
+                         const BlockSink& sink) {
+    QByteArray out;
+    // A message may take the block past its size before it goes out.
+    out.reserve(blockBytes + 4096);
+    JsonWriter w(out, blockBytes, sink);
+    w.raw('[');
+    bool first = true;
+    for (const Conversation& c : conversations) {
+        if (!first)
+            w.raw(',');
+        first = false;
+        writeConversation(w, c);
+        if (w.refused())
+            return false;
+    }
+    w.raw(']');
+    return w.finish();
 }
 
 QByteArray encodeJournalRecord(const JournalRecord& record) {

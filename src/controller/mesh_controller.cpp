@@ -1,6 +1,7 @@
 #include "controller/mesh_controller.h"
 
 #include "book/node_book_store.h"
+#include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "notifications/notifier.h"
 #include "protocol/mesh_protocol.h"
@@ -51,6 +52,8 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
                 &MeshController::reloadConversations);
         connect(m_store, &ConversationStore::loaded, this,
                 &MeshController::takeLoadedConversations);
+        connect(m_store, &ConversationStore::reread, this,
+                &MeshController::takeRereadConversations);
         setHistoryError(m_store->error());
         m_historyWritable = m_store->isWritable();
         m_historyLoaded = false;
@@ -152,24 +155,35 @@ void MeshController::takeLoadedConversations(const QList<Conversation>& history)
         syncMessages();
 }
 
-// Another Talvenne kept the history and has let it go: what it left is read,
-// with this run's unsaved changes on top, and the window goes on from it.
-// Before the first read is in, that read finds what the other one left.
+// Another Talvenne kept the history and has let it go: what it left is read
+// on the store's thread, and the window goes on meanwhile. Before the first
+// read is in, that read finds what the other one left.
 void MeshController::reloadConversations() {
-    if (!m_store || !m_historyLoaded)
-        return;
-    ConversationMap loaded;
-    for (const Conversation& conversation : m_store->load())
-        loaded.insert(conversation.target.conversationKey(), conversation);
-    assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);
-    if (loaded != m_conversations) {
-        m_conversations = std::move(loaded);
+    if (m_store && m_historyLoaded)
+        m_store->rereadInBackground();
+}
+
+// What the other one left, with this run's changes on top: those the store
+// could not write, and those made while it was read.
+void MeshController::takeRereadConversations(const HistoryReread& reread) {
+    // Unchanged, what is shown is what is on the disk.
+    if (!reread.unchanged) {
+        QList<Conversation> history = reread.conversations;
+        if (reread.base)
+            Journal::apply(history, Journal::diff(*reread.base, m_conversations.values()));
+        ConversationMap loaded;
+        for (const Conversation& conversation : std::as_const(history))
+            loaded.insert(conversation.target.conversationKey(), conversation);
+        const ConversationMap before = std::exchange(m_conversations, std::move(loaded));
         Q_EMIT conversationsReset();
         Q_EMIT conversationsChanged();
+        // Conversations read back as they were keep their tracking.
+        resumeDeliveryTracking(&before);
     }
+    m_store->takeReread(m_conversations.values());
+    assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);
     recountUnreadMentions();
     refreshTotalUnreadCount();
-    resumeDeliveryTracking();
     updateBadge();
     // The radio's waiting messages were left there meanwhile.
     if (m_historyWritable && m_transportState == TransportState::connected &&

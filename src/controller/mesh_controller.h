@@ -36,6 +36,7 @@
 
 class Clock;
 class ConversationStore;
+struct HistoryReread;
 class MeshLink;
 class NodeBookStore;
 class Notifier;
@@ -547,7 +548,8 @@ private:
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
     // After loading: a message left `sending` is failed, and each `sent` one
     // with its expected acknowledgement waits for its confirmation again.
-    void resumeDeliveryTracking();
+    // Skips the conversations whose messages `known` shares.
+    void resumeDeliveryTracking(const ConversationMap* known = nullptr);
     void forgetStaleAcknowledgements();
     void saveConversations();
     void refreshTotalUnreadCount();
@@ -589,6 +591,7 @@ private:
     void loadPreferences();
     void takeLoadedConversations(const QList<Conversation>& history);
     void reloadConversations();
+    void takeRereadConversations(const HistoryReread& reread);
     void setHistoryError(const QString& error);
 
     QPointer<MeshLink> m_link;

@@ -216,13 +216,18 @@ void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundT
         markDelivered(sent->id, sent->target, roundTripMillis);
 }
 
-void MeshController::resumeDeliveryTracking() {
+void MeshController::resumeDeliveryTracking(const ConversationMap* known) {
     using State = ChatMessage::DeliveryState;
     bool changed = false;
     // Only reads, so that the lists stay shared with the writer's copy of
     // the history: a message is changed (its chunk copied) where it fails.
     for (auto it = m_conversations.begin(); it != m_conversations.end(); ++it) {
         const MessageList& messages = std::as_const(*it).messages;
+        if (known) {
+            const auto was = known->constFind(it.key());
+            if (was != known->cend() && was->messages.isSharedWith(messages))
+                continue;
+        }
         for (qsizetype row = 0; row < messages.size(); ++row) {
             const ChatMessage& message = messages.at(row);
             // The radio may still confirm it.

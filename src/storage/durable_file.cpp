@@ -57,60 +57,101 @@ bool syncFolderOf(const QString& path) {
 }
 
 bool replace(const QString& path, QByteArrayView bytes, QString& reason) {
+    Replacement file(path);
+    if (file.write(bytes) && file.commit())
+        return true;
+    reason = file.failure();
+    return false;
+}
+
 #ifdef Q_OS_UNIX
-    // Private to the user from the start (QTemporaryFile makes it 0600).
-    QTemporaryFile file(path + temporarySuffix + QStringLiteral("XXXXXX"));
-    if (!file.open()) {
-        reason = file.errorString();
+// Private to the user from the start (QTemporaryFile makes it 0600).
+class Replacement::File : public QTemporaryFile {
+public:
+    explicit File(const QString& path)
+        : QTemporaryFile(path + temporarySuffix + QStringLiteral("XXXXXX")) {}
+};
+#else
+class Replacement::File : public QSaveFile {
+public:
+    explicit File(const QString& path)
+        : QSaveFile(path) {}
+};
+#endif
+
+Replacement::Replacement(const QString& path)
+    : m_file(std::make_unique<File>(path))
+    , m_path(path) {
+#ifdef Q_OS_UNIX
+    if (!m_file->open())
+        fail(m_file->errorString());
+#else
+    if (!m_file->open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        fail(m_file->errorString());
+    else
+        m_file->setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+#endif
+}
+
+Replacement::~Replacement() {
+#ifndef Q_OS_UNIX
+    if (m_file->isOpen())
+        m_file->cancelWriting();
+#endif
+}
+
+bool Replacement::fail(QString reason) {
+    if (m_failure.isEmpty())
+        m_failure = reason.isEmpty() ? qt_error_string(EIO) : std::move(reason);
+    return false;
+}
+
+bool Replacement::write(QByteArrayView bytes) {
+    if (!m_failure.isEmpty())
         return false;
-    }
+#ifdef Q_OS_UNIX
     // Straight to the descriptor, past the device's buffer, so that a write
     // that fails (a full disk) says why.
     const char* data = bytes.data();
     qsizetype left = bytes.size();
     while (left > 0) {
-        const ssize_t written = ::write(file.handle(), data, size_t(left));
+        const ssize_t written = ::write(m_file->handle(), data, size_t(left));
         if (written < 0 && errno == EINTR)
             continue;
-        if (written < 0) {
-            reason = qt_error_string(errno);
-            return false;
-        }
+        if (written < 0)
+            return fail(qt_error_string(errno));
         data += written;
         left -= written;
     }
-    if (!sync(file)) {
-        reason = qt_error_string(errno);
-        return false;
-    }
-    if (::rename(QFile::encodeName(file.fileName()).constData(),
-                 QFile::encodeName(path).constData()) != 0) {
-        reason = qt_error_string(errno);
-        return false;
-    }
-    file.setAutoRemove(false);
-    // The file is in place; a folder that cannot be synced is not worth
-    // failing the save for, the next save syncs it again.
-    syncFolderOf(path);
     return true;
 #else
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        reason = file.errorString();
-        return false;
-    }
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    const qint64 written = file.write(bytes.data(), bytes.size());
+    const qint64 written = m_file->write(bytes.data(), bytes.size());
     const int writeError = errno;
-    if (written != bytes.size() || !file.flush() || !sync(file)) {
-        reason = failureText(file, written == bytes.size() ? errno : writeError);
-        file.cancelWriting();
+    if (written != bytes.size())
+        return fail(failureText(*m_file, writeError));
+    return true;
+#endif
+}
+
+bool Replacement::commit() {
+    if (!m_failure.isEmpty())
         return false;
-    }
-    if (!file.commit()) {
-        reason = file.errorString();
-        return false;
-    }
+#ifdef Q_OS_UNIX
+    if (!sync(*m_file))
+        return fail(qt_error_string(errno));
+    if (::rename(QFile::encodeName(m_file->fileName()).constData(),
+                 QFile::encodeName(m_path).constData()) != 0)
+        return fail(qt_error_string(errno));
+    m_file->setAutoRemove(false);
+    // The file is in place; a folder that cannot be synced is not worth
+    // failing the save for, the next save syncs it again.
+    syncFolderOf(m_path);
+    return true;
+#else
+    if (!m_file->flush() || !sync(*m_file))
+        return fail(failureText(*m_file, errno));
+    if (!m_file->commit())
+        return fail(m_file->errorString());
     return true;
 #endif
 }

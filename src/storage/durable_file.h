@@ -3,6 +3,7 @@
 #include <QByteArrayView>
 #include <QFileDevice>
 #include <QString>
+#include <memory>
 
 // Writing files so that a crash or a power loss at any moment leaves each one
 // either as it was or as it was meant to be, never half of it.
@@ -21,6 +22,31 @@ bool syncFolderOf(const QString& path);
 // synced. The file is private to the user. On failure the old file is left as
 // it was and `reason` tells why.
 bool replace(const QString& path, QByteArrayView bytes, QString& reason);
+
+// The same written a block at a time, for files too big to hold twice in
+// memory: write() the bytes in order, then commit(). Until commit() has
+// succeeded the file at `path` is as it was; a replacement dropped before
+// then removes its temporary copy. After a failure every later call fails
+// too, and failure() tells the first reason.
+class Replacement {
+public:
+    explicit Replacement(const QString& path);
+    ~Replacement();
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    bool write(QByteArrayView bytes);
+    bool commit();
+    const QString& failure() const { return m_failure; }
+
+private:
+    bool fail(QString reason);
+
+    class File;
+    std::unique_ptr<File> m_file;
+    QString m_path;
+    QString m_failure;
+};
 
 // Removes the temporary copies of `path` that a writer stopped before its
 // rename left behind. Only the process that owns the folder may call it.

@@ -179,6 +179,51 @@ private slots:
         QVERIFY(encoded.contains("\"0A1B2C3D-4E5F-4061-8273-94A5B6C7D8E9\""));
     }
 
+    // Encoded a block at a time, the bytes are those of the one-array
+    // encoding, whatever the block's size; a sink that refuses a block ends
+    // the encoding there.
+    void streamsTheSameBytes_data() {
+        QTest::addColumn<int>("conversations");
+        QTest::addColumn<int>("messages"); // 5,000 in 3: over a chunk each
+        QTest::addColumn<int>("blockBytes");
+        QTest::addColumn<int>("refusedBlock"); // -1: none
+        QTest::newRow("one byte") << 2 << 20 << 1 << -1;
+        QTest::newRow("4 KiB, several chunks") << 3 << 5'000 << 4096 << -1;
+        QTest::newRow("1 MiB, several chunks") << 3 << 5'000 << (1 << 20) << -1;
+        QTest::newRow("larger than the history") << 3 << 5'000 << (1 << 24) << -1;
+        QTest::newRow("no conversations") << 0 << 0 << 4096 << -1;
+        QTest::newRow("the third block refused") << 3 << 5'000 << 4096 << 2;
+    }
+    void streamsTheSameBytes() {
+        QFETCH(int, conversations);
+        QFETCH(int, messages);
+        QFETCH(int, blockBytes);
+        QFETCH(int, refusedBlock);
+        const QList<Conversation> history = HistorySamples::history(conversations, messages);
+        const QByteArray whole = encodeConversations(history);
+        QByteArray streamed;
+        int blocks = 0;
+        const bool done = encodeConversations(history, blockBytes, [&](QByteArrayView block) {
+            if (blocks++ == refusedBlock)
+                return false;
+            // Out between messages, each message (a few hundred bytes) at most once over.
+            if (block.size() > blockBytes + 1024 && blockBytes > 1)
+                return false;
+            streamed += block;
+            return true;
+        });
+        if (refusedBlock >= 0) {
+            QVERIFY(!done);
+            QCOMPARE(blocks, refusedBlock + 1);
+            QVERIFY(whole.startsWith(streamed));
+            return;
+        }
+        QVERIFY(done);
+        QCOMPARE(streamed.size(), whole.size());
+        QVERIFY(streamed == whole);
+        QVERIFY(blocks >= whole.size() / std::max(blockBytes, 1024) / 2);
+    }
+
     void leavesOutOptionalMembers() {
         ChatMessage bare;
         bare.id = QUuid::createUuid();

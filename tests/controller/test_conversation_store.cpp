@@ -253,6 +253,27 @@ private slots:
         QCOMPARE(store.bytesWritten(), before);
     }
 
+    // A fold writes the file as it encodes it, a block at a time: a history
+    // over several blocks ends up byte for byte as one array would have it,
+    // and the journal begun for it continues it.
+    void foldOfSeveralBlocks() {
+        QTemporaryDir dir;
+        QList<Conversation> list = history(3, 12'000); // some 3 MB
+        ConversationStore store(pathIn(dir));
+        store.load();
+        store.save(list);
+        store.flush();
+        const QByteArray file = contents(pathIn(dir));
+        QVERIFY(file.size() > 2 << 20);
+        QVERIFY(file == encodeConversations(list));
+        QCOMPARE(contents(pathIn(dir) + QStringLiteral(".journal")), Journal::header(file));
+        list[2].messages.append(message(12'000));
+        store.save(list);
+        store.flush();
+        QCOMPARE(contents(pathIn(dir)), file);
+        QVERIFY(onDisk(pathIn(dir)) == list);
+    }
+
     // The writer stopped mid-record: the record is ignored, and the next
     // save starts clean.
     void tornJournalTailIsIgnored() {

@@ -614,7 +614,8 @@ private Q_SLOTS:
 
     // A window whose history another Talvenne holds sends nothing and leaves
     // the radio's waiting messages there (none of it could be kept), and
-    // says why. Once the other has gone it reads what that one left and
+    // says why. Once the other has gone it reads what that one left, beside
+    // the window (a message that arrives meanwhile goes on top of it), and
     // works as usual, the waiting messages first.
     void historyHeldByAnotherTalvenne() {
         ControllerRig rig(false);
@@ -637,16 +638,39 @@ private Q_SLOTS:
         QVERIFY(rig.link.written.isEmpty());
         QVERIFY(rig.controller->conversations()["channel:1"].messages.isEmpty());
 
+        // What the other one left, on a disk slow to give it.
+        QList<Conversation> left = good;
+        left[0].messages.append(incomingMessage(QStringLiteral("left"), rig.clock.now()));
+        std::atomic<bool> windowWentOn = false;
+        HistoryHeldBack disk(rig.historyPath());
+        QVERIFY(disk.isMade());
+        std::thread reader([&] { disk.handOver(encodeConversations(left), &windowWentOn); });
         holder.kill();
         QVERIFY(holder.waitForFinished());
-        QVERIFY(writable.wait(5000));
-        QVERIFY(rig.controller->historyWritable());
+        const bool readBeside = QTest::qWaitFor([&] { return disk.readerCame(); }, 5000);
+        windowWentOn = readBeside;
+        rig.deliver(
+            Events::ChannelMessage{1, 0, 0, rig.clock.now(), QStringLiteral("meanwhile"), {}});
+        const bool heldMeanwhile = !rig.controller->historyWritable() && rig.link.written.isEmpty();
+        windowWentOn = true;
+        reader.join();
+        QVERIFY(readBeside && heldMeanwhile);
+        QTRY_VERIFY(rig.controller->historyWritable());
+        QCOMPARE(writable.size(), 1);
         QTRY_VERIFY(rig.controller->historyError().isEmpty());
         QCOMPARE(rig.link.written, QList<QByteArray>{hex("0a")});
         rig.deliver(Events::NoMoreMessages{});
         rig.controller->sendMessage(QStringLiteral("hi"), ConversationID::channel(1));
         QCOMPARE(rig.link.written.size(), 2);
-        QCOMPARE(rig.savedHistory()->first().messages.size(), 1);
+        const QStringList texts{"left", "meanwhile", "hi"};
+        const auto textsOf = [](const MessageList& messages) {
+            QStringList list;
+            for (const ChatMessage& message : messages)
+                list << message.text.toString();
+            return list;
+        };
+        QCOMPARE(textsOf(rig.controller->conversations()["channel:1"].messages), texts);
+        QCOMPARE(textsOf(rig.savedHistory()->first().messages), texts);
     }
 
     // While the history is read the window goes on: a message the radio

@@ -44,8 +44,9 @@ public:
     bool isMade() const { return m_made; }
     // The reader has opened the file, and handOver() goes on.
     bool readerCame() const { return m_readerCame; }
-    // Once the reader is there: `bytes`, then the end of the file.
-    void handOver(const QByteArray& bytes) {
+    // Once the reader is there (and `gate`, when given, is open: at most
+    // 10 s): `bytes`, then the end of the file.
+    void handOver(const QByteArray& bytes, const std::atomic<bool>* gate = nullptr) {
         if (!m_made || m_handedOver.exchange(true))
             return;
         const QByteArray path = QFile::encodeName(m_path);
@@ -58,6 +59,8 @@ public:
         if (fd < 0)
             return;
         m_readerCame = true;
+        for (int waited = 0; gate && !gate->load() && waited < 10'000; ++waited)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         ::fcntl(fd, F_SETFL, 0);
         for (qsizetype done = 0; done < bytes.size();) {
             const ssize_t written =

@@ -290,37 +290,48 @@ private Q_SLOTS:
 
     // A conversation opens at its first unread message, under the "N new
     // messages" divider, when the unread ones do not all fit; else at its
-    // end, the divider still above them. Scrolled up, the messages that
-    // arrive are counted on the jump button, which goes to the end.
+    // end, the divider still above them. Opened while the history is still
+    // being read, it does the same once the history is in. Scrolled up, the
+    // messages that arrive are counted on the jump button, which goes to the
+    // end.
     void opensAtTheFirstUnreadMessage_data() {
         QTest::addColumn<int>("unread");
         QTest::addColumn<bool>("dividerAtTop");
-        QTest::newRow("300 messages, 40 unread") << 40 << true;
-        QTest::newRow("300 messages, 3 unread") << 3 << false;
+        QTest::addColumn<bool>("openedBeforeHistory");
+        QTest::newRow("300 messages, 40 unread") << 40 << true << false;
+        QTest::newRow("300 messages, 3 unread") << 3 << false << false;
+        QTest::newRow("opened before the history is in, 40 unread") << 40 << true << true;
+        QTest::newRow("opened before the history is in, 3 unread") << 3 << false << true;
     }
     void opensAtTheFirstUnreadMessage() {
         QFETCH(int, unread);
         QFETCH(bool, dividerAtTop);
-        UiRig rig(UiRig::alone);
-        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
-        QVERIFY(rig.connect());
+        QFETCH(bool, openedBeforeHistory);
         const ConversationID target = ConversationID::contact(ainoKey);
         const int total = 300;
         const int firstUnread = total - unread;
+        Conversation conversation{target, {}, {}, unread};
+        const QDateTime at = QDateTime::fromSecsSinceEpoch(1'700'000'000, Qt::UTC);
         for (int i = 0; i < total; ++i) {
-            if (i == firstUnread)
-                rig.controller->markConversationRead(target);
             const bool outgoing = i < firstUnread && i % 4 == 0;
-            rig.controller->appendMessage(
+            conversation.messages.append(
                 chatMessage(outgoing ? Direction::outgoing : Direction::incoming,
                             u"message %1 "_s.arg(i) + u"long enough to wrap "_s.repeated(i % 3),
-                            rig.clock.now()),
-                target);
+                            at.addSecs(i)));
         }
-        QCOMPARE(rig.controller->conversations()[ainoConversation].unreadCount, unread);
+        conversation.lastActivity = conversation.messages.last().timestamp;
+        UiRig rig(UiRig::alone, openedBeforeHistory ? QList<Conversation>() : QList{conversation},
+                  openedBeforeHistory);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        QVERIFY(rig.connect());
 
         auto view = loadChatView(rig.controller.get(), ainoConversation, {720, 560});
         QVERIFY(view);
+        if (openedBeforeHistory) {
+            QVERIFY(!rig.controller->historyLoaded());
+            rig.heldBack->handOver(encodeConversations({conversation}));
+            QVERIFY(historyIn(*rig.controller));
+        }
         auto* list = findItem(*view, "messageList");
         auto* jump = findItem(*view, "jumpToLatest");
         QVERIFY(list && jump);

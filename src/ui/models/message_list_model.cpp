@@ -54,6 +54,13 @@ void MessageListModel::setConversationKey(const QString& key) {
     m_key = key;
     m_target = conversationIDFromKey(key);
     // Before anything marks the conversation read.
+    noteFirstUnread();
+    reload();
+    Q_EMIT firstUnreadChanged();
+    Q_EMIT conversationKeyChanged();
+}
+
+void MessageListModel::noteFirstUnread() {
     const auto it = controller() ? controller()->conversations().constFind(m_key)
                                  : MeshController::ConversationMap::const_iterator();
     ViewLogic::FirstUnread first;
@@ -62,9 +69,8 @@ void MessageListModel::setConversationKey(const QString& key) {
     m_firstUnreadId =
         first.row < 0 ? QString() : it->messages.at(first.row).id.toString(QUuid::WithoutBraces);
     m_unreadAtOpen = first.count;
-    reload();
-    Q_EMIT firstUnreadChanged();
-    Q_EMIT conversationKeyChanged();
+    // Opened while the history is read: its unread messages come with it.
+    m_unreadAwaitsHistory = controller() && !controller()->historyLoaded();
 }
 
 QString MessageListModel::dividerText() const {
@@ -115,10 +121,17 @@ const ChatMessage* MessageListModel::messageAt(int row) const {
 }
 
 void MessageListModel::reload() {
+    // The history came in after the conversation opened: the divider goes
+    // where it would have gone had it been in then.
+    const bool historyCame = m_unreadAwaitsHistory && controller() && controller()->historyLoaded();
+    if (historyCame)
+        noteFirstUnread();
     beginResetModel();
     m_count = storedCount();
     endResetModel();
     Q_EMIT countChanged();
+    if (historyCame)
+        Q_EMIT firstUnreadChanged();
 }
 
 void MessageListModel::onMessageAppended(const QString& key, int row) {

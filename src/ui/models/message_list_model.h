@@ -34,8 +34,9 @@ class MessageListModel : public ControllerBoundListModel {
                    NOTIFY incomingColorsChanged)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     // The first message that was unread when the conversation was opened
-    // (set as the key changes, before the chat marks it read): the divider
-    // goes above it. Empty when nothing was unread.
+    // (set as the key changes, before the chat marks it read, or as the
+    // history comes in when it opened before): the divider goes above it.
+    // Empty when nothing was unread.
     Q_PROPERTY(QString firstUnreadId READ firstUnreadId NOTIFY firstUnreadChanged)
     // "40 new messages", for the divider.
     Q_PROPERTY(QString dividerText READ dividerText NOTIFY firstUnreadChanged)
@@ -122,6 +123,7 @@ protected:
 
 private:
     void reload();
+    void noteFirstUnread();
     void onMessageAppended(const QString& key, int row);
     void onMessageChanged(const QString& key, int row);
     void onMessageRemoved(const QString& key, int row);
@@ -137,4 +139,5 @@ private:
     int m_count = 0;
     QString m_firstUnreadId;
     std::int64_t m_unreadAtOpen = 0;
+    bool m_unreadAwaitsHistory = false;
 };

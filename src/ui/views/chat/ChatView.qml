@@ -136,9 +136,19 @@ Rectangle {
             jumpToEnd()
     }
 
+    // Placed at the first unread message, the list keeps the divider at its
+    // top while the rows above it settle, until the user moves it.
+    property bool holdingFirstUnread: false
+    Timer {
+        id: placeLater
+        interval: 0
+        onTriggered: if (view.holdingFirstUnread) view.showFirstUnread()
+    }
+
     // The divider at the top of the view; false (the end will do) when the
     // unread messages all fit below it.
     function showFirstUnread() {
+        holdingFirstUnread = false
         const row = messages.rowOfMessage(messages.firstUnreadId)
         if (row < 0 || revealMessageId.length > 0)
             return false
@@ -158,11 +168,13 @@ Rectangle {
             return false
         list.contentY = top
         pinned = false
+        holdingFirstUnread = true
         return true
     }
 
     // The jump button and Ctrl+End: the end, following new messages again.
     function jumpToLatest() {
+        holdingFirstUnread = false
         pinned = true
         newSinceAway = 0
         scrollToEnd()
@@ -171,6 +183,8 @@ Rectangle {
     function holdEnd() {
         if (pinned && !scrollAnimation.running)
             settleLater.start()
+        else if (holdingFirstUnread)
+            placeLater.start()
     }
 
     function scrollToEnd() {
@@ -189,6 +203,13 @@ Rectangle {
 
     Connections {
         target: messages
+        // Noted as the chat arrives, or once the history is in when it
+        // arrived before: the conversation is read, and opens there.
+        function onFirstUnreadChanged() {
+            chatModel.markRead()
+            view.placeAtFirstUnread = messages.firstUnreadId.length > 0
+            settleLater.start()
+        }
         function onModelReset() {
             settleLater.start()
             if (view.revealMessageId.length > 0)
@@ -265,15 +286,22 @@ Rectangle {
             cacheBuffer: 1200
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
-                onPressedChanged: if (!pressed) list.settleMoved()
+                onPressedChanged: {
+                    if (pressed)
+                        view.holdingFirstUnread = false
+                    else
+                        list.settleMoved()
+                }
             }
 
             Accessible.role: Accessible.List
             Accessible.name: chatModel.title
 
+            onMovementStarted: view.holdingFirstUnread = false
             onMovementEnded: settleMoved()
             // The user moved the list: at the end it follows again.
             function settleMoved() {
+                view.holdingFirstUnread = false
                 view.pinned = atYEnd
                 if (view.pinned)
                     view.newSinceAway = 0
