@@ -160,12 +160,14 @@ Item {
                 y: 9
                 spacing: 2
 
-                readonly property real textWidth: Math.min(
+                // Whole pixels, as the bubble around it.
+                readonly property real textWidth: Math.ceil(Math.min(
                     Math.max(body.implicitWidth, bubbleRow.hasSender ? senderName.implicitWidth : 0),
-                    bubbleRow.maxColumnWidth - 26)
+                    bubbleRow.maxColumnWidth - 26))
 
                 Text {
                     id: senderName
+                    objectName: "senderName"
                     width: Math.min(implicitWidth, content.textWidth)
                     visible: bubbleRow.hasSender
                     text: bubbleRow.sender
