@@ -7,6 +7,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
+#include <cmath>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
@@ -286,6 +287,55 @@ private Q_SLOTS:
             QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
                          qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
+    }
+
+    // A bubble is as wide as its text or its sender's name, at most its
+    // column: a long text wraps inside it, a short one under a long name
+    // leaves the name whole.
+    void bubbleFitsItsText_data() {
+        QTest::addColumn<QString>("conversation");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("wraps");
+        QTest::newRow("short") << ainoConversation << u"hi"_s << false;
+        QTest::newRow("long") << ainoConversation << u"a message long enough to wrap "_s.repeated(8)
+                              << true;
+        QTest::newRow("long link, no spaces")
+            << ainoConversation << u"https://example.org/"_s + QString(160, u'a') << true;
+        QTest::newRow("short under a long name")
+            << u"channel:0"_s << u"Wolfgang Amadeus Longname-Sender: ok"_s << false;
+    }
+    void bubbleFitsItsText() {
+        QFETCH(QString, conversation);
+        QFETCH(QString, text);
+        QFETCH(bool, wraps);
+        UiRig rig(UiRig::alone);
+        rig.radio.addContact(chatContact(ainoKey, u"Aino Virtanen"_s));
+        QVERIFY(rig.connect());
+        rig.controller->appendMessage(chatMessage(Direction::incoming, text, rig.clock.now()),
+                                      conversation.startsWith(u"channel"_s)
+                                          ? ConversationID::channel(0)
+                                          : ConversationID::contact(ainoKey));
+        auto view = loadChatView(rig.controller.get(), conversation, {720, 560});
+        QVERIFY(view);
+        auto* list = findItem(*view, "messageList");
+        QVERIFY(list);
+        QTRY_VERIFY(itemAtIndex(list, 0));
+        QQuickItem* row = itemAtIndex(list, 0);
+        auto* bubble = row->findChild<QQuickItem*>(u"bubble"_s);
+        auto* body = row->findChild<QQuickItem*>(u"messageText"_s);
+        auto* name = row->findChild<QQuickItem*>(u"senderName"_s);
+        QVERIFY(bubble && body && name);
+        const double column = row->property("maxColumnWidth").toDouble();
+        QVERIFY2(bubble->width() <= std::ceil(column),
+                 qPrintable(QString::number(bubble->width())));
+        QCOMPARE(body->width(), bubble->width() - 26);
+        QCOMPARE(body->property("lineCount").toInt() > 1, wraps);
+        if (wraps)
+            QCOMPARE(bubble->width(), std::ceil(column));
+        else if (name->isVisible())
+            QCOMPARE(bubble->width(), std::ceil(name->implicitWidth()) + 26);
+        else
+            QCOMPARE(bubble->width(), std::ceil(body->implicitWidth()) + 26);
     }
 
     // A conversation opens at its first unread message, under the "N new

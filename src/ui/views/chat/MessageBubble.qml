@@ -127,7 +127,6 @@ Item {
             id: bubble
             objectName: "bubble"
             Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
-            Layout.maximumWidth: bubbleRow.maxColumnWidth
             implicitWidth: content.implicitWidth + 26
             implicitHeight: content.implicitHeight + 18
             radius: 17
@@ -152,14 +151,24 @@ Item {
                 }
             }
 
-            ColumnLayout {
+            // The text's width comes straight from the row: the name or the
+            // text's own width, at most the column's. Each text is laid out
+            // once for it, not again for every round of a layout's sizes.
+            Column {
                 id: content
                 x: 13
                 y: 9
-                width: bubble.width - 26
                 spacing: 2
 
+                // Whole pixels, as the bubble around it.
+                readonly property real textWidth: Math.ceil(Math.min(
+                    Math.max(body.implicitWidth, bubbleRow.hasSender ? senderName.implicitWidth : 0),
+                    bubbleRow.maxColumnWidth - 26))
+
                 Text {
+                    id: senderName
+                    objectName: "senderName"
+                    width: Math.min(implicitWidth, content.textWidth)
                     visible: bubbleRow.hasSender
                     text: bubbleRow.sender
                     textFormat: Text.PlainText
@@ -173,8 +182,7 @@ Item {
                 TextEdit {
                     id: body
                     objectName: "messageText"
-                    Layout.fillWidth: true
-                    Layout.maximumWidth: bubbleRow.maxColumnWidth - 26
+                    width: content.textWidth
                     text: bubbleRow.richText
                     textFormat: TextEdit.RichText
                     wrapMode: TextEdit.Wrap
