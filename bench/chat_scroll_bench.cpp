@@ -3,6 +3,7 @@
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
 #include "sim/simulated_radio.h"
+#include "thread_time.h"
 #include "time/clock.h"
 #include "translations.h"
 
@@ -20,18 +21,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
 namespace {
-
-qint64 threadNanos() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
 
 bool spin(const std::function<bool()>& done, int millis) {
     QElapsedTimer timer;

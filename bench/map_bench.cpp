@@ -3,6 +3,7 @@
 #include "base_map.h"
 #include "map_markers.h"
 #include "mesh_map.h"
+#include "thread_time.h"
 #include "translations.h"
 
 #include <QElapsedTimer>
@@ -20,20 +21,11 @@
 #include <atomic>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <memory>
 
 Q_IMPORT_QML_PLUGIN(TalvennePlugin)
 
 namespace {
-
-// CPU time of the calling thread, in nanoseconds: what a frame cost, apart
-// from the time other processes of a shared machine took meanwhile.
-qint64 threadNanos() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
 
 // Nodes scattered over the Helsinki region (60 × 78 km), of every kind.
 std::vector<MapMarker> scatter(int count) {
