@@ -2,6 +2,7 @@
 
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "history_generator.h"
 #include "sim/simulated_radio.h"
 #include "thread_time.h"
 #include "time/clock.h"
@@ -121,10 +122,7 @@ int runChatScrollBench(int argc, char* argv[]) {
     if (!spin([&] { return controller.historyLoaded(); }, 600'000))
         return 1;
     const auto& conversations = controller.conversations();
-    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
-                                          [](const Conversation& a, const Conversation& b) {
-                                              return a.messages.size() < b.messages.size();
-                                          });
+    const auto biggest = biggestConversation(conversations);
     if (biggest == conversations.cend())
         return 1;
 

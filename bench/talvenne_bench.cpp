@@ -733,10 +733,7 @@ int printReload(const QString& historyPath) {
     const auto& conversations = controller.conversations();
     if (conversations.isEmpty() || controller.historyWritable())
         return 1;
-    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
-                                          [](const Conversation& a, const Conversation& b) {
-                                              return a.messages.size() < b.messages.size();
-                                          });
+    const auto biggest = biggestConversation(conversations);
     const ConversationID target = biggest->target;
     ChatMessage message;
     message.id = QUuid::createUuid();
@@ -806,10 +803,7 @@ MessageCost messageCost(const QString& historyPath) {
     historyIn(controller);
     store.flush();
     const auto& conversations = controller.conversations();
-    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
-                                          [](const Conversation& a, const Conversation& b) {
-                                              return a.messages.size() < b.messages.size();
-                                          });
+    const auto biggest = biggestConversation(conversations);
     if (biggest == conversations.cend())
         return {};
     const ConversationID target = biggest->target;
@@ -975,10 +969,7 @@ Row openBiggestRow(const QString& historyPath, const QString& shape) {
     MeshController controller(&radio, &clock, nullptr, &store, nullptr);
     historyIn(controller);
     const auto& conversations = controller.conversations();
-    const auto biggest = std::max_element(conversations.cbegin(), conversations.cend(),
-                                          [](const Conversation& a, const Conversation& b) {
-                                              return a.messages.size() < b.messages.size();
-                                          });
+    const auto biggest = biggestConversation(conversations);
     if (biggest == conversations.cend())
         return {};
     const QString key = biggest.key();
