@@ -17,12 +17,15 @@
 //                             fold's memory, a second instance letting go,
 //                             scrolling the biggest conversation
 //   talvenne-bench --load FILE (internal) load time and peak memory of FILE
+//   talvenne-bench --hand-over FILE (internal) the UI thread's longest step
+//                             while it takes in the history read for it
 //   talvenne-bench --write-million FILE N (internal) writes the million-message
 //                             history in N conversations to FILE
 #include "chat_scroll_bench.h"
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "conversation_list_model.h"
 #include "history_generator.h"
 #include "history_search_model.h"
 #include "map_bench.h"
@@ -785,6 +788,49 @@ int printReload(const QString& historyPath) {
     return 0;
 }
 
+// (internal) The history read on the store's thread and taken in on the UI
+// thread, with the conversation list following it (a list of channels the
+// radio has, so empty here, but it follows each change). Prints the UI thread's
+// longest step (the event loop's longest gap) from the hand-over until the
+// list is filled and a moment after, and the hand-over's own step.
+int printHandOver(const QString& historyPath) {
+    ManualClock clock;
+    SimulatedRadio radio(&clock);
+    ConversationStore store(historyPath);
+    QElapsedTimer timer;
+    timer.start();
+    qint64 handedOver = -1;
+    qint64 taken = -1;
+    qint64 last = 0;
+    qint64 longest = 0;
+    // Connected before the controller's own slot, and after it.
+    QObject::connect(&store, &ConversationStore::loaded, [&] {
+        handedOver = timer.nsecsElapsed();
+        last = handedOver;
+    });
+    MeshController controller(&radio, &clock, nullptr, &store, nullptr);
+    QObject::connect(&store, &ConversationStore::loaded, [&] { taken = timer.nsecsElapsed(); });
+    ConversationListModel list;
+    list.setController(&controller);
+    QTimer ticks;
+    ticks.setInterval(1);
+    ticks.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&ticks, &QTimer::timeout, [&] {
+        const qint64 now = timer.nsecsElapsed();
+        if (handedOver >= 0)
+            longest = std::max(longest, now - last);
+        last = now;
+    });
+    ticks.start();
+    if (!historyIn(controller) || controller.conversations().isEmpty())
+        return 1;
+    const qint64 filled = timer.elapsed();
+    spinUntil([&] { return timer.elapsed() > filled + 300; });
+    ticks.stop();
+    std::printf("%.1f %.1f\n", double(longest) / 1e6, double(taken - handedOver) / 1e6);
+    return 0;
+}
+
 struct MessageCost {
     double receivedMillis = -1; // UI thread, a received message
     double sentMillis = -1;     // UI thread, a sent one: stored, sent, delivered
@@ -1169,6 +1215,17 @@ QList<Row> largeHistoryRows(const QString& directory, int messages, unsigned par
                                 .arg(median(indexedPeaks), 0, 'f', 0),
                             QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
             }
+            const QList<QList<double>> handOver =
+                childColumns({QStringLiteral("--hand-over"), path});
+            if (handOver.size() == 2)
+                rows << Row{QStringLiteral("the UI thread's longest step from the history's "
+                                           "hand-over until the list is filled (the hand-over "
+                                           "itself), %1")
+                                .arg(shape),
+                            QStringLiteral("%1 ms (%2 ms)")
+                                .arg(median(handOver.at(0)), 0, 'f', 1)
+                                .arg(median(handOver.at(1)), 0, 'f', 1),
+                            QStringLiteral("≤ 16 ms"), median(handOver.at(0)) <= 16};
         }
         // Last: the fold rewrites the file.
         if (parts & foldPart) {
@@ -1253,6 +1310,8 @@ int main(int argc, char* argv[]) {
         return printFold(arguments.at(2));
     if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--reload"))
         return printReload(arguments.at(2));
+    if (arguments.size() == 3 && arguments.at(1) == QStringLiteral("--hand-over"))
+        return printHandOver(arguments.at(2));
     if (arguments.size() == 2 && arguments.at(1) == QStringLiteral("--million")) {
         QTemporaryDir scratch;
         printTable(largeHistoryRows(scratch.path(), millionMessages, allParts));
