@@ -5,6 +5,7 @@
 #include "controller/conversation_json.h"
 #include "controller/conversation_store.h"
 #include "controller/json_scanner.h"
+#include "controller/unsettled_messages.h"
 
 #include <array>
 #include <cmath>
@@ -34,11 +35,15 @@ class JsonReader : JsonScanner {
 public:
     // `readUpTo`, when given, is told between messages how far the reader
     // has come, now and then: it never looks at the bytes before again.
+    // `unsettled`, when given, has the unsettled messages of each
+    // conversation of a file noted.
     explicit JsonReader(QByteArrayView json,
-                        const std::function<void(qsizetype)>* readUpTo = nullptr)
+                        const std::function<void(qsizetype)>* readUpTo = nullptr,
+                        UnsettledMessages* unsettled = nullptr)
         : JsonScanner(json)
         , m_readUpTo(readUpTo)
-        , m_reported(json.data()) {}
+        , m_reported(json.data())
+        , m_unsettled(unsettled) {}
 
     bool file(QList<Conversation>& out) {
         m_texts.emplace();
@@ -46,6 +51,9 @@ public:
                 Conversation c;
                 if (!conversation(c))
                     return false;
+                if (m_unsettled)
+                    m_unsettled->note(c.target, c.messages, std::exchange(m_sendingRows, {}),
+                                      std::exchange(m_awaitingRows, {}));
                 out.append(std::move(c));
                 return true;
             }))
@@ -309,10 +317,16 @@ private:
             if (is(key, "messages")) {
                 seen |= messages;
                 c.messages.clear();
+                m_sendingRows.clear();
+                m_awaitingRows.clear();
                 return array([&] {
                     ChatMessage m;
                     if (!message(m))
                         return false;
+                    if (UnsettledMessages::isSending(m))
+                        m_sendingRows.append(c.messages.size());
+                    else if (UnsettledMessages::isAwaitingAck(m))
+                        m_awaitingRows.append(c.messages.size());
                     c.messages.append(std::move(m));
                     if (m_readUpTo && m_p - m_reported >= readReportBytes) {
                         m_reported = m_p;
@@ -339,6 +353,10 @@ private:
 
     const std::function<void(qsizetype)>* const m_readUpTo;
     const char* m_reported;
+    UnsettledMessages* const m_unsettled;
+    // Of the conversation being read.
+    QList<qsizetype> m_sendingRows;
+    QList<qsizetype> m_awaitingRows;
     // The texts of a whole file share blocks; a journal record's few texts
     // get an allocation each, so that no block outlives its use.
     std::optional<MessageTextBlocks> m_texts;
@@ -351,9 +369,10 @@ std::optional<QList<Conversation>> decodeConversations(QByteArrayView json) {
 }
 
 std::optional<QList<Conversation>>
-decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo) {
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo,
+                    UnsettledMessages* unsettled) {
     QList<Conversation> conversations;
-    if (!JsonReader(json, readUpTo ? &readUpTo : nullptr).file(conversations))
+    if (!JsonReader(json, readUpTo ? &readUpTo : nullptr, unsettled).file(conversations))
         return std::nullopt;
     return conversations;
 }

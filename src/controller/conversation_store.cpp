@@ -157,7 +157,8 @@ public:
 
     // Reads what is on the disk, with what this process could not write
     // applied on top. Only while the thread writes nothing (after flush()).
-    QList<Conversation> load() {
+    // `unsettled`, when given, gets where the unsettled messages are.
+    QList<Conversation> load(UnsettledMessages* unsettled = nullptr) {
         bool held = false;
         {
             std::lock_guard lock(m_mutex);
@@ -168,6 +169,10 @@ public:
         const bool merged = m_written && m_unsaved && history.safeToReplace;
         if (merged)
             Journal::apply(conversations, Journal::diff(*m_written, *m_unsaved));
+        if (unsettled)
+            *unsettled = history.unsettled.in(conversations);
+        // Let go here: what it noted shares the lists it was noted in.
+        history.unsettled = {};
         if (!held && !history.safeToReplace)
             setError(history.problem);
         adopt(std::move(history));
@@ -278,7 +283,8 @@ private:
     }
 
     void readForOwner() {
-        QList<Conversation> conversations = load();
+        UnsettledMessages unsettled;
+        QList<Conversation> conversations = load(&unsettled);
         {
             std::lock_guard lock(m_mutex);
             if (m_backgroundLoad == BackgroundLoad::running)
@@ -288,10 +294,10 @@ private:
         ConversationStore* owner = m_owner;
         QMetaObject::invokeMethod(
             owner,
-            [owner, conversations = std::move(conversations)] {
+            [owner, conversations = std::move(conversations), unsettled = std::move(unsettled)] {
                 owner->m_writer->handedOver();
                 owner->m_loaded = true;
-                Q_EMIT owner->loaded(conversations);
+                Q_EMIT owner->loaded(conversations, unsettled);
             },
             Qt::QueuedConnection);
     }
@@ -304,7 +310,7 @@ private:
         History history = readHistory(m_path, m_journalPath, true);
         HistoryReread reread;
         if (history.safeToReplace && m_written)
-            shareUnchanged(history.conversations, *m_written);
+            shareUnchanged(history.conversations, *m_written, &history.unsettled);
         // Nobody wrote meanwhile: the main thread keeps what it has.
         reread.unchanged = history.safeToReplace && m_written &&
                            history.conversations.size() == m_written->size() &&
@@ -316,8 +322,10 @@ private:
             reread.conversations = history.conversations;
             if (m_written && m_unsaved && history.safeToReplace)
                 Journal::apply(reread.conversations, Journal::diff(*m_written, *m_unsaved));
+            reread.unsettled = history.unsettled.in(reread.conversations);
             reread.base = m_unsaved ? m_unsaved : m_written;
         }
+        history.unsettled = {};
         m_rereadHistory = std::move(history);
         ConversationStore* owner = m_owner;
         QMetaObject::invokeMethod(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "controller/unsettled_messages.h"
 #include "model/conversation.h"
 
 #include <QByteArray>
@@ -17,6 +18,8 @@ struct HistoryReread {
     // What the other process left, with the changes this store could not
     // write on top.
     QList<Conversation> conversations;
+    // Where their unsettled messages are.
+    UnsettledMessages unsettled;
     // The snapshot those changes run up to (what was written, when nothing
     // waited): changes made since it go on top too. None: the conversations
     // stand as they are.
@@ -130,8 +133,9 @@ Q_SIGNALS:
     // writing thread): rereadInBackground() (or load()) now, to read what it
     // left and write again.
     void historyReleased();
-    // What loadInBackground() read; emitted on this object's thread.
-    void loaded(const QList<Conversation>& conversations);
+    // What loadInBackground() read, and where its unsettled messages are;
+    // emitted on this object's thread.
+    void loaded(const QList<Conversation>& conversations, const UnsettledMessages& unsettled);
     // What rereadInBackground() read; emitted on this object's thread.
     void reread(const HistoryReread& reread);
 
@@ -156,6 +160,8 @@ bool encodeConversations(const QList<Conversation>& conversations, qsizetype blo
 std::optional<QList<Conversation>> decodeConversations(QByteArrayView json);
 // The same, reading `json` front to back once: `readUpTo` is told now and
 // then how many bytes have been read, which the reader never looks at again
-// (so that the caller can let them go from memory).
+// (so that the caller can let them go from memory). `unsettled`, when given,
+// has the unsettled messages of each conversation read noted.
 std::optional<QList<Conversation>>
-decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo);
+decodeConversations(QByteArrayView json, const std::function<void(qsizetype)>& readUpTo,
+                    UnsettledMessages* unsettled = nullptr);

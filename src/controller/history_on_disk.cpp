@@ -152,15 +152,22 @@ FileId fileId(const QFile& file) {
 #endif
 }
 
-void shareUnchanged(QList<Conversation>& read, const QList<Conversation>& known) {
+void shareUnchanged(QList<Conversation>& read, const QList<Conversation>& known,
+                    UnsettledMessages* unsettled) {
     QHash<QString, const Conversation*> byKey;
     byKey.reserve(known.size());
     for (const Conversation& conversation : known)
         byKey.insert(conversation.target.conversationKey(), &conversation);
     for (Conversation& conversation : read) {
-        const auto found = byKey.constFind(conversation.target.conversationKey());
-        if (found != byKey.cend() && **found == conversation)
-            conversation = **found;
+        const QString key = conversation.target.conversationKey();
+        const auto found = byKey.constFind(key);
+        if (found == byKey.cend() || !(**found == conversation))
+            continue;
+        // The same messages at the same rows.
+        if (unsettled)
+            unsettled->note(conversation.target, (*found)->messages, unsettled->sendingRows(key),
+                            unsettled->awaitingRows(key));
+        conversation = **found;
     }
 }
 
@@ -184,12 +191,15 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
     } else {
         bytes.emplace(file);
         history.base = fileId(file);
-        auto decoded = bytes->failed() ? std::nullopt
-                                       : decodeConversations(bytes->view(), [&](qsizetype read) {
-                                             bytes->readUpTo(read);
-                                         });
+        UnsettledMessages unsettled;
+        auto decoded =
+            bytes->failed()
+                ? std::nullopt
+                : decodeConversations(
+                      bytes->view(), [&](qsizetype read) { bytes->readUpTo(read); }, &unsettled);
         if (decoded) {
             history.conversations = std::move(*decoded);
+            history.unsettled = std::move(unsettled);
         } else {
             qCWarning(lcStore) << "undecodable history" << path;
             bytes->release();
@@ -223,7 +233,10 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
     }
     const QByteArray records = journal.readAll();
     const Journal::Replay replay = Journal::read(records, bytes ? bytes->view() : QByteArrayView());
-    Journal::apply(history.conversations, replay.records);
+    if (!replay.records.isEmpty()) {
+        Journal::apply(history.conversations, replay.records);
+        history.unsettled = history.unsettled.in(history.conversations);
+    }
     using End = Journal::Replay::End;
     history.journalAppendable = replay.end == End::complete;
     history.journalBytes = records.size();

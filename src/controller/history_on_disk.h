@@ -3,6 +3,7 @@
 // lets the history go.
 #pragma once
 
+#include "controller/unsettled_messages.h"
 #include "model/conversation.h"
 
 #include <QFile>
@@ -37,6 +38,7 @@ struct History {
     bool safeToReplace = false;
     QString problem; // why it may not
     QList<Conversation> conversations;
+    UnsettledMessages unsettled;    // where they are in `conversations`
     FileId base;                    // the file read (none when there was none)
     bool journalAppendable = false; // the journal continues the file and ends cleanly
     qint64 journalBytes = 0;
@@ -51,6 +53,8 @@ History readHistory(const QString& path, const QString& journalPath, bool mayMov
 // Each conversation read that is as `known` has it becomes known's copy:
 // read back, a history shares what did not change with the one in memory
 // (and what is read is let go of here, not where the copy is kept).
-void shareUnchanged(QList<Conversation>& read, const QList<Conversation>& known);
+// `unsettled`, noted for `read`, follows.
+void shareUnchanged(QList<Conversation>& read, const QList<Conversation>& known,
+                    UnsettledMessages* unsettled = nullptr);
 
 } // namespace HistoryOnDisk

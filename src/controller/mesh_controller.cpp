@@ -114,7 +114,8 @@ void MeshController::loadRememberedDevice() {
 // The history read on the store's thread. What came before it (messages the
 // radio pushed, conversations of its lists, messages sent) goes after what
 // was read, into the same conversations.
-void MeshController::takeLoadedConversations(const QList<Conversation>& history) {
+void MeshController::takeLoadedConversations(const QList<Conversation>& history,
+                                             const UnsettledMessages& unsettled) {
     if (m_historyLoaded)
         return;
     ConversationMap merged;
@@ -144,7 +145,7 @@ void MeshController::takeLoadedConversations(const QList<Conversation>& history)
     Q_EMIT conversationsChanged();
     recountUnreadMentions();
     refreshTotalUnreadCount();
-    resumeDeliveryTracking();
+    resumeDeliveryTracking(unsettled);
     if (arrived)
         saveConversations();
     updateBadge();
@@ -178,7 +179,7 @@ void MeshController::takeRereadConversations(const HistoryReread& reread) {
         Q_EMIT conversationsReset();
         Q_EMIT conversationsChanged();
         // Conversations read back as they were keep their tracking.
-        resumeDeliveryTracking(&before);
+        resumeDeliveryTracking(reread.unsettled, &before);
     }
     m_store->takeReread(m_conversations.values());
     assign(m_historyWritable, m_store->isWritable(), &MeshController::historyWritableChanged);

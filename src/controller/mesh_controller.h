@@ -37,6 +37,7 @@
 class Clock;
 class ConversationStore;
 struct HistoryReread;
+class UnsettledMessages;
 class MeshLink;
 class NodeBookStore;
 class Notifier;
@@ -548,8 +549,10 @@ private:
     void confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis);
     // After loading: a message left `sending` is failed, and each `sent` one
     // with its expected acknowledgement waits for its confirmation again.
-    // Skips the conversations whose messages `known` shares.
-    void resumeDeliveryTracking(const ConversationMap* known = nullptr);
+    // Only the messages `unsettled` finds are looked at; skips the
+    // conversations whose messages `known` shares.
+    void resumeDeliveryTracking(const UnsettledMessages& unsettled,
+                                const ConversationMap* known = nullptr);
     void forgetStaleAcknowledgements();
     void saveConversations();
     void refreshTotalUnreadCount();
@@ -589,7 +592,8 @@ private:
     void upsertContact(const Contact& contact);
 
     void loadPreferences();
-    void takeLoadedConversations(const QList<Conversation>& history);
+    void takeLoadedConversations(const QList<Conversation>& history,
+                                 const UnsettledMessages& unsettled);
     void reloadConversations();
     void takeRereadConversations(const HistoryReread& reread);
     void setHistoryError(const QString& error);

@@ -3,6 +3,7 @@
 
 #include "controller/conversation_store.h"
 #include "controller/mesh_controller.h"
+#include "controller/unsettled_messages.h"
 #include "notifications/notifier.h"
 #include "protocol/mesh_protocol.h"
 #include "time/clock.h"
@@ -216,9 +217,13 @@ void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundT
         markDelivered(sent->id, sent->target, roundTripMillis);
 }
 
-void MeshController::resumeDeliveryTracking(const ConversationMap* known) {
+void MeshController::resumeDeliveryTracking(const UnsettledMessages& unsettled,
+                                            const ConversationMap* known) {
     using State = ChatMessage::DeliveryState;
     bool changed = false;
+    // The sent messages the reader found, brought up to the lists as they
+    // are now (with what came meanwhile); the radio may still confirm them.
+    QHash<std::uint32_t, SentMessage> acks = unsettled.awaitedAcks();
     // Only reads, so that the lists stay shared with the writer's copy of
     // the history: a message is changed (its chunk copied) where it fails.
     for (auto it = m_conversations.begin(); it != m_conversations.end(); ++it) {
@@ -228,20 +233,18 @@ void MeshController::resumeDeliveryTracking(const ConversationMap* known) {
             if (was != known->cend() && was->messages.isSharedWith(messages))
                 continue;
         }
-        for (qsizetype row = 0; row < messages.size(); ++row) {
-            const ChatMessage& message = messages.at(row);
-            // The radio may still confirm it.
-            if (message.deliveryState == State::sent && message.expectedAck)
-                m_outgoing.awaitingAck.insert(*message.expectedAck, {message.id, it->target});
+        for (const qsizetype row : unsettled.follow(it->target, messages, acks)) {
             // Its transmission ended with the run that stored it (or, read
             // back from another run, with that one).
-            if (message.deliveryState == State::sending &&
-                !m_outgoing.transmitting.contains(message.id)) {
+            if (!m_outgoing.transmitting.contains(messages.at(row).id)) {
                 it->messages[row].deliveryState = State::failed;
                 changed = true;
             }
         }
     }
+    unsettled.forgetGone(acks,
+                         [this](const QString& key) { return !m_conversations.contains(key); });
+    m_outgoing.awaitingAck = std::move(acks);
     if (changed)
         saveConversations();
 }

@@ -15,6 +15,8 @@
 struct SentMessage {
     QUuid id;
     ConversationID target;
+
+    bool operator==(const SentMessage&) const = default;
 };
 
 struct OutgoingMessages {

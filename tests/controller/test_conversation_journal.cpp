@@ -3,6 +3,7 @@
 
 #include "controller/conversation_journal.h"
 #include "controller/conversation_store.h"
+#include "controller/unsettled_messages.h"
 #include "history_samples.h"
 
 #include <QElapsedTimer>
@@ -26,6 +27,43 @@ QByteArray journalOf(const QByteArray& base, QList<Conversation> start,
         start = state;
     }
     return journal;
+}
+
+// Every other message of each conversation sent and awaiting its
+// acknowledgement, every fourth still being sent, so that both sit at the
+// ends of chunks; each acknowledgement code is the history's own.
+QList<Conversation> unsettled(QList<Conversation> history) {
+    std::uint32_t code = 0;
+    for (Conversation& conversation : history) {
+        for (qsizetype row = 0; row < conversation.messages.size(); ++row) {
+            ChatMessage& m = conversation.messages[row];
+            m.expectedAck = ++code;
+            m.deliveryState = row % 2 == 0   ? ChatMessage::DeliveryState::sent
+                              : row % 4 == 1 ? ChatMessage::DeliveryState::sending
+                                             : ChatMessage::DeliveryState::delivered;
+        }
+    }
+    return history;
+}
+
+QList<qsizetype> rowsWhere(const MessageList& messages, bool (*is)(const ChatMessage&)) {
+    QList<qsizetype> rows;
+    for (qsizetype row = 0; row < messages.size(); ++row) {
+        if (is(messages.at(row)))
+            rows.append(row);
+    }
+    return rows;
+}
+
+QHash<std::uint32_t, SentMessage> awaitedIn(const QList<Conversation>& history) {
+    QHash<std::uint32_t, SentMessage> acks;
+    for (const Conversation& conversation : history) {
+        for (const ChatMessage& m : conversation.messages) {
+            if (UnsettledMessages::isAwaitingAck(m))
+                acks.insert(*m.expectedAck, {m.id, conversation.target});
+        }
+    }
+    return acks;
 }
 
 } // namespace
@@ -99,6 +137,42 @@ private slots:
         const Journal::Replay replay = Journal::read(journalOf(base, before, {after}), base);
         QCOMPARE(replay.end, Journal::Replay::End::complete);
         QVERIFY(replay.records == diff);
+    }
+
+    // Where the unsettled messages are, noted as the file is read, follows
+    // each change: on the store's thread for the history it hands over, and
+    // on the UI thread for what it made of that meanwhile, where the awaited
+    // acknowledgements of what the change took away are let go of.
+    void unsettledMessagesFollowTheChange_data() { diffThenApplyGivesTheNewHistory_data(); }
+    void unsettledMessagesFollowTheChange() {
+        QFETCH(Change, change);
+        QFETCH(int, messages);
+        UnsettledMessages noted;
+        const auto read =
+            decodeConversations(encodeConversations(unsettled(history(5, messages))), {}, &noted);
+        QVERIFY(read);
+        QList<Conversation> after = *read;
+        change(after);
+
+        const UnsettledMessages handedOver = noted.in(after);
+        const UnsettledMessages asRead = noted.in(*read);
+        QVERIFY(asRead.awaitedAcks() == awaitedIn(*read));
+        QHash<std::uint32_t, SentMessage> acks = asRead.awaitedAcks();
+        for (const Conversation& conversation : std::as_const(after)) {
+            const QString key = conversation.target.conversationKey();
+            const auto sending = rowsWhere(conversation.messages, &UnsettledMessages::isSending);
+            QCOMPARE(handedOver.sendingRows(key), sending);
+            QCOMPARE(handedOver.awaitingRows(key),
+                     rowsWhere(conversation.messages, &UnsettledMessages::isAwaitingAck));
+            QCOMPARE(asRead.follow(conversation.target, conversation.messages, acks), sending);
+        }
+        asRead.forgetGone(acks, [&](const QString& key) {
+            return std::none_of(after.cbegin(), after.cend(), [&](const Conversation& c) {
+                return c.target.conversationKey() == key;
+            });
+        });
+        QVERIFY(handedOver.awaitedAcks() == awaitedIn(after));
+        QVERIFY(acks == awaitedIn(after));
     }
 
     // The writer's comparison of the snapshot it wrote with the next, one

@@ -756,6 +756,39 @@ private Q_SLOTS:
         QVERIFY(onDisk == rig.controller->conversations());
     }
 
+    // Sent while the history is read, into a long conversation of it: once
+    // the history is in, the message and the history's own sent ones are
+    // still confirmed by the radio, and one left sending is failed.
+    void aMessageSentWhileTheHistoryIsReadIsStillConfirmed() {
+        using State = ChatMessage::DeliveryState;
+        QList<Conversation> history = HistorySamples::history(3, 6'000);
+        MessageList& messages = history[1].messages; // a contact's, outgoing at even rows
+        messages[8].deliveryState = State::sent;
+        messages[1'500].deliveryState = State::sending;
+        messages[1'998].deliveryState = State::sent;
+        const std::uint32_t ack = *messages.at(1'998).expectedAck;
+        ControllerRig rig(false);
+        HistoryHeldBack disk(rig.historyPath());
+        QVERIFY(disk.isMade());
+        rig.buildController(false);
+        rig.connectQuietly();
+        const ConversationID target = history[1].target;
+        rig.controller->sendMessage(QStringLiteral("while reading"), target);
+        rig.deliver(Events::MessageSent{0, 0xabcdu, 4000});
+        disk.handOver(encodeConversations(history));
+        QVERIFY(historyIn(*rig.controller));
+
+        rig.deliver(Events::SendConfirmed{0xabcdu, 900});
+        rig.deliver(Events::SendConfirmed{ack, 700});
+        const MessageList& now = rig.controller->conversations()[target.conversationKey()].messages;
+        QCOMPARE(now.size(), 2'001);
+        QCOMPARE(now.last().deliveryState, State::delivered);
+        QCOMPARE(now.at(1'998).deliveryState, State::delivered);
+        QCOMPARE(now.at(1'998).roundTripMillis, 700u);
+        QCOMPARE(now.at(8).deliveryState, State::sent); // its confirmation has not come
+        QCOMPARE(now.at(1'500).deliveryState, State::failed);
+    }
+
     // The store's error is the controller's historyError: shown while saves
     // fail, cleared by the next that succeeds.
     void historyErrorFollowsTheStore() {
