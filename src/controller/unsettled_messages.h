@@ -38,10 +38,10 @@ public:
     // in().
     const QHash<std::uint32_t, SentMessage>& awaitedAcks() const { return m_acks; }
 
-    // Brings awaitedAcks() (copied into `acks`) up to `messages`, a version
-    // of the list of the conversation with `target`, and returns its rows
-    // still being sent. Shared chunks cost nothing; the others are looked
-    // through, and their old rows' acknowledgements are let go of.
+    // For `messages`, a version of the list of the conversation with
+    // `target`: brings `acks` (a copy of awaitedAcks()) up to it and returns
+    // its rows still being sent. Shared chunks cost nothing; the others are
+    // looked through, and the acknowledgements of their old rows let go of.
     QList<qsizetype> follow(const ConversationID& target, const MessageList& messages,
                             QHash<std::uint32_t, SentMessage>& acks) const;
     // Lets go of the acknowledgements of the conversations noted that
@@ -61,7 +61,7 @@ private:
         QList<qsizetype> sending;
         QList<qsizetype> awaiting;
     };
-    // The rows of `messages` in [first, end) noted or found.
+    // Appends the rows of `rows` (ascending) in [first, end) to `out`.
     static void appendRows(const QList<qsizetype>& rows, qsizetype first, qsizetype end,
                            QList<qsizetype>& out);
     static void forgetRows(const Noted& noted, qsizetype first, qsizetype end,
