@@ -1010,7 +1010,7 @@ QList<Row> scrollRows(const QString& path, const QString& shape) {
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
     const QList<QList<double>> c = childColumns({QStringLiteral("--scroll"), path}, 3, environment);
-    if (c.size() != 9)
+    if (c.size() != 10)
         return {};
     const auto m = [&](int column) { return median(c.at(column)); };
     // The median, 95th percentile and worst frame, from `first` on.

@@ -251,6 +251,18 @@ private Q_SLOTS:
             return findVisualItem(itemAtIndex(list, 1), u"failureMark"_s);
         };
         QTRY_VERIFY(bubbleMark() && !bubbleMark()->isVisible());
+
+        // Its delivery report unfolds under it, and folds away again.
+        auto* toggle = findVisualItem(itemAtIndex(list, 1), u"reportToggle"_s);
+        QVERIFY(toggle && toggle->isVisible());
+        const auto card = [&] { return findVisualItem(itemAtIndex(list, 1), u"reportCard"_s); };
+        QVERIFY(!card() || !card()->isVisible());
+        QMetaObject::invokeMethod(toggle, "clicked");
+        QTRY_VERIFY(card() && card()->isVisible() && card()->height() > 20);
+        QTRY_COMPARE(card()->height(), card()->implicitHeight());
+        QVERIFY(findVisualItem(card(), u"reportLine"_s));
+        QMetaObject::invokeMethod(toggle, "clicked");
+        QTRY_VERIFY(!card() || !card()->isVisible());
     }
 
     // Bubbles that wrap are only measured once laid out; the chat still
@@ -401,8 +413,10 @@ private Q_SLOTS:
         QVERIFY(divider && divider->isVisible());
         QCOMPARE(textOf(findVisualItem(divider, u"unreadDividerText"_s)),
                  u"%1 new messages"_s.arg(unread));
-        QVERIFY(
-            !findVisualItem(itemAtIndex(list, firstUnread + 1), u"unreadDivider"_s)->isVisible());
+        QQuickItem* next = itemAtIndex(list, firstUnread + 1);
+        QVERIFY(next);
+        const QQuickItem* noDivider = findVisualItem(next, u"unreadDivider"_s);
+        QVERIFY(!noDivider || !noDivider->isVisible());
         if (dividerAtTop) {
             // The divider at the top of the view, the first unread message below it.
             QTRY_VERIFY2(qAbs(topOf(firstUnread) - 16) <= 1,

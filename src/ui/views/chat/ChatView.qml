@@ -283,7 +283,7 @@ Rectangle {
             leftMargin: 18
             rightMargin: 18
             reuseItems: true
-            cacheBuffer: 1200
+            cacheBuffer: 0
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
                 onPressedChanged: {
