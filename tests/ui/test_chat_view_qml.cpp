@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWheelEvent>
 #include <QtQml/qqmlextensionplugin.h>
 #include <cmath>
 
@@ -299,6 +300,20 @@ private Q_SLOTS:
             QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
                          qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
+
+        // Wheeled up, the list stays where the user took it while the rows
+        // that come into view are measured.
+        const QPointF middle = list->mapToScene(QPointF(list->width() / 2, list->height() / 2));
+        for (int i = 0; i < 6; ++i) {
+            QWheelEvent wheel(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton,
+                              Qt::NoModifier, Qt::NoScrollPhase, false);
+            QGuiApplication::sendEvent(view.get(), &wheel);
+            QTest::qWait(20);
+        }
+        QTRY_VERIFY(!list->property("moving").toBool());
+        QTest::qWait(200);
+        QVERIFY2(lastBubbleGap() < -30, qPrintable(QString::number(lastBubbleGap())));
+        QVERIFY(!view->rootObject()->property("pinned").toBool());
     }
 
     // A bubble is as wide as its text or its sender's name, at most its
