@@ -766,22 +766,27 @@ void ScreenshotTour::scrollUpAndReceive() {
 
 // Unfolds the report card of the newest delivered message on screen.
 void ScreenshotTour::openLastReportCard() {
-    auto* window = m_engine->rootObjects().isEmpty()
-                       ? nullptr
-                       : qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
-    if (!window)
+    auto* list = qobject_cast<QQuickItem*>(find("messageList"));
+    if (!list)
         return;
+    // Wholly in the list's view.
+    const auto onScreen = [list](QQuickItem* item) {
+        const QRectF area = item->mapRectToItem(list, item->boundingRect());
+        return item->isVisible() && area.top() >= 0 && area.bottom() <= list->height();
+    };
     QQuickItem* last = nullptr;
-    // Delegates hang off the list's content item, not off their QObject parent.
+    // Delegates hang off the list's content item, not off their QObject
+    // parent; those the list keeps for reuse are hidden there.
     std::function<void(QQuickItem*)> visit = [&](QQuickItem* item) {
-        if (item->property("messageId").isValid() && item->property("outgoing").toBool() &&
+        if (onScreen(item) && item->property("messageId").isValid() &&
+            item->property("outgoing").toBool() &&
             item->property("stateSymbol").toString() == QStringLiteral("checkmark.circle.fill") &&
             (!last || item->property("index").toInt() > last->property("index").toInt()))
             last = item;
         for (QQuickItem* child : item->childItems())
             visit(child);
     };
-    visit(window->contentItem());
+    visit(list);
     if (last)
         last->setProperty("expanded", true);
 }

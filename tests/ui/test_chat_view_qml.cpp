@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWheelEvent>
 #include <QtQml/qqmlextensionplugin.h>
 #include <cmath>
 
@@ -251,6 +252,18 @@ private Q_SLOTS:
             return findVisualItem(itemAtIndex(list, 1), u"failureMark"_s);
         };
         QTRY_VERIFY(bubbleMark() && !bubbleMark()->isVisible());
+
+        // Its delivery report unfolds under it, and folds away again.
+        auto* toggle = findVisualItem(itemAtIndex(list, 1), u"reportToggle"_s);
+        QVERIFY(toggle && toggle->isVisible());
+        const auto card = [&] { return findVisualItem(itemAtIndex(list, 1), u"reportCard"_s); };
+        QVERIFY(!card() || !card()->isVisible());
+        QMetaObject::invokeMethod(toggle, "clicked");
+        QTRY_VERIFY(card() && card()->isVisible() && card()->height() > 20);
+        QTRY_COMPARE(card()->height(), card()->implicitHeight());
+        QVERIFY(findVisualItem(card(), u"reportLine"_s));
+        QMetaObject::invokeMethod(toggle, "clicked");
+        QTRY_VERIFY(!card() || !card()->isVisible());
     }
 
     // Bubbles that wrap are only measured once laid out; the chat still
@@ -287,6 +300,20 @@ private Q_SLOTS:
             QTRY_VERIFY2(qAbs(lastBubbleGap() - 16) <= 1,
                          qPrintable(u"%1 at width %2"_s.arg(lastBubbleGap()).arg(width)));
         }
+
+        // Wheeled up, the list stays where the user took it while the rows
+        // that come into view are measured.
+        const QPointF middle = list->mapToScene(QPointF(list->width() / 2, list->height() / 2));
+        for (int i = 0; i < 6; ++i) {
+            QWheelEvent wheel(middle, view->mapToGlobal(middle), {}, {0, 120}, Qt::NoButton,
+                              Qt::NoModifier, Qt::NoScrollPhase, false);
+            QGuiApplication::sendEvent(view.get(), &wheel);
+            QTest::qWait(20);
+        }
+        QTRY_VERIFY(!list->property("moving").toBool());
+        QTest::qWait(200);
+        QVERIFY2(lastBubbleGap() < -30, qPrintable(QString::number(lastBubbleGap())));
+        QVERIFY(!view->rootObject()->property("pinned").toBool());
     }
 
     // A bubble is as wide as its text or its sender's name, at most its
@@ -401,8 +428,10 @@ private Q_SLOTS:
         QVERIFY(divider && divider->isVisible());
         QCOMPARE(textOf(findVisualItem(divider, u"unreadDividerText"_s)),
                  u"%1 new messages"_s.arg(unread));
-        QVERIFY(
-            !findVisualItem(itemAtIndex(list, firstUnread + 1), u"unreadDivider"_s)->isVisible());
+        QQuickItem* next = itemAtIndex(list, firstUnread + 1);
+        QVERIFY(next);
+        const QQuickItem* noDivider = findVisualItem(next, u"unreadDivider"_s);
+        QVERIFY(!noDivider || !noDivider->isVisible());
         if (dividerAtTop) {
             // The divider at the top of the view, the first unread message below it.
             QTRY_VERIFY2(qAbs(topOf(firstUnread) - 16) <= 1,

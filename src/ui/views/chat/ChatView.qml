@@ -283,12 +283,12 @@ Rectangle {
             leftMargin: 18
             rightMargin: 18
             reuseItems: true
-            cacheBuffer: 1200
+            cacheBuffer: 0
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {
                 onPressedChanged: {
                     if (pressed)
-                        view.holdingFirstUnread = false
+                        list.letGo()
                     else
                         list.settleMoved()
                 }
@@ -297,8 +297,14 @@ Rectangle {
             Accessible.role: Accessible.List
             Accessible.name: chatModel.title
 
-            onMovementStarted: view.holdingFirstUnread = false
+            onMovementStarted: letGo()
             onMovementEnded: settleMoved()
+            // The user moves the list: rows that come into view and change
+            // its height must not pull it back to the end meanwhile.
+            function letGo() {
+                view.holdingFirstUnread = false
+                view.pinned = false
+            }
             // The user moved the list: at the end it follows again.
             function settleMoved() {
                 view.holdingFirstUnread = false

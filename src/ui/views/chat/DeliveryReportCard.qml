@@ -28,6 +28,7 @@ Rectangle {
             model: card.lines
             RowLayout {
                 id: line
+                objectName: "reportLine"
                 required property var modelData
                 Layout.fillWidth: true
                 spacing: 6

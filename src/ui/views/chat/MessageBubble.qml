@@ -86,12 +86,15 @@ Item {
         }
     }
 
-    UnreadDivider {
+    // Made only for the one row that has it.
+    Loader {
         id: unreadDivider
-        objectName: "unreadDivider"
-        visible: bubbleRow.firstUnread
+        active: bubbleRow.firstUnread
         width: bubbleRow.width
-        text: bubbleRow.dividerText
+        sourceComponent: UnreadDivider {
+            objectName: "unreadDivider"
+            text: bubbleRow.dividerText
+        }
     }
 
     // A search result's message is marked for a moment.
@@ -331,19 +334,24 @@ Item {
 
         // Unfolds and folds by growing and shrinking its height, so the rows
         // below move smoothly instead of jumping.
-        DeliveryReportCard {
+        // The card is made when it unfolds and let go once it has folded.
+        Loader {
             id: card
-            objectName: "reportCard"
             Layout.alignment: bubbleRow.outgoing ? Qt.AlignRight : Qt.AlignLeft
+            Layout.preferredWidth: implicitWidth
             Layout.preferredHeight: bubbleRow.expanded ? implicitHeight : 0
             Behavior on Layout.preferredHeight {
                 NumberAnimation { duration: 220; easing.type: Easing.OutCubic }
             }
             clip: true
-            lines: bubbleRow.expanded || visible ? bubbleRow.reportLines : []
+            active: bubbleRow.expanded || Layout.preferredHeight > 0
             visible: Layout.preferredHeight > 0
             opacity: bubbleRow.expanded ? 1 : 0
             Behavior on opacity { NumberAnimation { duration: 180 } }
+            sourceComponent: DeliveryReportCard {
+                objectName: "reportCard"
+                lines: bubbleRow.reportLines
+            }
         }
     }
 }
