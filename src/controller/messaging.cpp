@@ -52,9 +52,8 @@ bool OutgoingMessages::sweepDue(const QDateTime& now) {
     return true;
 }
 
-void OutgoingMessages::keepOnly(const QSet<QUuid>& recent) {
-    awaitingAck.removeIf(
-        [&recent](const auto& entry) { return !recent.contains(entry.value().id); });
+void OutgoingMessages::forgetSentBefore(const QDateTime& oldest) {
+    awaitingAck.removeIf([&oldest](const auto& entry) { return entry.value().sentAt < oldest; });
 }
 
 void MeshController::sendMessage(const QString& text, const ConversationID& target) {
@@ -161,7 +160,7 @@ QCoro::Task<void> MeshController::transmitMessage(ChatMessage message, Conversat
         co_return;
     }
     forgetStaleAcknowledgements();
-    m_outgoing.awaitingAck.insert(sent->expectedAck, {message.id, target});
+    m_outgoing.awaitingAck.insert(sent->expectedAck, {message.id, target, message.timestamp});
     markSent(message.id, target, sent->expectedAck, sent->estimatedTimeoutMillis);
 }
 
@@ -173,14 +172,16 @@ void MeshController::correctTransmission(const QUuid& id, const ConversationID& 
     using State = ChatMessage::DeliveryState;
     m_outgoing.forget(id);
     if (const auto* sent = std::get_if<Events::MessageSent>(&own); sent && target.isContact()) {
-        m_outgoing.awaitingAck.insert(sent->expectedAck, {id, target});
         // A delivery shown meanwhile came for the other message's code.
-        updateMessage(id, target, [sent](ChatMessage& m) {
+        QDateTime sentAt = m_clock->now();
+        updateMessage(id, target, [sent, &sentAt](ChatMessage& m) {
             m.deliveryState = State::sent;
             m.expectedAck = sent->expectedAck;
             m.estimatedTimeoutMillis = sent->estimatedTimeoutMillis;
             m.roundTripMillis.reset();
+            sentAt = m.timestamp;
         });
+        m_outgoing.awaitingAck.insert(sent->expectedAck, {id, target, sentAt});
         return;
     }
     const bool accepted = std::holds_alternative<Events::Ok>(own) && target.isChannel();
@@ -197,16 +198,7 @@ void MeshController::forgetStaleAcknowledgements() {
     const QDateTime now = m_clock->now();
     if (!m_outgoing.sweepDue(now))
         return;
-    const QDateTime oldest = now.addDays(-1);
-    QSet<QUuid> recent;
-    for (const Conversation& conversation : std::as_const(m_conversations)) {
-        for (const ChatMessage& message : conversation.messages) {
-            if (message.direction == ChatMessage::Direction::outgoing &&
-                message.timestamp >= oldest)
-                recent.insert(message.id);
-        }
-    }
-    m_outgoing.keepOnly(recent);
+    m_outgoing.forgetSentBefore(now.addDays(-1));
 }
 
 void MeshController::confirmDelivery(std::uint32_t ackCode, std::uint32_t roundTripMillis) {

@@ -15,6 +15,9 @@
 struct SentMessage {
     QUuid id;
     ConversationID target;
+    // The message's own time: a confirmation more than a day after it is
+    // no longer looked for.
+    QDateTime sentAt;
 
     bool operator==(const SentMessage&) const = default;
 };
@@ -31,6 +34,6 @@ struct OutgoingMessages {
     // Whether the look-up is due for its sweep at `now` (at most once an
     // hour, and only with something in it); a due sweep counts as done.
     bool sweepDue(const QDateTime& now);
-    // Forgets every awaited message not in `recent`.
-    void keepOnly(const QSet<QUuid>& recent);
+    // Forgets the awaited messages sent before `oldest`.
+    void forgetSentBefore(const QDateTime& oldest);
 };

@@ -81,7 +81,7 @@ UnsettledMessages::Noted UnsettledMessages::follow(const ConversationID& target,
             } else if (isAwaitingAck(message)) {
                 out.awaiting.append(row);
                 if (acks)
-                    acks->insert(*message.expectedAck, {message.id, target});
+                    acks->insert(*message.expectedAck, {message.id, target, message.timestamp});
             }
         }
     }
@@ -111,7 +111,7 @@ UnsettledMessages UnsettledMessages::in(const QList<Conversation>& history) cons
         const Noted& noted = *out.m_noted.constFind(conversation.target.conversationKey());
         for (const qsizetype row : noted.awaiting) {
             const ChatMessage& message = noted.messages.at(row);
-            out.m_acks.insert(*message.expectedAck, {message.id, noted.target});
+            out.m_acks.insert(*message.expectedAck, {message.id, noted.target, message.timestamp});
         }
     }
     return out;

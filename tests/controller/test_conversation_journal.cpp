@@ -60,7 +60,7 @@ QHash<std::uint32_t, SentMessage> awaitedIn(const QList<Conversation>& history) 
     for (const Conversation& conversation : history) {
         for (const ChatMessage& m : conversation.messages) {
             if (UnsettledMessages::isAwaitingAck(m))
-                acks.insert(*m.expectedAck, {m.id, conversation.target});
+                acks.insert(*m.expectedAck, {m.id, conversation.target, m.timestamp});
         }
     }
     return acks;
