@@ -575,6 +575,34 @@ private Q_SLOTS:
             QVERIFY(c.messages.isShared());
     }
 
+    // After a restart the radio's confirmation is still awaited for a day
+    // after the message was sent, and ignored after that.
+    void confirmationAfterRestart_data() {
+        QTest::addColumn<int>("hoursLater");
+        QTest::addColumn<bool>("confirmed");
+        QTest::newRow("an hour") << 1 << true;
+        QTest::newRow("a day and an hour") << 25 << false;
+    }
+    void confirmationAfterRestart() {
+        QFETCH(int, hoursLater);
+        QFETCH(bool, confirmed);
+        ControllerRig rig;
+        const auto alice = ConversationID::contact(keyOf('a'));
+        rig.connectQuietly();
+        rig.controller->sendMessage(QStringLiteral("waiting"), alice);
+        rig.deliver(Events::MessageSent{0, 0xff, 4000});
+        rig.store->flush();
+        rig.controller.reset();
+
+        rig.clock.advance(std::chrono::hours(hoursLater));
+        rig.buildController();
+        rig.connectQuietly();
+        rig.deliver(Events::SendConfirmed{0xff, 900});
+        using State = ChatMessage::DeliveryState;
+        QCOMPARE(rig.controller->conversations()["contact:" + keyOf('a')].messages[0].deliveryState,
+                 confirmed ? State::delivered : State::sent);
+    }
+
     // A message costs the UI thread as much at the end of a conversation of
     // 200,000 messages as of 2,000, while the store's writer holds the last
     // snapshot it wrote: nothing copies the conversation.
