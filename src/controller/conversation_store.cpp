@@ -122,9 +122,10 @@ public:
         m_wake.notify_one();
     }
 
-    void loadInBackground() {
+    void loadInBackground(const QDateTime& awaitedSince) {
         {
             std::lock_guard lock(m_mutex);
+            m_awaitedSince = awaitedSince;
             m_backgroundLoad = BackgroundLoad::wanted;
             ++m_submitted;
         }
@@ -157,6 +158,11 @@ public:
 
     // Reads what is on the disk, with what this process could not write
     // applied on top. Only while the thread writes nothing (after flush()).
+    QDateTime awaitedSince() const {
+        std::lock_guard lock(m_mutex);
+        return m_awaitedSince;
+    }
+
     // `unsettled`, when given, gets where the unsettled messages are.
     QList<Conversation> load(UnsettledMessages* unsettled = nullptr) {
         bool held = false;
@@ -170,7 +176,7 @@ public:
         if (merged)
             Journal::apply(conversations, Journal::diff(*m_written, *m_unsaved));
         if (unsettled)
-            *unsettled = history.unsettled.in(conversations);
+            *unsettled = history.unsettled.in(conversations, awaitedSince());
         // Let go here: what it noted shares the lists it was noted in.
         history.unsettled = {};
         if (!held && !history.safeToReplace)
@@ -322,7 +328,7 @@ private:
             reread.conversations = history.conversations;
             if (m_written && m_unsaved && history.safeToReplace)
                 Journal::apply(reread.conversations, Journal::diff(*m_written, *m_unsaved));
-            reread.unsettled = history.unsettled.in(reread.conversations);
+            reread.unsettled = history.unsettled.in(reread.conversations, awaitedSince());
             reread.base = m_unsaved ? m_unsaved : m_written;
         }
         history.unsettled = {};
@@ -334,11 +340,12 @@ private:
     }
 
 public:
-    void rereadWanted() {
+    void rereadWanted(const QDateTime& awaitedSince) {
         {
             std::lock_guard lock(m_mutex);
             if (!m_awaitingReload || m_reread != Reread::none)
                 return;
+            m_awaitedSince = awaitedSince;
             m_reread = Reread::wanted;
         }
         m_wake.notify_one();
@@ -691,6 +698,8 @@ private:
     enum class Reread { none, wanted, read, taken };
     Reread m_reread = Reread::none;
     std::optional<History> m_rereadHistory; // the writing thread's
+    // Confirmations of messages sent before it are no longer handed over.
+    QDateTime m_awaitedSince;
     QString m_error;
 
     std::thread m_thread; // started last, once everything above exists
@@ -739,9 +748,9 @@ QList<Conversation> ConversationStore::load() {
     return m_writer->load();
 }
 
-void ConversationStore::loadInBackground() {
+void ConversationStore::loadInBackground(const QDateTime& awaitedSince) {
     m_loaded = false;
-    m_writer->loadInBackground();
+    m_writer->loadInBackground(awaitedSince);
 }
 
 void ConversationStore::holdBackgroundLoad() {
@@ -752,8 +761,8 @@ void ConversationStore::releaseBackgroundLoad() {
     m_writer->holdLoad(false);
 }
 
-void ConversationStore::rereadInBackground() {
-    m_writer->rereadWanted();
+void ConversationStore::rereadInBackground(const QDateTime& awaitedSince) {
+    m_writer->rereadWanted(awaitedSince);
 }
 
 void ConversationStore::takeReread(QList<Conversation> history) {

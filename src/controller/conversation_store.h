@@ -81,8 +81,9 @@ public:
     // brings the conversations to this object's thread when they are read.
     // Until then nothing is written, and a store closed before then writes
     // nothing at all: no save and no fold of a history that was not (or not
-    // wholly) handed over.
-    void loadInBackground();
+    // wholly) handed over. Sent messages from before `awaitedSince` are not
+    // among the confirmations still awaited that come with them.
+    void loadInBackground(const QDateTime& awaitedSince = {});
     // A background load asked for waits to start until releaseBackgroundLoad()
     // (or a flush()): the app holds it while its window comes up, which then
     // has the machine's cores to itself. Writes go on meanwhile.
@@ -96,7 +97,7 @@ public:
     // writing thread and returns at once; reread() brings it here. Until
     // takeReread() nothing is written (a store closed meanwhile reads the
     // disk again and writes its unsaved changes on top, as ever).
-    void rereadInBackground();
+    void rereadInBackground(const QDateTime& awaitedSince = {});
     // What this process goes on with after reread(): written from now on,
     // and isWritable() is true again.
     void takeReread(QList<Conversation> history);

@@ -57,7 +57,7 @@ MeshController::MeshController(MeshLink* link, Clock* clock, Notifier* notifier,
         setHistoryError(m_store->error());
         m_historyWritable = m_store->isWritable();
         m_historyLoaded = false;
-        m_store->loadInBackground();
+        m_store->loadInBackground(m_clock->now().addDays(-1));
     }
 }
 
@@ -161,7 +161,7 @@ void MeshController::takeLoadedConversations(const QList<Conversation>& history,
 // read is in, that read finds what the other one left.
 void MeshController::reloadConversations() {
     if (m_store && m_historyLoaded)
-        m_store->rereadInBackground();
+        m_store->rereadInBackground(m_clock->now().addDays(-1));
 }
 
 // What the other one left, with this run's changes on top: those the store

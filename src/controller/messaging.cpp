@@ -237,12 +237,9 @@ void MeshController::resumeDeliveryTracking(const UnsettledMessages& unsettled,
     unsettled.forgetGone(acks,
                          [this](const QString& key) { return !m_conversations.contains(key); });
     m_outgoing.awaitingAck = std::move(acks);
-    // A history holds many sent messages the radio will never confirm now:
-    // those more than a day old are let go of here, with the history's
-    // arrival, rather than by the first message the user sends.
-    const QDateTime now = m_clock->now();
-    m_outgoing.forgetSentBefore(now.addDays(-1));
-    m_outgoing.sweptAt = now;
+    // The store left out the confirmations more than a day old; what came
+    // meanwhile is recent, so the next sweep is an hour away.
+    m_outgoing.sweptAt = m_clock->now();
     if (changed)
         saveConversations();
 }

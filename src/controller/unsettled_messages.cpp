@@ -97,7 +97,8 @@ QList<qsizetype> UnsettledMessages::follow(const ConversationID& target,
     return follow(target, messages, &acks).sending;
 }
 
-UnsettledMessages UnsettledMessages::in(const QList<Conversation>& history) const {
+UnsettledMessages UnsettledMessages::in(const QList<Conversation>& history,
+                                        const QDateTime& sentSince) const {
     UnsettledMessages out;
     out.m_noted.reserve(history.size());
     qsizetype awaiting = 0;
@@ -111,6 +112,8 @@ UnsettledMessages UnsettledMessages::in(const QList<Conversation>& history) cons
         const Noted& noted = *out.m_noted.constFind(conversation.target.conversationKey());
         for (const qsizetype row : noted.awaiting) {
             const ChatMessage& message = noted.messages.at(row);
+            if (sentSince.isValid() && message.timestamp < sentSince)
+                continue;
             out.m_acks.insert(*message.expectedAck, {message.id, noted.target, message.timestamp});
         }
     }

@@ -29,8 +29,9 @@ public:
     void note(const ConversationID& target, const MessageList& messages, QList<qsizetype> sending,
               QList<qsizetype> awaiting);
     // The same noted for each conversation of `history`, a later version of
-    // the one noted, with awaitedAcks() gathered for it.
-    UnsettledMessages in(const QList<Conversation>& history) const;
+    // the one noted, with awaitedAcks() gathered for it: those of messages
+    // sent from `sentSince` on, when it is valid.
+    UnsettledMessages in(const QList<Conversation>& history, const QDateTime& sentSince = {}) const;
 
     QList<qsizetype> sendingRows(const QString& key) const;
     QList<qsizetype> awaitingRows(const QString& key) const;
