@@ -1049,6 +1049,21 @@ bool writeHistory(const QString& path, int conversations, int messages) {
 QList<QList<double>> childColumns(const QStringList& arguments, int count = 3,
                                   const QProcessEnvironment& environment = {});
 
+// A child that prints the UI thread's longest step and a second figure (in
+// brackets, with `decimals` places), as a row that holds up to `limit` ms.
+QList<Row> longestStepRow(const QStringList& child, const QString& label, int decimals,
+                          double limit) {
+    const QList<QList<double>> c = childColumns(child);
+    if (c.size() != 2)
+        return {};
+    const double longest = median(c.at(0));
+    return {Row{label,
+                QStringLiteral("%1 ms (%2 ms)")
+                    .arg(longest, 0, 'f', 1)
+                    .arg(median(c.at(1)), 0, 'f', decimals),
+                QStringLiteral("≤ %1 ms").arg(limit), longest >= 0 && longest <= limit}};
+}
+
 // Scrolling the biggest conversation in the chat view, offscreen with the
 // software renderer (as the map's rows).
 QList<Row> scrollRows(const QString& path, const QString& shape) {
@@ -1137,17 +1152,12 @@ QList<Row> largeHistoryRows(const QString& directory, int messages, unsigned par
             rows << openBiggestRow(path, shape);
         }
         if (parts & reloadPart) {
-            const QList<QList<double>> reload = childColumns({QStringLiteral("--reload"), path});
-            if (reload.size() == 2)
-                rows << Row{QStringLiteral("another Talvenne lets go of the history: the UI "
-                                           "thread's longest step until it is read and written "
-                                           "again (that took), %1")
-                                .arg(shape),
-                            QStringLiteral("%1 ms (%2 ms)")
-                                .arg(median(reload.at(0)), 0, 'f', 1)
-                                .arg(median(reload.at(1)), 0, 'f', 0),
-                            QStringLiteral("≤ 50 ms"),
-                            median(reload.at(0)) >= 0 && median(reload.at(0)) <= 50};
+            rows << longestStepRow({QStringLiteral("--reload"), path},
+                                   QStringLiteral("another Talvenne lets go of the history: the "
+                                                  "UI thread's longest step until it is read and "
+                                                  "written again (that took), %1")
+                                       .arg(shape),
+                                   0, 50);
             QFile::remove(path + QStringLiteral(".journal"));
         }
         if (parts & scrollPart)
@@ -1217,17 +1227,12 @@ QList<Row> largeHistoryRows(const QString& directory, int messages, unsigned par
                                 .arg(median(indexedPeaks), 0, 'f', 0),
                             QStringLiteral("≤ 300 MB"), median(indexedPeaks) <= 300};
             }
-            const QList<QList<double>> handOver =
-                childColumns({QStringLiteral("--hand-over"), path});
-            if (handOver.size() == 2)
-                rows << Row{QStringLiteral("the UI thread's longest step from the history's "
-                                           "hand-over until the list is filled (the hand-over "
-                                           "itself), %1")
-                                .arg(shape),
-                            QStringLiteral("%1 ms (%2 ms)")
-                                .arg(median(handOver.at(0)), 0, 'f', 1)
-                                .arg(median(handOver.at(1)), 0, 'f', 1),
-                            QStringLiteral("≤ 16 ms"), median(handOver.at(0)) <= 16};
+            rows << longestStepRow({QStringLiteral("--hand-over"), path},
+                                   QStringLiteral("the UI thread's longest step from the "
+                                                  "history's hand-over until the list is filled "
+                                                  "(the hand-over itself), %1")
+                                       .arg(shape),
+                                   1, 16);
         }
         // Last: the fold rewrites the file.
         if (parts & foldPart) {
