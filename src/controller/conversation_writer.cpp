@@ -254,35 +254,9 @@ void writeConversation(JsonWriter& w, const Conversation& c) {
     w.raw('}');
 }
 
-} // namespace
-
-QByteArray encodeConversations(const QList<Conversation>& conversations) {
-    qsizetype messageCount = 0;
-    for (const Conversation& c : conversations)
-        messageCount += c.messages.size();
-
-    QByteArray out;
-    // Most messages take a little over 200 bytes; growing from there is cheap.
-    out.reserve(messageCount * 240 + conversations.size() * 128 + 16);
-    JsonWriter w(out);
-    w.raw('[');
-    bool first = true;
-    for (const Conversation& c : conversations) {
-        if (!first)
-            w.raw(',');
-        first = false;
-        writeConversation(w, c);
-    }
-    w.raw(']');
-    return out;
-}
-
-bool encodeConversations(const QList<Conversation>& conversations, qsizetype blockBytes,
-                         const BlockSink& sink) {
-    QByteArray out;
-    // A message may take the block past its size before it goes out.
-    out.reserve(blockBytes + 4096);
-    JsonWriter w(out, blockBytes, sink);
+// The file's array; false when the sink refused a block, and nothing more
+// is written then.
+bool writeConversations(JsonWriter& w, const QList<Conversation>& conversations) {
     w.raw('[');
     bool first = true;
     for (const Conversation& c : conversations) {
@@ -294,7 +268,31 @@ bool encodeConversations(const QList<Conversation>& conversations, qsizetype blo
             return false;
     }
     w.raw(']');
-    return w.finish();
+    return true;
+}
+
+} // namespace
+
+QByteArray encodeConversations(const QList<Conversation>& conversations) {
+    qsizetype messageCount = 0;
+    for (const Conversation& c : conversations)
+        messageCount += c.messages.size();
+
+    QByteArray out;
+    // Most messages take a little over 200 bytes; growing from there is cheap.
+    out.reserve(messageCount * 240 + conversations.size() * 128 + 16);
+    JsonWriter w(out);
+    writeConversations(w, conversations);
+    return out;
+}
+
+bool encodeConversations(const QList<Conversation>& conversations, qsizetype blockBytes,
+                         const BlockSink& sink) {
+    QByteArray out;
+    // A message may take the block past its size before it goes out.
+    out.reserve(blockBytes + 4096);
+    JsonWriter w(out, blockBytes, sink);
+    return writeConversations(w, conversations) && w.finish();
 }
 
 QByteArray encodeJournalRecord(const JournalRecord& record) {
